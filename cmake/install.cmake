@@ -1,0 +1,24 @@
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tovelkarin)
+
+install(DIRECTORY include/tovelkarin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS tovelkarin EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+if(TOVELKARIN_PLATFORM STREQUAL "embedded")
+  install(DIRECTORY platform/include/zemb DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(TARGETS zembedded EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(DIRECTORY share/root share/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/tovelkarin)
+endif()
+install(EXPORT tovelkarin NAMESPACE tovelkarin:: FILE tovelkarinTargets.cmake
+        DESTINATION ${package_dir})
+
+configure_package_config_file(cmake/tovelkarinConfig.cmake.in
+                              ${CMAKE_BINARY_DIR}/tovelkarinConfig.cmake
+                              INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/tovelkarinConfigVersion.cmake
+                                 COMPATIBILITY SameMinorVersion)
+configure_file(cmake/tovelkarin.pc.in ${CMAKE_BINARY_DIR}/tovelkarin.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/tovelkarinConfig.cmake
+              ${CMAKE_BINARY_DIR}/tovelkarinConfigVersion.cmake
+        DESTINATION ${package_dir})
+install(FILES ${CMAKE_BINARY_DIR}/tovelkarin.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,13 @@
+# Defines the object library tovelkarin_<name> of one folder. Its sources see their own folder, the
+# folders after SEES, the exported headers and the seam: an include of anything else does not compile.
+function(tovelkarin_layer name)
+  cmake_parse_arguments(PARSE_ARGV 1 layer "" "" "SEES;SOURCES")
+  set(view ${CMAKE_BINARY_DIR}/views/${name})
+  file(MAKE_DIRECTORY ${view})
+  foreach(folder IN ITEMS ${name} ${layer_SEES})
+    file(CREATE_LINK ${CMAKE_SOURCE_DIR}/${folder} ${view}/${folder} SYMBOLIC)
+  endforeach()
+  add_library(tovelkarin_${name} OBJECT ${layer_SOURCES})
+  target_include_directories(tovelkarin_${name} PRIVATE ${view} ${CMAKE_SOURCE_DIR}/include)
+  target_link_libraries(tovelkarin_${name} PRIVATE tovelkarin_platform)
+endfunction()

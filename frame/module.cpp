@@ -1,0 +1,99 @@
+#include "frame/module.h"
+
+#include "frame/settings.h"
+#include "trace/trace_line.h"
+
+#include "zemb/settings.h"
+
+UtilIF::~UtilIF() = default;
+
+std::string UtilIFImpl::GetInterfaceName() {
+    return UTILIF_NAME;
+}
+
+int UtilIFImpl::GetInterfaceVersion() {
+    return UTILIF_VERSION;
+}
+
+bool UtilIFImpl::IsMatch(const std::string& strName, const int& nVersion) {
+    return strName == UTILIF_NAME && nVersion == UTILIF_VERSION;
+}
+
+bool UtilIFImpl::IsInt3Enabled() {
+    return NSTE_util::g_bEnableInt3;
+}
+
+unsigned long UtilIFImpl::Reserved6(unsigned long /*nFirst*/, unsigned long /*nSecond*/) {
+    return 0;
+}
+
+unsigned long UtilIFImpl::Reserved7(unsigned long /*nFirst*/, unsigned long /*nSecond*/) {
+    return 0;
+}
+
+namespace {
+
+// Handed to the task creator at load and back at stop; never looked into.
+ZembTaskCreatorRecord g_recordTaskCreator;
+
+}  // namespace
+
+tovelkarin::tovelkarin() : started(0), m_arrInterface{} {
+    ModuleMgr::Instance()->RegisterModule(this);
+    ZembTaskCreator::Instance()->Register(&g_recordTaskCreator);
+    m_arrInterface[0] = new UtilIFImpl;
+}
+
+std::string tovelkarin::GetModuleName() {
+    return TOVELKARIN_MODULE_NAME;
+}
+
+int tovelkarin::GetModuleNumber() {
+    return TOVELKARIN_MODULE_NUMBER;
+}
+
+int tovelkarin::Start() {
+    NSTN_util::LoadSettings();
+    started = 1;
+    return 0;
+}
+
+// The task-creator record is not registered again when the module is started once more.
+int tovelkarin::Stop() {
+    const int nResult = ZembTaskCreator::Instance()->UnRegister(&g_recordTaskCreator);
+    started = 0;
+    return nResult;
+}
+
+ModuleInterface* tovelkarin::QueryInterface(const std::string& strName, int nVersion) {
+    for (auto it = m_arrInterface.begin(); *it != nullptr; ++it)
+        if ((*it)->IsMatch(strName, nVersion))
+            return *it;
+    return nullptr;
+}
+
+int tovelkarin::ListInterfaces(std::list<ModuleInterface*>& listInterface) {
+    if (m_arrInterface.front() == nullptr)
+        return 0;
+    for (auto it = m_arrInterface.begin(); *it != nullptr; ++it)
+        listInterface.push_back(*it);
+    return static_cast<int>(listInterface.size());
+}
+
+void tovelkarin::ReleaseInterfaces() {
+    for (auto it = m_arrInterface.begin(); *it != nullptr; ++it) {
+        delete *it;
+        *it = nullptr;
+    }
+}
+
+int tovelkarin::Reserved() {
+    return 0;
+}
+
+namespace {
+
+// The last static object of the library: this unit is the last one linked.
+tovelkarin g_module;
+
+}  // namespace

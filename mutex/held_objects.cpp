@@ -1,0 +1,151 @@
+#include "mutex/held_objects.h"
+
+#include <iostream>
+
+namespace NSTE_util {
+
+namespace {
+
+std::uint64_t Mix(std::uint64_t nValue) {
+    nValue ^= nValue >> 32;
+    nValue *= 0xD6E8FEB86659FD93U;
+    nValue ^= nValue >> 32;
+    nValue *= 0xD6E8FEB86659FD93U;
+    return nValue;
+}
+
+std::uint64_t Pair(int nHigh, int nLow) {
+    return static_cast<std::uint64_t>(static_cast<std::uint32_t>(nHigh)) << 32 |
+           static_cast<std::uint32_t>(nLow);
+}
+
+// The object without what stands behind its first 0.
+TEOperObject PlaceOf(const TEOperObject& obj) {
+    if (obj.nNeId == 0)
+        return {};
+    return obj.nObjId == 0 ? TEOperObject{obj.nNeId, 0, 0} : obj;
+}
+
+}  // namespace
+
+std::uint64_t HeldObjects::NeKey::Hash() const {
+    return Mix(static_cast<std::uint32_t>(nNe));
+}
+
+std::uint64_t HeldObjects::ObjKey::Hash() const {
+    return Mix(Pair(nNe, nObj));
+}
+
+std::uint64_t HeldObjects::SubKey::Hash() const {
+    return Mix(Mix(Pair(nNe, nObj)) ^ static_cast<std::uint64_t>(lSub));
+}
+
+std::size_t HeldObjects::OddHash::operator()(const OddKey& key) const {
+    const SubKey sub{key.obj.nNeId, key.obj.nObjId, key.obj.lSubObjId};
+    return Mix(sub.Hash() ^ static_cast<std::uint32_t>(key.nOper));
+}
+
+void HeldObjects::Add(int nOper, const TEOperObject& obj) {
+    const TEOperObject place = PlaceOf(obj);
+    AddAt(nOper, place);
+    if (place == obj)
+        return;
+    try {
+        ++m_mapOdd[{nOper, obj}];
+        try {
+            ++m_mapOddAtPlace[{nOper, place}];
+        } catch (...) {
+            TakeOne(m_mapOdd, {nOper, obj});
+            throw;
+        }
+    } catch (...) {
+        RemoveAt(nOper, place);
+        throw;
+    }
+}
+
+bool HeldObjects::Remove(int nOper, const TEOperObject& obj) noexcept {
+    const TEOperObject place = PlaceOf(obj);
+    if (place == obj) {
+        if (CountAt(nOper, place) <= CountOf(m_mapOddAtPlace, {nOper, place}))
+            return false;
+    } else {
+        if (CountOf(m_mapOdd, {nOper, obj}) == 0)
+            return false;
+        TakeOne(m_mapOdd, {nOper, obj});
+        TakeOne(m_mapOddAtPlace, {nOper, place});
+    }
+    RemoveAt(nOper, place);
+    return true;
+}
+
+void HeldObjects::AddAt(int nOper, const TEOperObject& place) {
+    if (place.nNeId == 0) {
+        ++m_mapEverything[nOper];
+        return;
+    }
+    const NeKey ne{place.nNeId};
+    if (place.nObjId == 0)
+        return m_tableNe.Add(ne, nOper);
+    m_tableBelowNe.Add(ne, nOper);
+    const ObjKey object{place.nNeId, place.nObjId};
+    try {
+        if (place.lSubObjId == 0)
+            return m_tableObj.Add(object, nOper);
+        m_tableBelowObj.Add(object, nOper);
+        try {
+            m_tableSub.Add(SubKey{place.nNeId, place.nObjId, place.lSubObjId}, nOper);
+        } catch (...) {
+            m_tableBelowObj.Remove(object, nOper);
+            throw;
+        }
+    } catch (...) {
+        m_tableBelowNe.Remove(ne, nOper);
+        throw;
+    }
+}
+
+void HeldObjects::RemoveAt(int nOper, const TEOperObject& place) noexcept {
+    if (place.nNeId == 0) {
+        const auto it = m_mapEverything.find(nOper);
+        if (it != m_mapEverything.end() && --it->second == 0)
+            m_mapEverything.erase(it);
+        return;
+    }
+    const NeKey ne{place.nNeId};
+    if (place.nObjId == 0)
+        return m_tableNe.Remove(ne, nOper);
+    m_tableBelowNe.Remove(ne, nOper);
+    const ObjKey object{place.nNeId, place.nObjId};
+    if (place.lSubObjId == 0)
+        return m_tableObj.Remove(object, nOper);
+    m_tableBelowObj.Remove(object, nOper);
+    m_tableSub.Remove(SubKey{place.nNeId, place.nObjId, place.lSubObjId}, nOper);
+}
+
+std::uint64_t HeldObjects::CountAt(int nOper, const TEOperObject& place) const noexcept {
+    if (place.nNeId == 0) {
+        const auto it = m_mapEverything.find(nOper);
+        return it == m_mapEverything.end() ? 0 : it->second;
+    }
+    if (place.nObjId == 0)
+        return m_tableNe.CountOf(NeKey{place.nNeId}, nOper);
+    if (place.lSubObjId == 0)
+        return m_tableObj.CountOf(ObjKey{place.nNeId, place.nObjId}, nOper);
+    return m_tableSub.CountOf(SubKey{place.nNeId, place.nObjId, place.lSubObjId}, nOper);
+}
+
+std::uint64_t HeldObjects::CountOf(const OddCounts& mapOdd, const OddKey& key) noexcept {
+    if (mapOdd.empty())
+        return 0;
+    const auto it = mapOdd.find(key);
+    return it == mapOdd.end() ? 0 : it->second;
+}
+
+void HeldObjects::TakeOne(OddCounts& mapOdd, const OddKey& key) noexcept {
+    const auto it = mapOdd.find(key);
+    if (it != mapOdd.end() && --it->second == 0)
+        mapOdd.erase(it);
+}
+
+}  // namespace NSTE_util

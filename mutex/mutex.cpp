@@ -1,0 +1,158 @@
+#include "tovelkarin/temutexopermgr.h"
+
+#include "mutex/temutexopermgrimpl.h"
+#include "trace/assert_point.h"
+#include "trace/trace_line.h"
+#include "util/singleton.h"
+
+#include <ace/Guard_T.h>
+
+#include <pthread.h>
+
+namespace NSTE_util {
+
+namespace {
+
+constexpr NSTN_util::TNAssertPoint ASSERT_RELEASE_NOT_RUNNING = {"mutex", 362, "bAssertFlag"};
+
+// Two threads that meet at the lock spin a moment before they sleep: half the cost of a plain one.
+class AdaptiveAttribute {
+public:
+    AdaptiveAttribute() {
+        m_bGood = pthread_mutexattr_init(&m_attr) == 0 &&
+                  pthread_mutexattr_settype(&m_attr, PTHREAD_MUTEX_ADAPTIVE_NP) == 0;
+    }
+    ~AdaptiveAttribute() { pthread_mutexattr_destroy(&m_attr); }
+    AdaptiveAttribute(const AdaptiveAttribute&) = delete;
+    AdaptiveAttribute& operator=(const AdaptiveAttribute&) = delete;
+
+    ACE_mutexattr_t* Get() { return m_bGood ? &m_attr : nullptr; }
+
+private:
+    ACE_mutexattr_t m_attr{};
+    bool m_bGood;
+};
+
+}  // namespace
+
+std::atomic<TEMutexOperMgr*> TEMutexOperMgr::m_pInstance{nullptr};
+
+TEMutexOperMgr* TEMutexOperMgr::Instance() {
+    return NSTN_util::CreateOnce<TEMutexOperMgrImpl>(m_pInstance);
+}
+
+void TEMutexOperMgr::Destroy() {
+    NSTN_util::DestroyOnce(m_pInstance);
+}
+
+TEMutexOperMgr::~TEMutexOperMgr() = default;
+
+TEMutexOperMgrImpl::TEMutexOperMgrImpl() : m_lock(nullptr, AdaptiveAttribute().Get()) {}
+
+// In all operations below, locked() is not asked: without the lock the call goes on.
+
+unsigned long TEMutexOperMgrImpl::AcquireMutexOper(int nOper,
+                                                   const std::list<TEOperObject>& listObj) {
+    unsigned long nResult = ERR_MUTEX_NO_ERRORCODE;
+    NSTN_util::GuardedCall([&] {
+        ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+        const bool bExclusive = m_setExclusiveOper.count(nOper) != 0;
+        const auto itTable = m_mapMutexTable.find(nOper);
+        const bool bRegistered = itTable != m_mapMutexTable.end();
+
+        std::int64_t nAny = NO_OPER;
+        std::int64_t nExclusive = NO_OPER;
+        std::int64_t nRelated = NO_OPER;
+        for (const TEOperObject& obj : listObj)
+            m_held.ForOverlaps(obj, m_mapRunningOper, [&](const PlaceOpers& opers) {
+                if (bExclusive)
+                    opers.Lowest(nAny);
+                opers.LowestIn(m_setExclusiveOper, nExclusive);
+                if (bRegistered)
+                    opers.LowestIn(itTable->second, nRelated);
+            });
+
+        // Deliberate: a configured code of 0 is returned by the first test, and means "not in the
+        // way" to the other two.
+        if (nAny != NO_OPER) {
+            nResult = CodeOfBlocker_nolock(static_cast<int>(nAny));
+            return;
+        }
+        unsigned long nCode = 0;
+        if (nExclusive != NO_OPER)
+            nCode = CodeOfBlocker_nolock(static_cast<int>(nExclusive));
+        if (nCode == 0 && nRelated != NO_OPER)
+            nCode = CodeOfBlocker_nolock(static_cast<int>(nRelated));
+        if (nCode == 0 && !bRegistered)
+            NSTN_util::Report("No Mutex Operations Register for: %d", nOper);
+        if (nCode == 0)
+            Record_nolock(nOper, listObj);
+        nResult = nCode;
+    });
+    return nResult;
+}
+
+unsigned long TEMutexOperMgrImpl::AcquireMutexOper(int nOper, const TEOperObject& obj) {
+    unsigned long nResult = ERR_MUTEX_NO_ERRORCODE;
+    NSTN_util::GuardedCall(
+        [&] { nResult = AcquireMutexOper(nOper, std::list<TEOperObject>{obj}); });
+    return nResult;
+}
+
+unsigned long TEMutexOperMgrImpl::CodeOfBlocker_nolock(int nBlocker) {
+    const auto it = m_mapErrorCode.find(nBlocker);
+    if (it != m_mapErrorCode.end())
+        return it->second;
+    NSTN_util::Report("Can't find match error of operation(%d)", nBlocker);
+    return ERR_MUTEX_NO_ERRORCODE;
+}
+
+void TEMutexOperMgrImpl::Record_nolock(int nOper, const std::list<TEOperObject>& listObj) {
+    const auto [itRunning, bNew] = m_mapRunningOper.try_emplace(nOper, 0);
+    auto itObj = listObj.begin();
+    try {
+        for (; itObj != listObj.end(); ++itObj)
+            m_held.Add(nOper, *itObj);
+    } catch (...) {
+        while (itObj != listObj.begin())
+            m_held.Remove(nOper, *--itObj);
+        if (bNew)
+            m_mapRunningOper.erase(itRunning);
+        throw;
+    }
+    itRunning->second += listObj.size();
+}
+
+void TEMutexOperMgrImpl::ReleaseMutexOper(int nOper, const std::list<TEOperObject>& listObj) {
+    NSTN_util::GuardedCall([&] {
+        ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+        for (const TEOperObject& obj : listObj)
+            ReleaseOne_nolock(nOper, obj);
+    });
+}
+
+void TEMutexOperMgrImpl::ReleaseMutexOper(int nOper, const TEOperObject& obj) {
+    NSTN_util::GuardedCall([&] { ReleaseMutexOper(nOper, std::list<TEOperObject>{obj}); });
+}
+
+void TEMutexOperMgrImpl::ReleaseOne_nolock(int nOper, const TEOperObject& obj) {
+    const auto it = m_mapRunningOper.find(nOper);
+    if (it == m_mapRunningOper.end())
+        NSTN_util::ReportAssert(ASSERT_RELEASE_NOT_RUNNING);
+    else if (!m_held.Remove(nOper, obj))
+        NSTN_util::Report("ReleaseMutexOper warning:listIter end!");
+    else if (--it->second == 0)
+        m_mapRunningOper.erase(it);
+}
+
+bool TEMutexOperMgrImpl::IsOperRunning(int nOper) {
+    ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+    return m_mapRunningOper.count(nOper) != 0;
+}
+
+bool TEMutexOperMgrImpl::HasRunningOper() {
+    ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+    return !m_mapRunningOper.empty();
+}
+
+}  // namespace NSTE_util

@@ -1,0 +1,154 @@
+#include "tovelkarin/temutexoperguard.h"
+
+#include "trace/guarded_call.h"
+
+#include "zemb/message.h"
+#include "zemb/task.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iostream>
+#include <iterator>
+
+namespace NSTE_util {
+
+namespace {
+
+constexpr TEOperObject EVERYTHING = {0, 0, 0};
+
+// Every guard asks the manager through these: a manager that could not be made refuses.
+template <class Objects>
+unsigned long Acquire(int nOper, const Objects& objects) {
+    TEMutexOperMgr* const pMgr = TEMutexOperMgr::Instance();
+    return pMgr == nullptr ? ERR_MUTEX_NO_ERRORCODE : pMgr->AcquireMutexOper(nOper, objects);
+}
+
+template <class Objects>
+void Release(int nOper, const Objects& objects) {
+    if (TEMutexOperMgr* const pMgr = TEMutexOperMgr::Instance())
+        pMgr->ReleaseMutexOper(nOper, objects);
+}
+
+void ReleaseGranted(unsigned long nResult, int nOper,
+                    const std::list<TEOperObject>& listObj) noexcept {
+    if (nResult == 0)
+        NSTN_util::GuardedCall([&] { Release(nOper, listObj); });
+}
+
+// The request that the calling thread works on, or null.
+const ZembCmdMSG* CurrentRequest() {
+    const ZembCmdMSG* pMsg = nullptr;
+    NSTN_util::GuardedCall([&] {
+        if (ZembGnlTask* const pTask = ZembGetCurrentTask())
+            pMsg = pTask->GetCurReqMsg();
+    });
+    return pMsg;
+}
+
+template <class NeIds>
+unsigned long AcquireNEs(const NeIds& neIds, int& nOper, std::list<TEOperObject>& listObj) {
+    const ZembCmdMSG* const pMsg = CurrentRequest();
+    if (pMsg == nullptr)
+        return ERR_MUTEX_NO_REQUEST;
+    std::memcpy(&nOper, reinterpret_cast<const char*>(pMsg) + ZEMB_MSG_CMD, sizeof nOper);
+    for (const int nNeId : neIds)
+        listObj.push_back({nNeId, 0, 0});
+    return Acquire(nOper, listObj);
+}
+
+// Sorts what was appended behind the sorted beginning, then merges once.
+void SortAppended(std::list<int>& listNumber) {
+    std::list<int> listTail;
+    listTail.splice(listTail.end(), listNumber,
+                    std::is_sorted_until(listNumber.begin(), listNumber.end()), listNumber.end());
+    listTail.sort();
+    listNumber.merge(listTail);
+}
+
+}  // namespace
+
+TEMutexOperGuard::TEMutexOperGuard(int nOper, const TEOperObject& obj)
+    : m_nOper(nOper), m_listObj{obj}, m_nResult(Acquire(nOper, m_listObj)) {}
+
+TEMutexOperGuard::TEMutexOperGuard(int nOper, const std::list<TEOperObject>& listObj)
+    : m_nOper(nOper), m_listObj(listObj), m_nResult(Acquire(nOper, listObj)) {}
+
+TEMutexOperGuard::~TEMutexOperGuard() {
+    ReleaseGranted(m_nResult, m_nOper, m_listObj);
+}
+
+TEMutexOperNEGuard::TEMutexOperNEGuard(int nNeId) : TEMutexOperNEGuard(std::list<int>{nNeId}) {}
+
+TEMutexOperNEGuard::TEMutexOperNEGuard(const std::vector<int>& vecNeId)
+    : m_nOper(0), m_nResult(AcquireNEs(vecNeId, m_nOper, m_listObj)) {}
+
+TEMutexOperNEGuard::TEMutexOperNEGuard(const std::list<int>& listNeId)
+    : m_nOper(0), m_nResult(AcquireNEs(listNeId, m_nOper, m_listObj)) {}
+
+TEMutexOperNEGuard::~TEMutexOperNEGuard() {
+    ReleaseGranted(m_nResult, m_nOper, m_listObj);
+}
+
+unsigned long TEMutexLock::lock(int nOper) {
+    return Acquire(nOper, EVERYTHING);
+}
+
+void TEMutexLock::release(int nOper) {
+    Release(nOper, EVERYTHING);
+}
+
+std::list<int> TEMutexOperTrailGuard::m_listStaticTrail;
+
+TEMutexOperTrailGuard::TEMutexOperTrailGuard(int nTrail) {
+    if (nTrail != 0)
+        m_listTrail.push_back(nTrail);
+}
+
+TEMutexOperTrailGuard::TEMutexOperTrailGuard(const std::vector<int>& vecTrail)
+    : m_listTrail(vecTrail.begin(), vecTrail.end()) {}
+
+TEMutexOperTrailGuard::TEMutexOperTrailGuard(const std::list<int>& listTrail)
+    : m_listTrail(listTrail) {}
+
+// Deliberate: a second test meets the trails of the first and reports a conflict with itself.
+bool TEMutexOperTrailGuard::IsConflict() {
+    m_bConflict = false;
+    m_listRegistered.clear();
+    if (m_listTrail.empty())
+        return false;
+    if (!m_listStaticTrail.empty()) {
+        m_listTrail.sort();
+        SortAppended(m_listStaticTrail);
+        std::set_intersection(m_listStaticTrail.begin(), m_listStaticTrail.end(),
+                              m_listTrail.begin(), m_listTrail.end(),
+                              std::back_inserter(m_listRegistered));
+    }
+    m_bConflict = !m_listRegistered.empty();
+    if (m_bConflict)
+        return true;
+    std::list<int> listBusy = m_listTrail;  // both copies first: out of memory changes nothing
+    std::list<int> listRegistered = m_listTrail;
+    m_listStaticTrail.splice(m_listStaticTrail.end(), listBusy);
+    m_listRegistered.swap(listRegistered);
+    return false;
+}
+
+unsigned long TEMutexOperTrailGuard::GetResult() {
+    return IsConflict() ? ERR_MUTEX_TRAIL_CONFLICT : 0;
+}
+
+TEMutexOperTrailGuard::~TEMutexOperTrailGuard() {
+    if (m_listTrail.empty() || m_bConflict)
+        return;
+    m_listRegistered.sort();
+    SortAppended(m_listStaticTrail);
+    auto itBusy = m_listStaticTrail.begin();
+    for (const int nTrail : m_listRegistered) {
+        while (itBusy != m_listStaticTrail.end() && *itBusy < nTrail)
+            ++itBusy;
+        if (itBusy != m_listStaticTrail.end() && *itBusy == nTrail)
+            itBusy = m_listStaticTrail.erase(itBusy);
+    }
+}
+
+}  // namespace NSTE_util

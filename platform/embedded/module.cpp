@@ -1,0 +1,159 @@
+#include "zemb/module.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <exception>
+#include <functional>
+#include <mutex>
+#include <set>
+
+ModuleInterface::~ModuleInterface() = default;
+ModuleObject::~ModuleObject() = default;
+ModuleMgr::~ModuleMgr() = default;
+ZembTaskCreator::~ZembTaskCreator() = default;
+
+namespace {
+
+// Calls one operation of a module; what it throws becomes an error text.
+bool CallModule(ModuleObject& module, const char* szWhat, int (ModuleObject::*pfn)(),
+                std::string& strError) {
+    std::string strName = "?";
+    try {
+        strName = module.GetModuleName();
+        const int nResult = (module.*pfn)();
+        if (nResult == 0)
+            return true;
+        strError = "module " + strName + ": " + szWhat + " answered " + std::to_string(nResult);
+    } catch (const std::exception& error) {
+        strError = "module " + strName + ": " + szWhat + " threw: " + error.what();
+    } catch (...) {
+        strError = "module " + strName + ": " + szWhat + " threw";
+    }
+    return false;
+}
+
+class ModuleMgrImpl final : public ModuleMgr {
+public:
+    bool RegisterModule(ModuleObject* pModule) override {
+        std::lock_guard<std::mutex> guard(m_lock);
+        if (pModule == nullptr ||
+            std::find(m_listModule.begin(), m_listModule.end(), pModule) != m_listModule.end())
+            return false;
+        m_listModule.push_back(pModule);
+        return true;
+    }
+
+    bool LoadModule(const std::string& strFile, std::string& strError) override {
+        const std::size_t nBefore = Modules().size();
+        // The handle is kept: a module stays until the process ends.
+        if (dlopen(strFile.c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr) {
+            const char* const szReason = dlerror();
+            strError = szReason == nullptr ? strFile + ": cannot be loaded" : szReason;
+            return false;
+        }
+        if (Modules().size() == nBefore) {
+            strError = strFile + ": registered no module that was not there before";
+            return false;
+        }
+        return true;
+    }
+
+    bool StartModules(std::string& strError) override {
+        for (ModuleObject* pModule : Modules()) {
+            if (IsStarted(pModule))
+                continue;
+            if (!CallModule(*pModule, "start", &ModuleObject::Start, strError))
+                return false;
+            std::lock_guard<std::mutex> guard(m_lock);
+            m_setStarted.insert(pModule);
+        }
+        return true;
+    }
+
+    bool StopModules(std::string& strError) override {
+        std::list<ModuleObject*> listModule = Modules();
+        listModule.reverse();
+        bool bAll = true;
+        for (ModuleObject* pModule : listModule) {
+            {
+                std::lock_guard<std::mutex> guard(m_lock);
+                if (m_setStarted.erase(pModule) == 0)
+                    continue;
+            }
+            std::string strReason;
+            if (!CallModule(*pModule, "stop", &ModuleObject::Stop, strReason)) {
+                if (bAll)
+                    strError = strReason;
+                bAll = false;
+            }
+        }
+        return bAll;
+    }
+
+    bool IsStarted(const ModuleObject* pModule) const override {
+        std::lock_guard<std::mutex> guard(m_lock);
+        return m_setStarted.count(pModule) != 0;
+    }
+
+    std::list<ModuleObject*> Modules() const override {
+        std::lock_guard<std::mutex> guard(m_lock);
+        return m_listModule;
+    }
+
+    ModuleInterface* QueryInterface(const std::string& strName, int nVersion) override {
+        for (ModuleObject* pModule : Modules())
+            if (ModuleInterface* pFound = pModule->QueryInterface(strName, nVersion))
+                return pFound;
+        return nullptr;
+    }
+
+private:
+    mutable std::mutex m_lock;
+    std::list<ModuleObject*> m_listModule;
+    std::set<const ModuleObject*, std::less<>> m_setStarted;
+};
+
+class ZembTaskCreatorImpl final : public ZembTaskCreator {
+public:
+    bool IsRegistered(const ZembTaskCreatorRecord* pRecord) const override {
+        std::lock_guard<std::mutex> guard(m_lock);
+        return m_setRecord.count(pRecord) != 0;
+    }
+
+    int Register(ZembTaskCreatorRecord* pRecord) override {
+        if (pRecord == nullptr)
+            return -1;
+        std::lock_guard<std::mutex> guard(m_lock);
+        m_setRecord.insert(pRecord);
+        return 0;
+    }
+
+    int Count() const override {
+        std::lock_guard<std::mutex> guard(m_lock);
+        return static_cast<int>(m_setRecord.size());
+    }
+
+    int UnRegister(ZembTaskCreatorRecord* pRecord) override {
+        std::lock_guard<std::mutex> guard(m_lock);
+        m_setRecord.erase(pRecord);
+        return 0;
+    }
+
+private:
+    mutable std::mutex m_lock;
+    std::set<const ZembTaskCreatorRecord*, std::less<>> m_setRecord;
+};
+
+}  // namespace
+
+// Neither is ever destroyed: modules register before main and may ask after it.
+ModuleMgr* ModuleMgr::Instance() {
+    static ModuleMgr* const pInstance = new ModuleMgrImpl;
+    return pInstance;
+}
+
+ZembTaskCreator* ZembTaskCreator::Instance() {
+    static ZembTaskCreator* const pInstance = new ZembTaskCreatorImpl;
+    return pInstance;
+}

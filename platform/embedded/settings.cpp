@@ -1,0 +1,157 @@
+#include "zemb/settings.h"
+
+#include "embedded/log_file.h"
+#include "zemb/control.h"
+
+#include <atomic>
+#include <charconv>
+#include <cstdlib>
+#include <fstream>
+#include <limits>
+#include <mutex>
+#include <optional>
+#include <string_view>
+
+namespace NSTE_util {
+
+const char* emscfgfile = nullptr;
+bool g_bEnableInt3 = false;
+bool g_bEnableLog = false;
+bool g_bEnableAsnLog = false;
+bool g_bEnableMmlTrace = false;
+
+}  // namespace NSTE_util
+
+namespace {
+
+constexpr const char* EMS_CFG_UNDER_ROOT = "/etc/oss_cfg/ems.cfg";
+constexpr std::size_t LINE_BUFFER = 1023;  // of a configuration line at most 1,022 are taken
+constexpr std::string_view BLANKS = " \t\n\r";
+
+std::atomic<unsigned long> g_nGeneration{1};
+
+// A folder that the host sets, or the environment names.
+class Place {
+public:
+    explicit Place(const char* szVariable) : m_szVariable(szVariable) {}
+
+    void Set(std::optional<std::string> strPath) {
+        std::lock_guard<std::mutex> guard(m_lock);
+        m_strPath = std::move(strPath);
+        ++g_nGeneration;
+    }
+
+    std::string Get() {
+        std::lock_guard<std::mutex> guard(m_lock);
+        if (m_strPath)
+            return *m_strPath;
+        const char* const szValue = std::getenv(m_szVariable);
+        return szValue == nullptr ? "" : szValue;
+    }
+
+private:
+    const char* const m_szVariable;
+    std::mutex m_lock;
+    std::optional<std::string> m_strPath;
+};
+
+// Both live from first use to the end of the process: they are asked before main and after it.
+Place& Root() {
+    static Place& place = *new Place("ZEMB_ROOT");
+    return place;
+}
+
+Place& State() {
+    static Place& place = *new Place("ZEMB_STATE");
+    return place;
+}
+
+std::string_view TrimOf(std::string_view strText) {
+    const std::size_t nFirst = strText.find_first_not_of(BLANKS);
+    if (nFirst == std::string_view::npos)
+        return {};
+    return strText.substr(nFirst, strText.find_last_not_of(BLANKS) - nFirst + 1);
+}
+
+bool ReadNumber(std::string_view strText, int& nValue) {
+    const bool bMinus = !strText.empty() && strText.front() == '-';
+    if (bMinus)
+        strText.remove_prefix(1);
+    int nBase = 10;
+    if (strText.size() > 2 && strText[0] == '0' && (strText[1] == 'x' || strText[1] == 'X')) {
+        strText.remove_prefix(2);
+        nBase = 16;
+    }
+    unsigned long nRead = 0;
+    const char* const pEnd = strText.data() + strText.size();
+    const auto [pStop, err] = std::from_chars(strText.data(), pEnd, nRead, nBase);
+    const unsigned long nMost = std::numeric_limits<int>::max() + (bMinus ? 1UL : 0UL);
+    if (err != std::errc() || pStop != pEnd || nRead > nMost)
+        return false;
+    nValue = static_cast<int>(bMinus ? -static_cast<long>(nRead) : static_cast<long>(nRead));
+    return true;
+}
+
+}  // namespace
+
+int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile) {
+    if (szKey == nullptr)
+        return 0;
+    std::string strFile = szFile == nullptr ? "" : szFile;
+    if (strFile.empty())
+        strFile = NSTE_util::GetZEMBRootPath() + EMS_CFG_UNDER_ROOT;
+    std::ifstream file(strFile);
+    bool bFound = false;
+    int nFound = 0;
+    char szLine[LINE_BUFFER];
+    while (file.getline(szLine, sizeof szLine) || file.gcount() > 0) {
+        const std::string_view strLine = TrimOf(szLine);
+        const std::size_t nEqual = strLine.find('=');
+        const bool bItem =
+            !strLine.empty() && strLine.front() != '#' && nEqual != std::string_view::npos;
+        if (bItem && TrimOf(strLine.substr(0, nEqual)) == szKey)
+            bFound = ReadNumber(TrimOf(strLine.substr(nEqual + 1)), nFound);
+        if (!file)
+            break;  // a line too long ends the reading, its beginning counts
+    }
+    if (!bFound)
+        return 0;
+    nValue = nFound;
+    return 1;
+}
+
+std::string NSTE_util::GetZEMBRootPath() {
+    return Root().Get();
+}
+
+namespace zemb {
+
+void SetRootPath(const std::string& strRoot) {
+    Root().Set(strRoot);
+}
+
+void ResetRootPath() {
+    Root().Set(std::nullopt);
+}
+
+void SetStatePath(const std::string& strState) {
+    State().Set(strState);
+}
+
+void ResetStatePath() {
+    State().Set(std::nullopt);
+}
+
+unsigned long StateGeneration() {
+    return g_nGeneration;
+}
+
+std::string GetStatePath() {
+    const std::string strState = State().Get();
+    if (!strState.empty())
+        return strState;
+    const std::string strRoot = Root().Get();
+    return strRoot.empty() ? "" : strRoot + "/var";
+}
+
+}  // namespace zemb

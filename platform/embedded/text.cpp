@@ -1,0 +1,94 @@
+#include "zemb/text.h"
+
+#include <charconv>
+#include <cstddef>
+#include <string_view>
+
+namespace {
+
+std::string_view TrimOf(std::string_view strText, std::string_view strCut) {
+    const std::size_t nFirst = strText.find_first_not_of(strCut);
+    if (nFirst == std::string_view::npos)
+        return {};
+    return strText.substr(nFirst, strText.find_last_not_of(strCut) - nFirst + 1);
+}
+
+// As strtol reads a whole number: blanks before it, one sign, digits to the end.
+bool ReadInt(std::string_view strText, int& nValue, int nBase) {
+    strText = TrimOf(strText, " ");
+    const std::size_t nFirst = strText.find_first_not_of(" \t\n\v\f\r");
+    if (nFirst == std::string_view::npos || nBase < 2 || nBase > 36)
+        return false;
+    strText.remove_prefix(nFirst);
+    if (strText.front() == '+') {
+        strText.remove_prefix(1);
+        if (strText.empty() || strText.front() == '-')
+            return false;
+    }
+    int nRead = 0;
+    const char* const pEnd = strText.data() + strText.size();
+    const auto [pStop, err] = std::from_chars(strText.data(), pEnd, nRead, nBase);
+    if (err != std::errc() || pStop != pEnd)
+        return false;
+    nValue = nRead;
+    return true;
+}
+
+bool ReadSpan(std::string_view strText, int& nFirst, int& nLast) {
+    const std::size_t nDash = strText.find('-');
+    if (nDash == std::string_view::npos) {
+        const bool bRead = ReadInt(strText, nFirst, 10);
+        nLast = nFirst;
+        return bRead && nFirst >= 0;
+    }
+    return ReadInt(strText.substr(0, nDash), nFirst, 10) &&
+           ReadInt(strText.substr(nDash + 1), nLast, 10) && nFirst >= 0 && nFirst <= nLast;
+}
+
+}  // namespace
+
+namespace NSTE_util {
+
+std::string Trim(const std::string& strText) {
+    return std::string(TrimOf(strText, " \t\n\r"));
+}
+
+std::vector<std::string> Token(const std::string& strText, char cSeparator) {
+    std::vector<std::string> vecPiece;
+    std::size_t nStart = 0;
+    for (std::size_t nEnd; (nEnd = strText.find(cSeparator, nStart)) != std::string::npos;
+         nStart = nEnd + 1)
+        vecPiece.push_back(strText.substr(nStart, nEnd - nStart));
+    vecPiece.push_back(strText.substr(nStart));
+    return vecPiece;
+}
+
+bool StrToInt(const std::string& strText, int& nValue, int nBase) {
+    return ReadInt(strText, nValue, nBase);
+}
+
+bool StrToNumList(const std::string& strText, std::vector<int>& vecNumber) {
+    vecNumber.clear();
+    const std::string_view strAll = strText;
+    for (std::size_t nStart = 0; nStart <= strAll.size();) {
+        std::size_t nEnd = strAll.find(',', nStart);
+        if (nEnd == std::string_view::npos)
+            nEnd = strAll.size();
+        const std::string_view strPiece = TrimOf(strAll.substr(nStart, nEnd - nStart), " ");
+        nStart = nEnd + 1;
+        if (strPiece.empty())
+            continue;
+        int nFirst = 0;
+        int nLast = 0;
+        if (!ReadSpan(strPiece, nFirst, nLast))
+            return false;
+        const std::size_t nCount = static_cast<std::size_t>(nLast - nFirst) + 1;
+        if (nCount > NUM_LIST_MAX - vecNumber.size())
+            return false;
+        for (std::size_t i = 0; i < nCount; ++i)
+            vecNumber.push_back(nFirst + static_cast<int>(i));
+    }
+    return true;
+}
+
+}  // namespace NSTE_util

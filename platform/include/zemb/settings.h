@@ -1,0 +1,32 @@
+#pragma once
+
+#include "zemb/export.h"
+
+#include <string>
+
+// Looks szKey up in a key = value file and stores its integer: decimal, or hexadecimal after "0x",
+// either with a minus sign before it; the whole value must be the number and fit 32 bits.
+// Returns 1 when found and stored, 0 when not (no such file, key or number); nValue is then
+// untouched. A null or empty szFile means root + "/etc/oss_cfg/ems.cfg". Writes no trace line.
+//
+// The file: lines of key = value, blanks around both ignored, "#" first on a line starts a comment;
+// the last line of a key counts. A line of over 1,022 characters ends the reading after its first
+// 1,022. Reads the file at every call. Any thread.
+ZEMB_API int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile);
+
+namespace NSTE_util {
+
+// The installation root: what the host set, else the environment variable ZEMB_ROOT, else "".
+ZEMB_API std::string GetZEMBRootPath();
+
+// The EMS configuration file, given to ZembGetRegInt. Null (as at first): the one under the root.
+// The host sets it before it starts modules; the text must stay alive.
+ZEMB_API extern const char* emscfgfile;
+
+// Switches of the platform; plain words, written while a module starts and read by all.
+ZEMB_API extern bool g_bEnableInt3;
+ZEMB_API extern bool g_bEnableLog;
+ZEMB_API extern bool g_bEnableAsnLog;
+ZEMB_API extern bool g_bEnableMmlTrace;
+
+}  // namespace NSTE_util

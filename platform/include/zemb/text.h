@@ -1,0 +1,30 @@
+#pragma once
+
+#include "zemb/export.h"
+
+#include <string>
+#include <vector>
+
+// Text helpers of the platform. Stateless; cost linear in the text and in what is produced.
+namespace NSTE_util {
+
+// The longest list that StrToNumList makes, in numbers.
+constexpr std::size_t NUM_LIST_MAX = 1U << 20;
+
+// strText without blanks, tabs, carriage returns and line feeds at both ends.
+ZEMB_API std::string Trim(const std::string& strText);
+
+// The pieces of strText between the characters cSeparator, empty ones included: "10:20:" gives
+// three, "" gives one.
+ZEMB_API std::vector<std::string> Token(const std::string& strText, char cSeparator);
+
+// Reads a whole number in base 2 to 36; blanks around it are ignored, a sign may stand before it.
+// False, with nValue untouched, when anything else stands there or 32 bits do not hold it.
+ZEMB_API bool StrToInt(const std::string& strText, int& nValue, int nBase);
+
+// Reads numbers and spans separated by ",": "1-3, 7" gives 1, 2, 3, 7. Blanks around a piece are
+// ignored, empty pieces skipped. False for a negative number, a falling span, anything that is no
+// number, or a list of over NUM_LIST_MAX numbers; vecNumber then holds what stood before it.
+ZEMB_API bool StrToNumList(const std::string& strText, std::vector<int>& vecNumber);
+
+}  // namespace NSTE_util

@@ -1,0 +1,239 @@
+#include "tovelkarin/tntrace.h"
+
+#include "trace/assert_point.h"
+#include "trace/guarded_call.h"
+#include "trace/number_text.h"
+
+#include "zemb/debug.h"
+
+#include <algorithm>
+#include <cstring>
+#include <initializer_list>
+#include <iostream>
+
+namespace NSTN_util {
+
+namespace {
+
+constexpr unsigned int SHORT_BOUND_MAX = 1000;  // bounds up to this one are used as they are
+constexpr unsigned int CLOSING_ROOM = 100;      // what longer bounds leave for the closing text
+constexpr const char* NO_SLOT_TEXT = " \n TNTRACE ERROR Parameter: \n";
+constexpr const char* TOO_LONG_TEXT = "...... \n TNTRACE ERROR Parameter: string too more! \n";
+constexpr const char* EXCEPTION_TEXT = "Log Info::Exception c style format!";
+
+// Makes room for nMore characters by the string's own doubling, so that many lines appended to one
+// string cost no more than their characters.
+void Grow(std::string& strOut, std::size_t nMore) {
+    const std::size_t nNeeded = strOut.size() + nMore;
+    if (nNeeded > strOut.capacity())
+        strOut.reserve(std::max(nNeeded, 2 * strOut.capacity()));
+}
+
+using Arguments = std::initializer_list<const TNString*>;
+
+// The one algorithm behind the fifteen overloads. strFormat is no part of strOut.
+void FillDistinct(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                  Arguments listArg) {
+    const std::size_t nBound = nMaxLen <= SHORT_BOUND_MAX ? nMaxLen : nMaxLen - CLOSING_ROOM;
+    const char* const szFormat = strFormat.data();
+    const std::size_t nFormat = strFormat.size();
+
+    std::size_t nArguments = 0;
+    for (const TNString* const pArg : listArg)
+        nArguments += pArg->Text().size();
+    Grow(strOut, nFormat + nArguments);
+
+    std::size_t nStart = 0;
+    for (const TNString* const pArg : listArg) {
+        const std::string& strArg = pArg->Text();
+        const void* const pSlot =
+            nStart < nFormat ? std::memchr(szFormat + nStart, '%', nFormat - nStart) : nullptr;
+        if (pSlot == nullptr) {
+            strOut.append(NO_SLOT_TEXT).append(strFormat).append(" : ").append(strArg);
+            return;
+        }
+        const auto nSlot = static_cast<std::size_t>(static_cast<const char*>(pSlot) - szFormat);
+        strOut.append(szFormat + nStart, nSlot - nStart).append(strArg);
+        if (strOut.size() > nBound) {
+            strOut.append(TOO_LONG_TEXT);
+            return;
+        }
+        nStart = nSlot + 2;  // past the end when "%" is the last character: no slot is left then
+    }
+    if (nStart < nFormat)
+        strOut.append(szFormat + nStart, nFormat - nStart);
+}
+
+void FillSlots(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+               Arguments listArg) {
+    if (&strOut == &strFormat)
+        FillDistinct(nMaxLen, strOut, std::string(strFormat), listArg);
+    else
+        FillDistinct(nMaxLen, strOut, strFormat, listArg);
+}
+
+}  // namespace
+
+// clang-format off
+TNString::TNString(char cValue) { AssignInteger(m_strText, static_cast<signed char>(cValue)); }
+TNString::TNString(short nValue) { AssignInteger(m_strText, nValue); }
+TNString::TNString(int nValue) { AssignInteger(m_strText, nValue); }
+TNString::TNString(unsigned char nValue) { AssignInteger(m_strText, nValue); }
+TNString::TNString(unsigned short nValue) { AssignInteger(m_strText, nValue); }
+TNString::TNString(unsigned int nValue) { AssignInteger(m_strText, nValue); }
+TNString::TNString(long nValue) { AssignInteger(m_strText, nValue); }
+TNString::TNString(unsigned long nValue) { AssignInteger(m_strText, nValue); }
+TNString::TNString(long long nValue) { AssignInteger(m_strText, nValue); }
+TNString::TNString(float fValue) { AssignRounded(m_strText, static_cast<double>(fValue)); }
+TNString::TNString(double dValue) { AssignRounded(m_strText, dValue); }
+TNString::TNString(const char* szText) : m_strText(szText == nullptr ? "" : szText) {}
+TNString::TNString(const std::string& strText) : m_strText(strText) {}
+// clang-format on
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strText) {
+    strOut.append(strText);
+    TruncateStr(strOut, nMaxLen);
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szText) {
+    if (szText != nullptr)
+        strOut.append(szText);
+    TruncateStr(strOut, nMaxLen);
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1) {
+    FillSlots(nMaxLen, strOut, strFormat, {&a1});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2) {
+    FillSlots(nMaxLen, strOut, strFormat, {&a1, &a2});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3) {
+    FillSlots(nMaxLen, strOut, strFormat, {&a1, &a2, &a3});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4) {
+    FillSlots(nMaxLen, strOut, strFormat, {&a1, &a2, &a3, &a4});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4, TNString a5) {
+    FillSlots(nMaxLen, strOut, strFormat, {&a1, &a2, &a3, &a4, &a5});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4, TNString a5, TNString a6) {
+    FillSlots(nMaxLen, strOut, strFormat, {&a1, &a2, &a3, &a4, &a5, &a6});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4, TNString a5, TNString a6,
+                 TNString a7) {
+    FillSlots(nMaxLen, strOut, strFormat, {&a1, &a2, &a3, &a4, &a5, &a6, &a7});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4, TNString a5, TNString a6,
+                 TNString a7, TNString a8) {
+    FillSlots(nMaxLen, strOut, strFormat, {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4, TNString a5, TNString a6,
+                 TNString a7, TNString a8, TNString a9) {
+    FillSlots(nMaxLen, strOut, strFormat, {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8, &a9});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4, TNString a5, TNString a6,
+                 TNString a7, TNString a8, TNString a9, TNString a10) {
+    FillSlots(nMaxLen, strOut, strFormat, {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8, &a9, &a10});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4, TNString a5, TNString a6,
+                 TNString a7, TNString a8, TNString a9, TNString a10, TNString a11) {
+    FillSlots(nMaxLen, strOut, strFormat,
+              {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8, &a9, &a10, &a11});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4, TNString a5, TNString a6,
+                 TNString a7, TNString a8, TNString a9, TNString a10, TNString a11, TNString a12) {
+    FillSlots(nMaxLen, strOut, strFormat,
+              {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8, &a9, &a10, &a11, &a12});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4, TNString a5, TNString a6,
+                 TNString a7, TNString a8, TNString a9, TNString a10, TNString a11, TNString a12,
+                 TNString a13) {
+    FillSlots(nMaxLen, strOut, strFormat,
+              {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8, &a9, &a10, &a11, &a12, &a13});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4, TNString a5, TNString a6,
+                 TNString a7, TNString a8, TNString a9, TNString a10, TNString a11, TNString a12,
+                 TNString a13, TNString a14) {
+    FillSlots(nMaxLen, strOut, strFormat,
+              {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8, &a9, &a10, &a11, &a12, &a13, &a14});
+}
+
+void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                 TNString a1, TNString a2, TNString a3, TNString a4, TNString a5, TNString a6,
+                 TNString a7, TNString a8, TNString a9, TNString a10, TNString a11, TNString a12,
+                 TNString a13, TNString a14, TNString a15) {
+    FillSlots(nMaxLen, strOut, strFormat,
+              {&a1, &a2, &a3, &a4, &a5, &a6, &a7, &a8, &a9, &a10, &a11, &a12, &a13, &a14, &a15});
+}
+
+void TruncateStr(std::string& strText, unsigned int nMaxLen) {
+    if (strText.size() > nMaxLen)
+        strText.resize(nMaxLen);
+}
+
+void TNTrace2LogFile(const std::string& strModule, int nLevel, const std::string& strText) {
+    GuardedCall([&] {
+        if (ZembIsExit())
+            return;
+        if (TEDebugInterface* const pDebug = NSTE_util::GetDebugInterface(strModule.c_str()))
+            pDebug->Trace(nLevel, strText.c_str());
+    });
+}
+
+void TNAssert2LogFile(const std::string& strModule, TNString strFile, TNString strLine,
+                      const std::string& strExpression) {
+    GuardedCall([&] {
+        if (ZembIsExit())
+            return;
+        // Deliberate: no separator between the line number and "assertion failed for ".
+        const std::string strText = "ASSERT: file " + strFile.Text() + ", line " + strLine.Text() +
+                                    "assertion failed for " + strExpression + ".\n";
+        if (TEDebugInterface* const pDebug = NSTE_util::GetDebugInterface(strModule.c_str()))
+            pDebug->Assert(strText.c_str());
+    });
+}
+
+void ReportAssert(const TNAssertPoint& point) noexcept {
+    GuardedCall([&] {
+        if (TEDebugInterface* const pDebug = NSTE_util::GetDefaultDebugInterface())
+            pDebug->Printf("ASSERT: file %s, line %d assertion failed for '%s'.\n",
+                           point.szFileWord, point.nLine, point.szExpr);
+    });
+}
+
+void ReportException() noexcept {
+    try {
+        NSTE_util::WriteException(EXCEPTION_TEXT);
+    } catch (...) {
+        // The platform could not even note it.
+    }
+}
+
+}  // namespace NSTN_util
