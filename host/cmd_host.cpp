@@ -1,0 +1,62 @@
+#include "command.h"
+#include "console.h"
+
+#include <CLI/CLI.hpp>
+
+#include <unistd.h>
+
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+namespace host {
+
+namespace {
+
+struct HostArguments {
+    std::string strScript;
+    bool bEcho = false;
+};
+
+int RunHost(Session& session, const HostArguments& args) {
+    if (!args.strScript.empty()) {
+        std::ifstream script(args.strScript);
+        if (!script || script.peek() == std::ifstream::traits_type::eof())
+            throw CommandError(SYSTEM_FAILED, args.strScript + ": the script cannot be read");
+        return RunScript(session, script, args.strScript, args.bEcho);
+    }
+    if (isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0)
+        return RunTerminal(session);
+    return RunScript(session, std::cin, "standard input", args.bEcho);
+}
+
+int ShowHelp(Session& session, const std::string& strName) {
+    if (!strName.empty())
+        return RunCommand(session, {strName, "--help"});
+    std::cout << HelpText() << "\n'help COMMAND' tells more." << std::endl;
+    return DONE;
+}
+
+}  // namespace
+
+Runner DefineHost(CLI::App& app) {
+    const auto pArgs = std::make_shared<HostArguments>();
+    app.add_option("SCRIPT", pArgs->strScript, "file of commands; none: standard input");
+    app.add_flag("--echo", pArgs->bEcho, "print each command before it runs");
+    return [pArgs](Session& session) { return RunHost(session, *pArgs); };
+}
+
+Runner DefineHelp(CLI::App& app) {
+    const auto pName = std::make_shared<std::string>();
+    app.add_option("COMMAND", *pName, "the command");
+    return [pName](Session& session) { return ShowHelp(session, *pName); };
+}
+
+Runner DefineQuit(CLI::App&) {
+    return [](Session& session) {
+        session.Quit();
+        return DONE;
+    };
+}
+
+}  // namespace host

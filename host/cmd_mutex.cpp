@@ -1,0 +1,99 @@
+#include "command.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace host {
+
+namespace {
+
+struct MutexArguments {
+    std::vector<std::string> vecFile;
+    bool bDot = false;
+};
+
+int Load(Session& session, const MutexArguments& args) {
+    session.Start();
+    int nStatus = DONE;
+    for (const std::string& strFile : args.vecFile) {
+        const bool bGood = session.LoadTable(strFile);
+        Json::Value record;
+        record["file"] = strFile;
+        record["good"] = bGood;
+        session.out.Put((bGood ? "loaded " : "loaded what is good of ") + strFile, record);
+        if (!bGood)
+            nStatus = ANSWER_NO;
+    }
+    return nStatus;
+}
+
+void PutMatrix(const Output& out, const MutexFile& table) {
+    const std::vector<int> vecOper = table.Operations();
+    std::vector<std::vector<std::string>> vecRow = {{"ASKED \\ RUNNING"}};
+    for (const int nRunning : vecOper)
+        vecRow[0].push_back(std::to_string(nRunning));
+    for (const int nAsked : vecOper) {
+        const bool bExclusive = table.mapExclusive.count(nAsked) != 0;
+        std::vector<std::string> row = {std::to_string(nAsked) +
+                                        (bExclusive ? " excludes all" : "")};
+        Json::Value record;
+        record["asked"] = nAsked;
+        record["exclusive"] = bExclusive;
+        record["blocked_by"] = Json::Value(Json::arrayValue);
+        for (const int nRunning : vecOper) {
+            const bool bBlocks = table.Blocks(nRunning, nAsked);
+            row.emplace_back(bBlocks ? "X" : ".");
+            if (bBlocks)
+                record["blocked_by"].append(nRunning);
+        }
+        vecRow.push_back(std::move(row));
+        if (out.IsJson())
+            out.Put("", record);
+    }
+    out.Say(vecOper.empty() ? "the table is empty" : Table(vecRow));
+}
+
+void PutGraph(const Output& out, const MutexFile& table) {
+    out.Say("digraph mutex {\n  // An arrow leads from a running operation to what it blocks.");
+    for (const auto& [nOper, place] : table.mapExclusive)
+        out.Say("  \"" + std::to_string(nOper) + "\" [shape=doublecircle];  // excludes all");
+    for (const auto& [nAsked, mapBlocker] : table.mapBlockers)
+        for (const auto& [nBlocker, place] : mapBlocker)
+            out.Say("  \"" + std::to_string(nBlocker) + "\" -> \"" + std::to_string(nAsked) +
+                    "\";");
+    out.Say("}");
+}
+
+int Matrix(Session& session, const MutexArguments& args) {
+    MutexFile fromFiles;
+    for (const std::string& strFile : args.vecFile)
+        if (!fromFiles.Read(strFile))
+            throw CommandError(SYSTEM_FAILED, strFile + ": the table file cannot be read");
+    if (args.vecFile.empty())
+        session.Start();
+    const MutexFile& table = args.vecFile.empty() ? session.ledger.table : fromFiles;
+    if (args.bDot)
+        PutGraph(Output(false), table);
+    else
+        PutMatrix(session.out, table);
+    return DONE;
+}
+
+}  // namespace
+
+Runner DefineMutex(CLI::App& app) {
+    const auto pArgs = std::make_shared<MutexArguments>();
+    CLI::App* const pLoad = app.add_subcommand("load", "add table files to what is loaded");
+    pLoad->add_option("FILE", pArgs->vecFile, "table files")->required();
+    CLI::App* const pMatrix =
+        app.add_subcommand("matrix", "show which running operation (column) blocks which (row)");
+    pMatrix->add_option("FILE", pArgs->vecFile, "table files; none: what is loaded");
+    pMatrix->add_flag("--dot", pArgs->bDot, "as a graph for graphviz");
+    app.require_subcommand(1);
+    return [pArgs, pLoad](Session& session) {
+        return pLoad->parsed() ? Load(session, *pArgs) : Matrix(session, *pArgs);
+    };
+}
+
+}  // namespace host

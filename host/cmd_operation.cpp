@@ -1,0 +1,234 @@
+#include "command.h"
+
+#include "zemb/message.h"
+#include "zemb/task.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+#include <memory>
+
+namespace host {
+
+using NSTE_util::TEMutexOperMgr;
+using NSTE_util::TEOperObject;
+
+namespace {
+
+std::string CurrentUser() {
+    const char* const szUser = std::getenv("USER");
+    return szUser == nullptr || *szUser == '\0' ? "unknown" : szUser;
+}
+
+std::list<TEOperObject> ParseObjects(const std::vector<std::string>& vecText) {
+    std::list<TEOperObject> listObj;
+    for (const std::string& strText : vecText)
+        listObj.push_back(ParseObject(strText));
+    if (listObj.empty())
+        listObj.push_back({});
+    return listObj;
+}
+
+Json::Value ToJson(const std::list<TEOperObject>& listObj) {
+    Json::Value array(Json::arrayValue);
+    for (const TEOperObject& obj : listObj) {
+        Json::Value levels(Json::arrayValue);
+        levels.append(obj.nNeId);
+        levels.append(obj.nObjId);
+        levels.append(static_cast<Json::Int64>(obj.lSubObjId));
+        array.append(levels);
+    }
+    return array;
+}
+
+Json::Value ToJson(const Place& place) {
+    Json::Value record;
+    record["file"] = place.strFile;
+    record["line"] = place.nLine;
+    record["text"] = place.strText;
+    return record;
+}
+
+Json::Value ToJson(const Grant& grant) {
+    Json::Value record;
+    record["id"] = grant.nId;
+    record["operation"] = grant.nOper;
+    record["objects"] = ToJson(grant.listObj);
+    record["since"] = zemb::FormatTime(grant.nSince);
+    record["by"] = grant.strBy;
+    return record;
+}
+
+std::string QuotedLine(const Place& place) {
+    return place.Text() + ": " + place.strText;
+}
+
+int PutGranted(const Session& session, const Grant& grant) {
+    Json::Value record = ToJson(grant);
+    record["granted"] = true;
+    session.out.Put("granted " + std::to_string(grant.nId) + ": operation " +
+                        std::to_string(grant.nOper) + " on " + ObjectsText(grant.listObj) +
+                        " for " + grant.strBy,
+                    record);
+    return DONE;
+}
+
+int PutRefused(const Session& session, int nOper, const std::list<TEOperObject>& listObj,
+               unsigned long nCode) {
+    Json::Value record;
+    record["granted"] = false;
+    record["operation"] = nOper;
+    record["objects"] = ToJson(listObj);
+    record["code"] = static_cast<Json::UInt64>(nCode);
+    std::string strText = "refused " + Hex(nCode) + " (" + std::to_string(nCode) + "): operation " +
+                          std::to_string(nOper) + " on " + ObjectsText(listObj);
+    if (nCode == NSTE_util::ERR_MUTEX_NO_REQUEST) {
+        strText += "\n  no current task with a request";
+    } else if (const std::optional<Refusal> refusal = session.ledger.Explain(nOper, listObj)) {
+        const Grant& grant = *refusal->pGrant;
+        record["blocker"] = ToJson(grant);
+        strText += "\n  in the way: operation " + std::to_string(grant.nOper) + " on " +
+                   ObjectText(refusal->obj) + ", held by " + grant.strBy + " since " +
+                   zemb::FormatTime(grant.nSince) + " (grant " + std::to_string(grant.nId) + ")";
+        if (refusal->rule) {
+            record["rule"] = ToJson(*refusal->rule);
+            strText += "\n  rule:       " + QuotedLine(*refusal->rule);
+        }
+        if (refusal->code)
+            record["code_line"] = ToJson(*refusal->code);
+        strText +=
+            "\n  code:       " + (refusal->code ? QuotedLine(*refusal->code)
+                                                : "operation " + std::to_string(grant.nOper) +
+                                                      " has no line in [MUTEX_ERRORCODE]");
+    }
+    session.out.Put(strText, record);
+    return ANSWER_NO;
+}
+
+struct AcquireArguments {
+    int nOper = 0;
+    std::vector<std::string> vecObject;
+    std::string strBy = CurrentUser();
+    bool bAsTask = false;
+    bool bNoObject = false;
+};
+
+// As a server process does it: a command message arrives, a task works on it, an NE guard takes
+// the NEs under the number of the command.
+int AcquireAsTask(Session& session, const AcquireArguments& args,
+                  const std::list<TEOperObject>& listObj) {
+    std::list<int> listNe;
+    for (const TEOperObject& obj : listObj)
+        listNe.push_back(obj.nNeId);
+    ZembCmdMSG msg{};
+    msg.nCmd = static_cast<std::uint32_t>(args.nOper);
+    ZembGnlTask task(&msg);
+    const zemb::ScopedTask current(&task);
+    auto pGuard = std::make_unique<NSTE_util::TEMutexOperNEGuard>(listNe);
+    std::list<TEOperObject> listWhole;
+    for (const int nNe : listNe)
+        listWhole.push_back({nNe, 0, 0});
+    if (pGuard->m_nResult != 0)
+        return PutRefused(session, args.nOper, listWhole, pGuard->m_nResult);
+    return PutGranted(session, session.ledger.Add(args.nOper, std::move(listWhole), args.strBy,
+                                                  std::move(pGuard)));
+}
+
+int Acquire(Session& session, const AcquireArguments& args) {
+    const std::list<TEOperObject> listObj =
+        args.bNoObject ? std::list<TEOperObject>() : ParseObjects(args.vecObject);
+    if (args.bAsTask)
+        return AcquireAsTask(session, args, listObj);
+    const unsigned long nCode = TEMutexOperMgr::Instance()->AcquireMutexOper(args.nOper, listObj);
+    if (nCode != 0)
+        return PutRefused(session, args.nOper, listObj, nCode);
+    return PutGranted(session, session.ledger.Add(args.nOper, listObj, args.strBy));
+}
+
+struct ReleaseArguments {
+    std::vector<int> vecId;
+    bool bAll = false;
+    int nOper = 0;
+    std::vector<std::string> vecObject;
+};
+
+int ReleaseGrant(Session& session, int nId) {
+    const std::unique_ptr<Grant> pGrant = session.ledger.Take(nId);
+    if (pGrant == nullptr)
+        throw CommandError(ANSWER_NO, "no grant " + std::to_string(nId) + "; see 'running'");
+    if (pGrant->pGuard == nullptr)
+        TEMutexOperMgr::Instance()->ReleaseMutexOper(pGrant->nOper, pGrant->listObj);
+    pGrant->pGuard = nullptr;
+    session.out.Put("released " + std::to_string(nId) + ": operation " +
+                        std::to_string(pGrant->nOper) + " on " + ObjectsText(pGrant->listObj),
+                    ToJson(*pGrant));
+    return DONE;
+}
+
+int Release(Session& session, ReleaseArguments& args, bool bRaw) {
+    if (bRaw) {
+        const std::list<TEOperObject> listObj = ParseObjects(args.vecObject);
+        TEMutexOperMgr::Instance()->ReleaseMutexOper(args.nOper, listObj);
+        for (const TEOperObject& obj : listObj)
+            session.ledger.Forget(args.nOper, obj);
+        return DONE;
+    }
+    if (args.bAll)
+        for (const Grant& grant : session.ledger.Grants())
+            args.vecId.push_back(grant.nId);
+    else if (args.vecId.empty())
+        throw CommandError(WRONG_USAGE,
+                           "release: give the number of a grant, --all, or --oper with --on");
+    for (const int nId : args.vecId)
+        ReleaseGrant(session, nId);
+    return DONE;
+}
+
+}  // namespace
+
+Runner DefineAcquire(CLI::App& app) {
+    const auto pArgs = std::make_shared<AcquireArguments>();
+    app.add_option("OPERATION", pArgs->nOper, "operation number")->required();
+    app.add_option("OBJECT", pArgs->vecObject,
+                   "NE, NE/object or NE/object/sub-object; 0: all; none: everything");
+    app.add_option("--by", pArgs->strBy, "who asks")->capture_default_str();
+    CLI::Option* const pTask = app.add_flag("--as-task", pArgs->bAsTask,
+                                            "as a task with that command number, on whole NEs");
+    app.add_flag("--no-object", pArgs->bNoObject,
+                 "on no object at all: granted, and running for good")
+        ->excludes(pTask);
+    return [pArgs](Session& session) { return Acquire(session, *pArgs); };
+}
+
+Runner DefineRelease(CLI::App& app) {
+    const auto pArgs = std::make_shared<ReleaseArguments>();
+    app.add_option("GRANT", pArgs->vecId, "numbers of grants, as 'running' shows them");
+    app.add_flag("--all", pArgs->bAll, "all grants");
+    CLI::Option* const pOper = app.add_option("--oper", pArgs->nOper, "operation number");
+    app.add_option("--on", pArgs->vecObject, "objects to hand to the manager as they are")
+        ->needs(pOper);
+    return
+        [pArgs](Session& session) { return Release(session, *pArgs, !pArgs->vecObject.empty()); };
+}
+
+Runner DefineRunning(CLI::App& app) {
+    app.footer(
+        "Only what this program was granted is known; another process has a manager of its "
+        "own.\n" +
+        app.get_footer());
+    return [](Session& session) {
+        std::vector<std::vector<std::string>> vecRow = {
+            {"GRANT", "OPERATION", "SINCE", "BY", "OBJECTS"}};
+        for (const Grant& grant : session.ledger.Grants()) {
+            vecRow.push_back({std::to_string(grant.nId), std::to_string(grant.nOper),
+                              zemb::FormatTime(grant.nSince), grant.strBy,
+                              ObjectsText(grant.listObj)});
+            if (session.out.IsJson())
+                session.out.Put("", ToJson(grant));
+        }
+        session.out.Say(vecRow.size() == 1 ? "nothing is running" : Table(vecRow));
+        return DONE;
+    };
+}
+
+}  // namespace host

@@ -1,0 +1,91 @@
+#include "command.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+namespace host {
+
+const std::vector<Command>& Commands() {
+    // clang-format off
+    static const std::vector<Command> vecCommand = {
+        {"host",     "load and start the module, then read commands from a script or standard input",
+                     "host --echo share/scenarios/tour", true, DefineHost},
+        {"acquire",  "ask for an operation on objects; tells what is in the way",
+                     "acquire 101 5/7/99 --by alice", true, DefineAcquire},
+        {"release",  "give back what was granted",
+                     "release 1", true, DefineRelease},
+        {"running",  "show who holds what, since when",
+                     "running", true, DefineRunning},
+        {"trail",    "mark trails as busy, give them back, list them",
+                     "trail take crew-1 3 9", true, DefineTrail},
+        {"mutex",    "load a table file of conflicting operations, or show it as a matrix or graph",
+                     "mutex matrix share/root/etc/oss_cfg/trans/core/conf/mutex_oper.cfg", false,
+                     DefineMutex},
+        {"check",    "look for faults in configuration files",
+                     "check mutex share/root/etc/oss_cfg/trans/core/conf/mutex_oper.cfg", false,
+                     DefineCheck},
+        {"settings", "show the settings of the process and where each comes from",
+                     "settings", true, DefineSettings},
+        {"module",   "list the loaded modules; start, stop or load one",
+                     "module list", true, DefineModule},
+        {"trace",    "write a line to the module's log, or show its lines as they come",
+                     "trace line 'NE %d: %s' 5 ready", true, DefineTrace},
+        {"clock",    "show, move or stop the platform's clock",
+                     "clock +301", false, DefineClock},
+        {"say",      "print a text",
+                     "say 'Alice begins.'", false, DefineSay},
+        {"help",     "show the commands, or all about one",
+                     "help acquire", false, DefineHelp},
+        {"quit",     "stop reading commands",
+                     "quit", false, DefineQuit},
+    };
+    // clang-format on
+    return vecCommand;
+}
+
+const Command* FindCommand(const std::string& strName) {
+    const auto& vecCommand = Commands();
+    const auto it = std::find_if(vecCommand.begin(), vecCommand.end(),
+                                 [&](const Command& command) { return strName == command.szName; });
+    return it == vecCommand.end() ? nullptr : &*it;
+}
+
+std::string HelpText() {
+    std::vector<std::vector<std::string>> vecRow;
+    for (const Command& command : Commands())
+        vecRow.push_back({std::string("  ") + command.szName, command.szSummary});
+    return Table(vecRow);
+}
+
+int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
+    const Command* const pCommand = FindCommand(vecWord.front());
+    if (pCommand == nullptr) {
+        std::cerr << "tovelkarin: no command '" << vecWord.front() << "'; 'help' lists the commands"
+                  << std::endl;
+        return WRONG_USAGE;
+    }
+    CLI::App app(pCommand->szSummary, pCommand->szName);
+    app.footer(std::string("Example:\n  ") + pCommand->szExample);
+    const Runner run = pCommand->Define(app);
+    try {
+        app.parse(std::vector<std::string>(vecWord.rbegin(), vecWord.rend() - 1));
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error, std::cout, std::cerr) == 0 ? DONE : WRONG_USAGE;
+    }
+    try {
+        if (pCommand->bNeedsModule)
+            session.Start();
+        return run(session);
+    } catch (const CommandError& error) {
+        std::cerr << "tovelkarin: " << error.what() << std::endl;
+        return error.nStatus;
+    } catch (const std::exception& error) {
+        std::cerr << "tovelkarin: " << pCommand->szName << ": " << error.what() << std::endl;
+        return SYSTEM_FAILED;
+    }
+}
+
+}  // namespace host

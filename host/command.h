@@ -1,0 +1,59 @@
+#pragma once
+
+#include "session.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace host {
+
+// Runs one command whose words have been read; returns its exit status.
+using Runner = std::function<int(Session&)>;
+
+// Names a command's arguments and options and gives what runs it. The runner owns what the
+// arguments are read into.
+using Definer = Runner (*)(CLI::App& app);
+
+struct Command {
+    const char* szName;
+    const char* szSummary;
+    const char* szExample;  // one or more command lines
+    bool bNeedsModule;      // the module is started before it runs
+    Definer Define;
+};
+
+// All commands, in the order of the help. The one table behind shell, console, help and completion.
+const std::vector<Command>& Commands();
+
+// The command of that name, or null.
+const Command* FindCommand(const std::string& strName);
+
+// Runs a command from its words, the name first. Reports to standard error and returns the status:
+// an unknown command or a wrong argument is WRONG_USAGE.
+int RunCommand(Session& session, const std::vector<std::string>& vecWord);
+
+// The list of commands.
+std::string HelpText();
+
+// One family of commands each.
+Runner DefineHost(CLI::App& app);
+Runner DefineModule(CLI::App& app);
+Runner DefineSettings(CLI::App& app);
+Runner DefineAcquire(CLI::App& app);
+Runner DefineRelease(CLI::App& app);
+Runner DefineRunning(CLI::App& app);
+Runner DefineTrail(CLI::App& app);
+Runner DefineMutex(CLI::App& app);
+Runner DefineCheck(CLI::App& app);
+Runner DefineTrace(CLI::App& app);
+Runner DefineClock(CLI::App& app);
+Runner DefineSay(CLI::App& app);
+Runner DefineQuit(CLI::App& app);
+Runner DefineHelp(CLI::App& app);
+
+}  // namespace host

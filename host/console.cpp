@@ -1,0 +1,139 @@
+#include "console.h"
+
+#include "command.h"
+
+#include <editline/readline.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+
+namespace host {
+
+namespace {
+
+constexpr const char* PROMPT = "tovelkarin> ";
+
+// Gives libedit one command after the other that begins with what was typed; it frees the texts.
+char* NextCompletion(const char* szBegin, int nState) {
+    static std::size_t s_nNext = 0;
+    if (nState == 0)
+        s_nNext = 0;
+    while (s_nNext < Commands().size()) {
+        const char* const szName = Commands()[s_nNext++].szName;
+        if (std::strncmp(szName, szBegin, std::strlen(szBegin)) == 0)
+            return strdup(szName);
+    }
+    return nullptr;
+}
+
+char** Complete(const char* szWord, int nStart, int) {
+    if (nStart == 0)
+        return rl_completion_matches(szWord, NextCompletion);
+    return nullptr;  // file names
+}
+
+std::string HistoryFile() {
+    const std::string strState = zemb::GetStatePath();
+    return strState.empty() ? "" : strState + "/history";
+}
+
+}  // namespace
+
+std::vector<std::string> SplitWords(const std::string& strLine) {
+    std::vector<std::string> vecWord;
+    std::string strWord;
+    bool bInWord = false;
+    char cQuote = '\0';
+    for (std::size_t i = 0; i < strLine.size(); ++i) {
+        const char c = strLine[i];
+        if (c == '\\' && cQuote != '\'' && i + 1 < strLine.size()) {
+            strWord += strLine[++i];
+            bInWord = true;
+        } else if (cQuote != '\0') {
+            if (c == cQuote)
+                cQuote = '\0';
+            else
+                strWord += c;
+        } else if (c == '\'' || c == '"') {
+            cQuote = c;
+            bInWord = true;
+        } else if (c == '#' && !bInWord) {
+            break;
+        } else if (c != ' ' && c != '\t' && c != '\r') {
+            strWord += c;
+            bInWord = true;
+        } else if (bInWord) {
+            vecWord.push_back(std::move(strWord));
+            strWord.clear();
+            bInWord = false;
+        }
+    }
+    if (cQuote != '\0')
+        throw CommandError(WRONG_USAGE, std::string("a quote ") + cQuote + " is not closed");
+    if (bInWord)
+        vecWord.push_back(std::move(strWord));
+    return vecWord;
+}
+
+namespace {
+
+// Runs one line; an empty one is done.
+int RunLine(Session& session, const std::string& strLine) {
+    try {
+        const std::vector<std::string> vecWord = SplitWords(strLine);
+        return vecWord.empty() ? DONE : RunCommand(session, vecWord);
+    } catch (const CommandError& error) {
+        std::cerr << "tovelkarin: " << error.what() << std::endl;
+        return error.nStatus;
+    }
+}
+
+// Whether a script shows the line before it runs it.
+bool IsShown(const std::string& strLine) {
+    const std::size_t nFirst = strLine.find_first_not_of(" \t\r");
+    return nFirst != std::string::npos && strLine[nFirst] != '#' &&
+           strLine.compare(nFirst, 3, "say") != 0;
+}
+
+}  // namespace
+
+int RunScript(Session& session, std::istream& input, const std::string& strName, bool bEcho) {
+    std::string strLine;
+    for (int nLine = 1; !session.IsQuit() && std::getline(input, strLine); ++nLine) {
+        if (bEcho && IsShown(strLine))
+            session.out.Say(PROMPT + strLine);
+        const int nStatus = RunLine(session, strLine);
+        if (nStatus != DONE && nStatus != ANSWER_NO) {
+            std::cerr << "tovelkarin: " << strName << ":" << nLine << ": ended here" << std::endl;
+            return nStatus;
+        }
+    }
+    return DONE;
+}
+
+int RunTerminal(Session& session) {
+    rl_attempted_completion_function = Complete;
+    const std::string strHistory = HistoryFile();
+    using_history();
+    if (!strHistory.empty())
+        read_history(strHistory.c_str());
+    std::cout << "'help' lists the commands, 'quit' ends." << std::endl;
+    while (!session.IsQuit()) {
+        const std::unique_ptr<char, decltype(&std::free)> line(readline(PROMPT), &std::free);
+        if (line == nullptr)
+            break;
+        if (*line != '\0')
+            add_history(line.get());
+        RunLine(session, line.get());
+    }
+    if (!strHistory.empty()) {
+        std::error_code ignored;
+        std::filesystem::create_directories(zemb::GetStatePath(), ignored);
+        write_history(strHistory.c_str());
+    }
+    return DONE;
+}
+
+}  // namespace host

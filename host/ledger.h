@@ -1,0 +1,66 @@
+#pragma once
+
+#include "mutex_file.h"
+
+#include "tovelkarin/temutexoperguard.h"
+#include "tovelkarin/temutexopermgr.h"
+
+#include <list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+// "5/7/99", "5/7" or "5" as an object; what is left out is 0, "all". Throws CommandError.
+NSTE_util::TEOperObject ParseObject(const std::string& strText);
+std::string ObjectText(const NSTE_util::TEOperObject& obj);
+std::string ObjectsText(const std::list<NSTE_util::TEOperObject>& listObj);
+
+// What this process was granted and has not given back.
+struct Grant {
+    int nId;
+    int nOper;
+    std::list<NSTE_util::TEOperObject> listObj;
+    long long nSince;  // microseconds, the platform's clock
+    std::string strBy;
+    std::unique_ptr<NSTE_util::TEMutexOperNEGuard> pGuard;  // when an NE guard holds it
+};
+
+// Why a request was refused.
+struct Refusal {
+    const Grant* pGrant;
+    NSTE_util::TEOperObject obj;  // the held object that overlaps
+    std::optional<Place> rule;    // the table line
+    std::optional<Place> code;    // the line that gives the code
+};
+
+// The book that the host keeps beside the library's manager, which remembers neither who asked,
+// nor since when, nor which line of the table file a rule came from.
+class Ledger {
+public:
+    MutexFile table;  // all table files loaded so far
+
+    const Grant& Add(int nOper, std::list<NSTE_util::TEOperObject> listObj,
+                     const std::string& strBy,
+                     std::unique_ptr<NSTE_util::TEMutexOperNEGuard> pGuard = nullptr);
+    // The entry, no longer in the book. Null when there is none of that number.
+    std::unique_ptr<Grant> Take(int nId);
+    // Forgets one held object that equals obj, as the manager does.
+    void Forget(int nOper, const NSTE_util::TEOperObject& obj);
+    const std::list<Grant>& Grants() const { return m_listGrant; }
+
+    // Which grant is in the way of the request, in the order in which the manager looks.
+    std::optional<Refusal> Explain(int nOper,
+                                   const std::list<NSTE_util::TEOperObject>& listObj) const;
+
+private:
+    std::optional<Refusal> Overlap(int nRunning,
+                                   const std::list<NSTE_util::TEOperObject>& listObj) const;
+
+    std::list<Grant> m_listGrant;
+    int m_nLastId = 0;
+};
+
+}  // namespace host

@@ -1,0 +1,58 @@
+#include "command.h"
+
+#include "zemb/control.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+namespace {
+
+struct GlobalArguments {
+    std::string strRoot;
+    std::string strState;
+    bool bJson = false;
+};
+
+int Run(int argc, char** argv) {
+    GlobalArguments args;
+    CLI::App app(
+        "Host process and toolbox of the tovelkarin module: tovelkarin [OPTIONS] COMMAND ...",
+        "tovelkarin");
+    app.add_option("--root", args.strRoot, "installation root; else the variable ZEMB_ROOT");
+    app.add_option("--state", args.strState,
+                   "folder of logs; else the variable ZEMB_STATE, else var under the root");
+    app.add_flag("--json", args.bJson, "one JSON object a line instead of text");
+    app.set_version_flag("--version", "tovelkarin " TOVELKARIN_VERSION);
+    app.footer("Commands:\n" + host::HelpText() +
+               "\n'tovelkarin COMMAND --help' tells more.\n\n"
+               "Exit status: 0 done, 1 the answer is no, 2 wrong usage, 3 the system failed.");
+    app.prefix_command();
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? host::DONE : host::WRONG_USAGE;
+    }
+    const std::vector<std::string> vecWord = app.remaining();
+    if (vecWord.empty()) {
+        std::cerr << app.help();
+        return host::WRONG_USAGE;
+    }
+    if (!args.strRoot.empty())
+        zemb::SetRootPath(args.strRoot);
+    if (!args.strState.empty())
+        zemb::SetStatePath(args.strState);
+    host::Session session(args.bJson);
+    return host::RunCommand(session, vecWord);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception& error) {
+        std::cerr << "tovelkarin: " << error.what() << std::endl;
+        return host::SYSTEM_FAILED;
+    }
+}

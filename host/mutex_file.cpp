@@ -1,0 +1,252 @@
+#include "mutex_file.h"
+
+#include "zemb/text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <fstream>
+#include <set>
+
+// The format: docs/mutex-table-file.md.
+namespace host {
+
+namespace {
+
+constexpr std::size_t LINE_MAX_CHARS = 1023;
+constexpr const char* SECTION_TABLE = "[MUTEX_TABLE]";
+constexpr const char* SECTION_ERRORCODE = "[MUTEX_ERRORCODE]";
+constexpr const char* BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+
+bool ReadWhole(const std::string& strFile, std::string& strText) {
+    std::ifstream file(strFile, std::ios::binary);
+    std::vector<char> vecBlock(64 * 1024);
+    while (file) {
+        file.read(vecBlock.data(), static_cast<std::streamsize>(vecBlock.size()));
+        strText.append(vecBlock.data(), static_cast<std::size_t>(file.gcount()));
+    }
+    return file.is_open() && !file.bad();
+}
+
+// The section that a line means to start, read generously; null when none.
+const char* MeantSection(const std::string& strLine) {
+    std::string strLetters;
+    for (const char c : strLine)
+        if (std::isalpha(static_cast<unsigned char>(c)) != 0)
+            strLetters += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    if (strLetters == "MUTEXTABLE")
+        return SECTION_TABLE;
+    return strLetters == "MUTEXERRORCODE" ? SECTION_ERRORCODE : nullptr;
+}
+
+// A whole number with an optional sign, whatever its size.
+bool LooksLikeNumber(const std::string& strText) {
+    const std::size_t nFirst = strText.find_first_not_of("+-");
+    return nFirst != std::string::npos && nFirst <= 1 &&
+           strText.find_first_not_of("0123456789", nFirst) == std::string::npos;
+}
+
+int ColumnOf(int nColumn, std::size_t nOffset) {
+    return nColumn + static_cast<int>(nOffset);
+}
+
+std::size_t BlanksBefore(const std::string& strText) {
+    const std::size_t nFirst = strText.find_first_not_of(' ');
+    return nFirst == std::string::npos ? 0 : nFirst;
+}
+
+}  // namespace
+
+bool MutexFile::Read(const std::string& strFile) {
+    std::string strAll;
+    if (!ReadWhole(strFile, strAll))
+        return false;
+    m_eSection = ESection::NONE;
+    int nLine = 0;
+    for (std::size_t nStart = 0; nStart < strAll.size();) {
+        ++nLine;
+        const std::size_t nEnd = std::min(strAll.find('\n', nStart), strAll.size());
+        const bool bTooLong = nEnd - nStart > LINE_MAX_CHARS;
+        std::string strRaw = strAll.substr(nStart, std::min(nEnd - nStart, LINE_MAX_CHARS));
+        nStart = nEnd + 1;
+        const std::size_t nZero = strRaw.find('\0');
+        if (nZero != std::string::npos) {
+            Add(ESeverity::ERROR, {strFile, nLine, 1, ""}, ColumnOf(1, nZero),
+                "a zero byte: the rest of the line is not read", "a text file");
+            strRaw.resize(nZero);
+        }
+        const std::string strLine = NSTE_util::Trim(strRaw);
+        Place place{strFile, nLine, 1, strLine};
+        if (!strLine.empty())
+            place.nColumn = ColumnOf(1, strRaw.find(strLine));
+        ReadLine(place);
+        if (bTooLong) {
+            Add(ESeverity::ERROR, place, ColumnOf(1, LINE_MAX_CHARS),
+                "line longer than the reader takes: it is cut here and nothing after it is read",
+                "at most 1023 characters");
+            break;
+        }
+    }
+    return true;
+}
+
+void MutexFile::Add(ESeverity eSeverity, Place place, int nColumn, const std::string& strWhat,
+                    const std::string& strExpected) {
+    place.nColumn = nColumn;
+    vecFinding.push_back({std::move(place), eSeverity, strWhat, strExpected});
+}
+
+void MutexFile::ReadLine(const Place& place) {
+    const std::string& strLine = place.strText;
+    if (strLine.empty() || strLine.front() == '#')
+        return;
+    if (strLine == SECTION_TABLE) {
+        m_eSection = ESection::TABLE;
+    } else if (strLine == SECTION_ERRORCODE) {
+        m_eSection = ESection::ERRORCODE;
+    } else if (strLine.compare(0, 3, BYTE_ORDER_MARK) == 0) {
+        Add(ESeverity::ERROR, place, place.nColumn,
+            "byte-order mark: the line is not taken for a header or comment",
+            "a file without byte-order mark");
+    } else if (const char* const szMeant = MeantSection(strLine)) {
+        Add(ESeverity::ERROR, place, place.nColumn, "this is no section header and starts none",
+            std::string("exactly ") + szMeant);
+    } else if (m_eSection == ESection::TABLE) {
+        ReadTableLine(place);
+    } else if (m_eSection == ESection::ERRORCODE) {
+        ReadErrorCodeLine(place);
+    } else {
+        Add(ESeverity::ERROR, place, place.nColumn, "line outside a section",
+            "[MUTEX_TABLE] or [MUTEX_ERRORCODE] before it");
+    }
+}
+
+std::vector<MutexFile::Field> MutexFile::Fields(const Place& place) {
+    std::vector<Field> vecField;
+    int nColumn = place.nColumn;
+    for (const std::string& strText : NSTE_util::Token(place.strText, ':')) {
+        vecField.push_back({strText, nColumn});
+        nColumn = ColumnOf(nColumn, strText.size() + 1);
+    }
+    return vecField;
+}
+
+bool MutexFile::ReadNumber(const Place& place, const Field& field, const char* szWhat,
+                           int& nValue) {
+    if (NSTE_util::StrToInt(field.strText, nValue, 10))
+        return true;
+    const std::string strTrimmed = NSTE_util::Trim(field.strText);
+    Add(ESeverity::ERROR, place, ColumnOf(field.nColumn, BlanksBefore(field.strText)),
+        std::string(szWhat) + " '" + strTrimmed +
+            (LooksLikeNumber(strTrimmed) ? "' is out of range" : "' is no number"),
+        "a decimal number from -2147483648 to 2147483647");
+    return false;
+}
+
+bool MutexFile::ReadList(const Place& place, const Field& field, std::vector<int>& vecOper) {
+    if (NSTE_util::StrToNumList(field.strText, vecOper))
+        return true;
+    int nColumn = field.nColumn;
+    for (const std::string& strPiece : NSTE_util::Token(field.strText, ',')) {
+        std::vector<int> vecOne;
+        if (!NSTE_util::StrToNumList(strPiece, vecOne)) {
+            const std::string strTrimmed = NSTE_util::Trim(strPiece);
+            const std::size_t nDash = strTrimmed.find('-');
+            int nFirst = 0;
+            int nLast = 0;
+            const char* szWhy = "' is no operation number or span";
+            if (nDash != std::string::npos && nDash > 0 &&
+                NSTE_util::StrToInt(strTrimmed.substr(0, nDash), nFirst, 10) &&
+                NSTE_util::StrToInt(strTrimmed.substr(nDash + 1), nLast, 10))
+                szWhy = nFirst > nLast ? "' is a descending span" : "' is too long a span";
+            else if (LooksLikeNumber(strTrimmed))
+                szWhy = strTrimmed.front() == '-' ? "' is negative" : "' is out of range";
+            Add(ESeverity::ERROR, place, ColumnOf(nColumn, BlanksBefore(strPiece)),
+                "'" + strTrimmed + szWhy,
+                "numbers from 0 to 2147483647 and spans first-last, separated by ','");
+            return false;
+        }
+        nColumn = ColumnOf(nColumn, strPiece.size() + 1);
+    }
+    Add(ESeverity::ERROR, place, field.nColumn, "the list names too many operations",
+        "at most " + std::to_string(NSTE_util::NUM_LIST_MAX));
+    return false;
+}
+
+void MutexFile::ReadTableLine(const Place& place) {
+    const std::vector<Field> vecField = Fields(place);
+    if (vecField.size() != 3)
+        return Add(ESeverity::ERROR, place,
+                   vecField[std::min<std::size_t>(vecField.size() - 1, 3)].nColumn,
+                   std::to_string(vecField.size()) + " fields",
+                   "3: operation:blocked operations:both directions (0 or 1)");
+    int nOper1 = 0;
+    int nFlag = 0;
+    std::vector<int> vecOper2;
+    const bool bOper = ReadNumber(place, vecField[0], "operation", nOper1);
+    const bool bList = ReadList(place, vecField[1], vecOper2);
+    const bool bFlag = ReadNumber(place, vecField[2], "flag", nFlag);
+    if (!bOper || !bList || !bFlag)
+        return;
+    if (vecOper2.empty())
+        Add(ESeverity::WARNING, place, vecField[1].nColumn, "no operations: the line does nothing");
+    for (const int nOper2 : vecOper2)
+        Register(nOper1, nOper2, nFlag != 0, place);
+}
+
+void MutexFile::Register(int nOper1, int nOper2, bool bBoth, const Place& place) {
+    if (nOper1 == 0 && nOper2 == 0) {
+        Add(ESeverity::WARNING, place, place.nColumn, "0 and 0: nothing is registered",
+            "one operation beside the 0");
+    } else if (nOper1 == 0) {
+        mapExclusive.emplace(nOper2, place);
+    } else if (nOper2 == 0) {
+        mapExclusive.emplace(nOper1, place);
+    } else {
+        mapBlockers[nOper2].emplace(nOper1, place);
+        if (bBoth)
+            mapBlockers[nOper1].emplace(nOper2, place);
+    }
+}
+
+void MutexFile::ReadErrorCodeLine(const Place& place) {
+    const std::vector<Field> vecField = Fields(place);
+    if (vecField.size() != 2)
+        return Add(ESeverity::ERROR, place,
+                   vecField[std::min<std::size_t>(vecField.size() - 1, 2)].nColumn,
+                   std::to_string(vecField.size()) + " fields", "2: operation:code");
+    int nOper = 0;
+    int nCode = 0;
+    const bool bOper = ReadNumber(place, vecField[0], "operation", nOper);
+    const bool bCode = ReadNumber(place, vecField[1], "code", nCode);
+    if (!bOper || !bCode)
+        return;
+    const auto [it, bNew] = mapCode.emplace(nOper, Code{nCode, place});
+    if (!bNew)
+        return Add(ESeverity::WARNING, place, place.nColumn,
+                   "second code of operation " + std::to_string(nOper) + ": the first one, at " +
+                       it->second.place.Text() + ", counts");
+    if (nCode == 0)
+        Add(ESeverity::WARNING, place, vecField[1].nColumn,
+            "a code of 0 looks like a grant to the refused caller", "a code other than 0");
+}
+
+bool MutexFile::Blocks(int nRunning, int nRequested) const {
+    if (mapExclusive.count(nRunning) != 0 || mapExclusive.count(nRequested) != 0)
+        return true;
+    const auto it = mapBlockers.find(nRequested);
+    return it != mapBlockers.end() && it->second.count(nRunning) != 0;
+}
+
+std::vector<int> MutexFile::Operations() const {
+    std::set<int> setOper;
+    for (const auto& [nRequested, mapBlocker] : mapBlockers) {
+        setOper.insert(nRequested);
+        for (const auto& [nBlocker, place] : mapBlocker)
+            setOper.insert(nBlocker);
+    }
+    for (const auto& [nOper, place] : mapExclusive)
+        setOper.insert(nOper);
+    return {setOper.begin(), setOper.end()};
+}
+
+}  // namespace host

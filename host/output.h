@@ -1,0 +1,45 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace host {
+
+// Exit status of the program and of each command.
+constexpr int DONE = 0;
+constexpr int ANSWER_NO = 1;  // refused, not found, the file has faults
+constexpr int WRONG_USAGE = 2;
+constexpr int SYSTEM_FAILED = 3;
+
+// Ends a command with a status; the text goes to standard error behind the program's name.
+class CommandError : public std::runtime_error {
+public:
+    CommandError(int nStatusOf, const std::string& strText)
+        : std::runtime_error(strText), nStatus(nStatusOf) {}
+    const int nStatus;
+};
+
+// Standard output, line by line: texts for people, or one JSON object a line.
+class Output {
+public:
+    explicit Output(bool bJson) : m_bJson(bJson) {}
+    bool IsJson() const { return m_bJson; }
+    // strText unless JSON is wanted, else the record.
+    void Put(const std::string& strText, const Json::Value& record) const;
+    // A text that has no record; nothing when JSON is wanted.
+    void Say(const std::string& strText) const;
+
+private:
+    const bool m_bJson;
+};
+
+// Rows as columns two blanks apart; the first row is the heading.
+std::string Table(const std::vector<std::vector<std::string>>& vecRow);
+
+// "0x4101F012", in capitals and without leading zeros.
+std::string Hex(unsigned long nValue);
+
+}  // namespace host

@@ -1,0 +1,89 @@
+#include "session.h"
+
+#include "trail_holder.h"
+
+#include "zemb/module.h"
+#include "zemb/settings.h"
+
+#include <filesystem>
+#include <iostream>
+
+namespace host {
+
+namespace {
+
+constexpr const char* TABLE_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/mutex_oper.cfg";
+
+}  // namespace
+
+Session::Session(bool bJson) : out(bJson) {}
+
+Session::~Session() {
+    try {
+        Stop();
+    } catch (const std::exception& error) {
+        std::cerr << "tovelkarin: " << error.what() << std::endl;
+    }
+}
+
+void Session::Start() {
+    if (m_bStarted)
+        return;
+    const std::string strRoot = NSTE_util::GetZEMBRootPath();
+    if (strRoot.empty())
+        std::cerr << "tovelkarin: no installation root, so no settings and no table file: give "
+                     "--root DIR or set ZEMB_ROOT"
+                  << std::endl;
+    else if (!std::filesystem::is_directory(strRoot))
+        throw CommandError(SYSTEM_FAILED, strRoot + ": the installation root is no folder");
+    std::string strError;
+    if (!ModuleMgr::Instance()->StartModules(strError))
+        throw CommandError(SYSTEM_FAILED, strError);
+    m_bStarted = true;
+    const std::string strTable = strRoot + TABLE_UNDER_ROOT;
+    if (!strRoot.empty() && std::filesystem::exists(strTable))
+        LoadTable(strTable);
+}
+
+void Session::Stop() {
+    if (!m_bStarted)
+        return;
+    m_bStarted = false;
+    mapTrail.clear();
+    while (!ledger.Grants().empty()) {
+        const std::unique_ptr<Grant> pGrant = ledger.Take(ledger.Grants().front().nId);
+        if (pGrant->pGuard == nullptr)
+            NSTE_util::TEMutexOperMgr::Instance()->ReleaseMutexOper(pGrant->nOper, pGrant->listObj);
+    }
+    std::string strError;
+    if (!ModuleMgr::Instance()->StopModules(strError))
+        throw CommandError(SYSTEM_FAILED, strError);
+}
+
+bool Session::LoadTable(const std::string& strFile) {
+    if (!ledger.table.Read(strFile))
+        throw CommandError(SYSTEM_FAILED, strFile + ": the table file cannot be read");
+    const bool bGood = NSTE_util::TEMutexOperMgr::Instance()->LoadMutexCfg(strFile);
+    if (!bGood)
+        std::cerr << "tovelkarin: " << strFile << ": some lines are bad and were left out; see "
+                  << "'tovelkarin check mutex " << strFile << "'" << std::endl;
+    return bGood;
+}
+
+void Session::EchoTrace(bool bOn) {
+    m_pEcho.reset();
+    if (!bOn)
+        return;
+    m_pEcho = std::make_unique<zemb::ScopedDebugSink>(
+        [this](const zemb::DebugLine& line) {
+            Json::Value record;
+            record["module"] = line.strModule;
+            record["kind"] = line.strKind;
+            record["text"] = line.strText;
+            out.Put("    log " + line.strModule + " " + line.strKind + " | " + line.strText,
+                    record);
+        },
+        true);
+}
+
+}  // namespace host

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "ledger.h"
+#include "output.h"
+
+#include "zemb/control.h"
+
+#include <map>
+#include <memory>
+#include <string>
+
+namespace host {
+
+class TrailHolder;
+
+// What the commands of one run of the program share: the started module, the book of grants, the
+// trails in hand, the clock.
+class Session {
+public:
+    explicit Session(bool bJson);
+    ~Session();  // gives everything back and stops the module, if it was started
+
+    // Starts the module over the installation root, unless it runs already, and loads the root's
+    // own table file, if it has one.
+    void Start();
+    void Stop();
+
+    // Loads a table file into the library and the book; throws CommandError when it cannot be
+    // opened. False when some of its lines are bad.
+    bool LoadTable(const std::string& strFile);
+
+    // Shows the module's log lines on standard output as they are written.
+    void EchoTrace(bool bOn);
+
+    // Ends the reading of commands.
+    void Quit() { m_bQuit = true; }
+    bool IsQuit() const { return m_bQuit; }
+
+    Output out;
+    Ledger ledger;
+    std::map<std::string, std::unique_ptr<TrailHolder>> mapTrail;
+    zemb::ScopedClock clock;
+
+private:
+    std::unique_ptr<zemb::ScopedDebugSink> m_pEcho;
+    bool m_bStarted = false;
+    bool m_bQuit = false;
+};
+
+}  // namespace host
