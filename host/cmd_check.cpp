@@ -32,7 +32,6 @@ void PutFinding(const Output& out, const Finding& finding) {
 
 int CheckMutex(const Session& session, const CheckArguments& args) {
     MutexFile table;
-    int nStatus = DONE;
     for (const std::string& strFile : args.vecFile)
         if (!table.Read(strFile))
             throw CommandError(SYSTEM_FAILED, strFile + ": the table file cannot be read");
@@ -44,11 +43,9 @@ int CheckMutex(const Session& session, const CheckArguments& args) {
             ++nErrors;
     }
     const std::size_t nWarnings = table.vecFinding.size() - nErrors;
-    session.out.Say(std::to_string(nErrors) + " errors, " + std::to_string(nWarnings) +
-                    " warnings in " + std::to_string(args.vecFile.size()) + " files");
-    if (nErrors > 0 || (args.bStrict && nWarnings > 0))
-        nStatus = ANSWER_NO;
-    return nStatus;
+    session.out.Say(Counted(nErrors, "error") + ", " + Counted(nWarnings, "warning") + " in " +
+                    Counted(args.vecFile.size(), "file"));
+    return nErrors > 0 || (args.bStrict && nWarnings > 0) ? ANSWER_NO : DONE;
 }
 
 }  // namespace

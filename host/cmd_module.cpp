@@ -78,7 +78,7 @@ int ShowSettings(Session& session) {
         const int nExpected = row.pSwitch != nullptr ? static_cast<int>(nInFile != 0) : nInFile;
         std::string strFrom = bInFile ? strFile : "default (no such key in " + strFile + ")";
         if (bInFile && nExpected != nValue)
-            strFrom += " (there: " + std::to_string(nInFile) + ")";
+            strFrom += ", which says " + std::to_string(nInFile);
         Json::Value record;
         record["setting"] = row.szKey;
         record["value"] = nValue;

@@ -142,6 +142,10 @@ int Acquire(Session& session, const AcquireArguments& args) {
     const unsigned long nCode = TEMutexOperMgr::Instance()->AcquireMutexOper(args.nOper, listObj);
     if (nCode != 0)
         return PutRefused(session, args.nOper, listObj, nCode);
+    if (!TEMutexOperMgr::Instance()->IsOperRunning(args.nOper))
+        throw CommandError(ANSWER_NO,
+                           "the answer is 0 and yet nothing is held: the operation in the way has "
+                           "0 as its code in the table file; see 'check mutex'");
     return PutGranted(session, session.ledger.Add(args.nOper, listObj, args.strBy));
 }
 

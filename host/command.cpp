@@ -73,7 +73,11 @@ int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
     try {
         app.parse(std::vector<std::string>(vecWord.rbegin(), vecWord.rend() - 1));
     } catch (const CLI::ParseError& error) {
-        return app.exit(error, std::cout, std::cerr) == 0 ? DONE : WRONG_USAGE;
+        if (error.get_exit_code() == 0)
+            return app.exit(error, std::cout, std::cerr);
+        std::cerr << "tovelkarin: " << pCommand->szName << ": " << error.what() << "; 'help "
+                  << pCommand->szName << "' tells more" << std::endl;
+        return WRONG_USAGE;
     }
     try {
         if (pCommand->bNeedsModule)

@@ -1,5 +1,7 @@
 #include "mutex_file.h"
 
+#include "output.h"
+
 #include "zemb/text.h"
 
 #include <algorithm>
@@ -177,7 +179,7 @@ void MutexFile::ReadTableLine(const Place& place) {
     if (vecField.size() != 3)
         return Add(ESeverity::ERROR, place,
                    vecField[std::min<std::size_t>(vecField.size() - 1, 3)].nColumn,
-                   std::to_string(vecField.size()) + " fields",
+                   Counted(vecField.size(), "field"),
                    "3: operation:blocked operations:both directions (0 or 1)");
     int nOper1 = 0;
     int nFlag = 0;
@@ -213,7 +215,7 @@ void MutexFile::ReadErrorCodeLine(const Place& place) {
     if (vecField.size() != 2)
         return Add(ESeverity::ERROR, place,
                    vecField[std::min<std::size_t>(vecField.size() - 1, 2)].nColumn,
-                   std::to_string(vecField.size()) + " fields", "2: operation:code");
+                   Counted(vecField.size(), "field"), "2: operation:code");
     int nOper = 0;
     int nCode = 0;
     const bool bOper = ReadNumber(place, vecField[0], "operation", nOper);

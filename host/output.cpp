@@ -48,6 +48,10 @@ std::string Table(const std::vector<std::vector<std::string>>& vecRow) {
     return strTable;
 }
 
+std::string Counted(std::size_t nCount, const std::string& strThing) {
+    return std::to_string(nCount) + " " + strThing + (nCount == 1 ? "" : "s");
+}
+
 std::string Hex(unsigned long nValue) {
     char szText[24];
     std::snprintf(szText, sizeof szText, "0x%lX", nValue);

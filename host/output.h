@@ -39,6 +39,9 @@ private:
 // Rows as columns two blanks apart; the first row is the heading.
 std::string Table(const std::vector<std::vector<std::string>>& vecRow);
 
+// "1 field", "2 fields".
+std::string Counted(std::size_t nCount, const std::string& strThing);
+
 // "0x4101F012", in capitals and without leading zeros.
 std::string Hex(unsigned long nValue);
 

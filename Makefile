@@ -1,0 +1,42 @@
+# The two commands of a newcomer are "make run" and "make test". Each sets up what is missing first.
+PRESET ?= release
+BIN = build/release/bin/tovelkarin
+PREFIX ?= /usr/local
+FUZZ_SECONDS ?= 60
+MAKEFLAGS += --no-print-directory
+
+.PHONY: run test asan tsan debug coverage bench fuzz install setup build format clean
+
+run: build
+	@rm -rf build/tour
+	@$(BIN) --root share/root --state build/tour host --echo share/scenarios/tour
+
+test: build
+	ctest --preset $(PRESET)
+
+setup:
+	@scripts/setup
+
+# Configures once; ninja configures again by itself when a CMake file changed.
+build: setup
+	@[ -f build/$(PRESET)/build.ninja ] || cmake --preset $(PRESET)
+	@cmake --build --preset $(PRESET)
+
+asan tsan debug coverage:
+	@$(MAKE) test PRESET=$@
+
+bench: build
+	@build/release/bench/tovelkarin_bench
+
+fuzz:
+	@$(MAKE) build PRESET=fuzz
+	@scripts/fuzz build/fuzz/fuzz $(FUZZ_SECONDS)
+
+install: build
+	cmake --install build/release --prefix $(PREFIX)
+
+format:
+	git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+clean:
+	rm -rf build

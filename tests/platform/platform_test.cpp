@@ -1,0 +1,297 @@
+#include "zemb/control.h"
+#include "zemb/debug.h"
+#include "zemb/module.h"
+#include "zemb/settings.h"
+#include "zemb/task.h"
+
+#include "tests/support.h"
+
+#include <sys/stat.h>
+
+#include <stdexcept>
+#include <thread>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::SizeIs;
+
+class StateTest : public testing::Test {
+protected:
+    StateTest() { zemb::SetStatePath(m_folder.Path("state")); }
+    ~StateTest() override { zemb::ResetStatePath(); }
+
+    static std::vector<std::string> LinesOf(const std::string& strModule) {
+        std::istringstream text(support::ReadAll(zemb::LogFileOf(strModule)));
+        std::vector<std::string> vecLine;
+        for (std::string strLine; std::getline(text, strLine);)
+            vecLine.push_back(strLine);
+        return vecLine;
+    }
+
+    support::TempFolder m_folder;
+};
+
+TEST_F(StateTest, ALogLineCarriesTimeThreadAndKind) {
+    zemb::ScopedClock clock;
+    clock.Freeze(1772352000123000);
+    NSTE_util::GetDebugInterface("m")->Trace(1, "first");
+    clock.Advance(61);
+    NSTE_util::GetDebugInterface("m")->Trace(3, nullptr);
+    NSTE_util::GetDebugInterface("m")->Assert("ASSERT: x.\n");
+    EXPECT_EQ(6, NSTE_util::GetDebugInterface("m")->Printf("%s %d\n", "abc", 7));
+    EXPECT_THAT(LinesOf("m"),
+                ElementsAre(MatchesRegex("2026-03-01 08:00:00\\.123Z \\[[0-9]+\\] 1 first"),
+                            MatchesRegex("2026-03-01 08:01:01\\.123Z \\[[0-9]+\\] 3 "),
+                            MatchesRegex("2026-03-01 08:01:01\\.123Z \\[[0-9]+\\] A ASSERT: x\\."),
+                            MatchesRegex("2026-03-01 08:01:01\\.123Z \\[[0-9]+\\] P abc 7")));
+    struct stat info {};
+    ASSERT_EQ(0, stat(zemb::LogFileOf("m").c_str(), &info));
+    EXPECT_EQ(0640U, info.st_mode & 0777U);
+}
+
+TEST_F(StateTest, TextCannotForgeALine) {
+    NSTE_util::GetDebugInterface("m")->Trace(1, "a\n2026-03-01 [1] 1 forged\r\x1B[2J\\n\tend\x7F");
+    const auto vecLine = LinesOf("m");
+    ASSERT_THAT(vecLine, SizeIs(1));
+    EXPECT_THAT(vecLine[0], HasSubstr("a\\n2026-03-01 [1] 1 forged\\r\\x1B[2J\\\\n\tend\\x7F"));
+}
+
+TEST_F(StateTest, TheLevelFilterIsTheModulesOwn) {
+    zemb::SetTraceLevel("quiet", 3);
+    NSTE_util::GetDebugInterface("quiet")->Trace(2, "dropped");
+    NSTE_util::GetDebugInterface("quiet")->Trace(3, "kept");
+    NSTE_util::GetDebugInterface("loud")->Trace(0, "kept");
+    EXPECT_THAT(LinesOf("quiet"), ElementsAre(HasSubstr("kept")));
+    EXPECT_THAT(LinesOf("loud"), SizeIs(1));
+}
+
+TEST_F(StateTest, ModuleNamesMakeFileNamesThatStayInTheFolder) {
+    EXPECT_EQ(m_folder.Path("state/log/.._.._etc_x.log"), zemb::LogFileOf("../../etc/x"));
+    EXPECT_EQ(m_folder.Path("state/log/_.log"), zemb::LogFileOf(""));
+    EXPECT_EQ(NSTE_util::GetDebugInterface("same"), NSTE_util::GetDebugInterface("same"));
+    EXPECT_EQ(nullptr, NSTE_util::GetDebugInterface(nullptr));
+    EXPECT_EQ(-1, NSTE_util::GetDebugInterface("same")->Printf(nullptr));
+}
+
+TEST_F(StateTest, AFolderThatCannotBeMadeLosesLinesWithOneWarningUntilItCan) {
+    m_folder.Write("blocked", "a file where the folder should be");
+    zemb::SetStatePath(m_folder.Path("blocked"));
+    testing::internal::CaptureStderr();
+    NSTE_util::GetDebugInterface("m")->Trace(1, "lost");
+    NSTE_util::GetDebugInterface("m")->Trace(1, "lost");
+    const std::string strWarning = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(strWarning, HasSubstr("log of module m"));
+    EXPECT_EQ(1, std::count(strWarning.begin(), strWarning.end(), '\n'));
+    std::filesystem::remove(m_folder.Path("blocked"));
+    NSTE_util::GetDebugInterface("m")->Trace(1, "kept");
+    EXPECT_THAT(LinesOf("m"), ElementsAre(HasSubstr("kept")));
+}
+
+TEST_F(StateTest, LinesOfManyThreadsAreWhole) {
+    std::vector<std::thread> vecThread;
+    for (int i = 0; i < 4; ++i)
+        vecThread.emplace_back([] {
+            for (int n = 0; n < 250; ++n)
+                NSTE_util::GetDebugInterface("m")->Trace(
+                    1, "0123456789012345678901234567890123456789");
+        });
+    for (std::thread& thread : vecThread)
+        thread.join();
+    const auto vecLine = LinesOf("m");
+    EXPECT_THAT(vecLine, SizeIs(1000));
+    EXPECT_THAT(vecLine,
+                testing::Each(testing::EndsWith("1 0123456789012345678901234567890123456789")));
+}
+
+TEST(DebugTest, WithoutAStateFolderLinesGoToStandardError) {
+    unsetenv("ZEMB_STATE");
+    zemb::SetRootPath("");
+    testing::internal::CaptureStderr();
+    NSTE_util::GetDebugInterface("m")->Trace(1, "seen");
+    NSTE_util::WriteException(nullptr);
+    const std::string strText = testing::internal::GetCapturedStderr();
+    zemb::ResetRootPath();
+    EXPECT_THAT(strText, HasSubstr("] 1 seen\n"));
+    EXPECT_THAT(strText, HasSubstr("] E \n"));
+}
+
+TEST(DebugTest, SinksNestAndMayCallBack) {
+    std::vector<std::string> vecOuter;
+    std::vector<std::string> vecInner;
+    const zemb::ScopedDebugSink outer(
+        [&](const zemb::DebugLine& line) { vecOuter.push_back(line.strText); });
+    {
+        const zemb::ScopedDebugSink inner([&](const zemb::DebugLine& line) {
+            vecInner.push_back(line.strText);
+            if (line.strText == "first")
+                NSTE_util::GetDebugInterface("m")->Trace(1, "from inside");
+        });
+        NSTE_util::GetDebugInterface("m")->Trace(1, "first");
+    }
+    NSTE_util::GetDebugInterface("m")->Trace(1, "second");
+    EXPECT_THAT(vecInner, ElementsAre("first", "from inside"));
+    EXPECT_THAT(vecOuter, ElementsAre("second"));
+}
+
+TEST(SettingsTest, ReadsNumbersByTheLineRulesOfConfigurationFiles) {
+    const support::TempFolder folder;
+    const std::string strKey = "key = ";
+    struct Case {
+        std::string strText;
+        int nResult;
+        int nValue;
+    };
+    const Case arrCase[] = {
+        {"key=5", 1, 5},
+        {" \tkey \t= 5 \r\n", 1, 5},
+        {"key = -5\n", 1, -5},
+        {"key = 0x1F\n", 1, 31},
+        {"key = -0x80000000\n", 1, -2147483647 - 1},
+        {"key = 2147483648\n", 0, 0},
+        {"key = 0x80000000\n", 0, 0},
+        {"key = 12a\n", 0, 0},
+        {"key = +5\n", 0, 0},
+        {"key = 0x\n", 0, 0},
+        {"key =\n", 0, 0},
+        {"key\n", 0, 0},
+        {"Key = 5\n", 0, 0},
+        {"# key = 5\n  # key = 6\n", 0, 0},
+        {"key = 5\nkey = 6\n", 1, 6},
+        {"key = 5\nkey = x\n", 0, 0},
+        {"key = 5=6\n", 0, 0},
+        {"", 0, 0},
+        {std::string(1022, '#') + "\nkey = 5\n", 1, 5},
+        {std::string(1023, '#') + "\nkey = 5\n", 0, 0},
+        {strKey + std::string(1022 - 7, ' ') + "5", 1, 5},
+        {strKey + "5" + std::string(1022 - 7, ' ') + "6\nkey = 7\n", 1, 5},
+    };
+    for (const Case& test : arrCase) {
+        int nValue = 99;
+        const std::string strFile = folder.Write("x.cfg", test.strText);
+        EXPECT_EQ(test.nResult, ZembGetRegInt("key", nValue, strFile.c_str())) << test.strText;
+        EXPECT_EQ(test.nResult == 1 ? test.nValue : 99, nValue) << test.strText;
+    }
+    int nValue = 99;
+    EXPECT_EQ(0, ZembGetRegInt("key", nValue, folder.Path().c_str())) << "a folder";
+    EXPECT_EQ(0, ZembGetRegInt("key", nValue, "/no/such/file"));
+    EXPECT_EQ(0, ZembGetRegInt(nullptr, nValue, nullptr));
+    EXPECT_EQ(99, nValue);
+}
+
+TEST(SettingsTest, RootAndStateComeFromTheHostElseTheEnvironment) {
+    setenv("ZEMB_ROOT", "/from/environment", 1);
+    EXPECT_EQ("/from/environment", NSTE_util::GetZEMBRootPath());
+    EXPECT_EQ("/from/environment/var", zemb::GetStatePath());
+    setenv("ZEMB_STATE", "/state", 1);
+    EXPECT_EQ("/state", zemb::GetStatePath());
+    zemb::SetRootPath("/from/host");
+    zemb::SetStatePath("/other");
+    EXPECT_EQ("/from/host", NSTE_util::GetZEMBRootPath());
+    EXPECT_EQ("/other", zemb::GetStatePath());
+    zemb::ResetRootPath();
+    zemb::ResetStatePath();
+    unsetenv("ZEMB_ROOT");
+    unsetenv("ZEMB_STATE");
+    EXPECT_EQ("", NSTE_util::GetZEMBRootPath());
+    EXPECT_EQ("", zemb::GetStatePath());
+}
+
+TEST(TaskTest, TheCurrentTaskIsTheThreadsOwn) {
+    ZembCmdMSG msg{};
+    ZembGnlTask task(&msg);
+    const zemb::ScopedTask current(&task);
+    EXPECT_EQ(&task, ZembGetCurrentTask());
+    EXPECT_EQ(&msg, task.GetCurReqMsg());
+    ZembGnlTask* pOther = &task;
+    std::thread([&] { pOther = ZembGetCurrentTask(); }).join();
+    EXPECT_EQ(nullptr, pOther);
+    {
+        const zemb::ScopedTask none(nullptr);
+        EXPECT_EQ(nullptr, ZembGetCurrentTask());
+    }
+    EXPECT_EQ(&task, ZembGetCurrentTask());
+}
+
+// A module whose start and stop do as they are told; registered modules live to the end.
+class FakeModule : public ModuleObject {
+public:
+    explicit FakeModule(const std::string& strName) : m_strName(strName) {}
+    std::string GetModuleName() override { return m_strName; }
+    int GetModuleNumber() override { return 1; }
+    int Start() override { return Answer("start"); }
+    int Stop() override { return Answer("stop"); }
+    ModuleInterface* QueryInterface(const std::string&, int) override { return nullptr; }
+    int ListInterfaces(std::list<ModuleInterface*>&) override { return 0; }
+    void ReleaseInterfaces() override {}
+    int Reserved() override { return 0; }
+
+    int nAnswer = 0;
+    bool bThrow = false;
+    std::vector<std::string>* pCalls = nullptr;
+
+private:
+    int Answer(const char* szWhat) {
+        if (pCalls != nullptr)
+            pCalls->push_back(m_strName + " " + szWhat);
+        if (bThrow)
+            throw std::runtime_error("broken");
+        return nAnswer;
+    }
+
+    const std::string m_strName;
+};
+
+TEST(ModuleMgrTest, StartsInOrderStopsInReverseAndTellsWhatFailed) {
+    static FakeModule first("first");
+    static FakeModule second("second");
+    ModuleMgr& mgr = *ModuleMgr::Instance();
+    EXPECT_FALSE(mgr.RegisterModule(nullptr));
+    EXPECT_TRUE(mgr.RegisterModule(&first));
+    EXPECT_TRUE(mgr.RegisterModule(&second));
+    EXPECT_FALSE(mgr.RegisterModule(&first));
+    std::vector<std::string> vecCall;
+    first.pCalls = second.pCalls = &vecCall;
+
+    support::DebugCapture debug;
+    std::string strError;
+    second.nAnswer = 5;
+    EXPECT_FALSE(mgr.StartModules(strError));
+    EXPECT_EQ("module second: start answered 5", strError);
+    EXPECT_TRUE(mgr.IsStarted(&first));
+    EXPECT_FALSE(mgr.IsStarted(&second));
+    second.nAnswer = 0;
+    EXPECT_TRUE(mgr.StartModules(strError));
+    first.bThrow = true;
+    EXPECT_FALSE(mgr.StopModules(strError));
+    EXPECT_EQ("module first: stop threw: broken", strError);
+    EXPECT_THAT(vecCall, ElementsAre("first start", "second start", "second start", "second stop",
+                                     "first stop"));
+    first.bThrow = false;
+    first.pCalls = second.pCalls = nullptr;
+}
+
+TEST(ModuleMgrTest, LoadingTellsWhyItFailed) {
+    std::string strError;
+    EXPECT_FALSE(ModuleMgr::Instance()->LoadModule("/no/such/module.so", strError));
+    EXPECT_THAT(strError, HasSubstr("/no/such/module.so"));
+    EXPECT_FALSE(ModuleMgr::Instance()->LoadModule("libm.so.6", strError));
+    EXPECT_THAT(strError, HasSubstr("registered no module"));
+}
+
+TEST(TaskCreatorTest, KnowsItsRecords) {
+    ZembTaskCreator& creator = *ZembTaskCreator::Instance();
+    static ZembTaskCreatorRecord record{};
+    EXPECT_EQ(-1, creator.Register(nullptr));
+    EXPECT_EQ(0, creator.UnRegister(&record)) << "an unknown record is no failure";
+    EXPECT_EQ(0, creator.Register(&record));
+    EXPECT_EQ(0, creator.Register(&record));
+    EXPECT_TRUE(creator.IsRegistered(&record));
+    EXPECT_EQ(0, creator.UnRegister(&record));
+    EXPECT_FALSE(creator.IsRegistered(&record));
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "zemb/control.h"
+#include "zemb/debug.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace support {
+
+// Collects what is written to the logs instead of writing it.
+class DebugCapture {
+public:
+    DebugCapture()
+        : m_sink([this](const zemb::DebugLine& line) {
+              std::lock_guard<std::mutex> guard(m_lock);
+              m_vecLine.push_back(line);
+          }) {}
+
+    // The texts so far, and forgets them.
+    std::vector<std::string> Take() {
+        std::lock_guard<std::mutex> guard(m_lock);
+        std::vector<std::string> vecText;
+        for (const zemb::DebugLine& line : m_vecLine)
+            vecText.push_back(line.strText);
+        m_vecLine.clear();
+        return vecText;
+    }
+
+    // The same as "module kind text".
+    std::vector<std::string> TakeWhole() {
+        std::lock_guard<std::mutex> guard(m_lock);
+        std::vector<std::string> vecText;
+        for (const zemb::DebugLine& line : m_vecLine)
+            vecText.push_back(line.strModule + " " + line.strKind + " " + line.strText);
+        m_vecLine.clear();
+        return vecText;
+    }
+
+private:
+    std::mutex m_lock;
+    std::vector<zemb::DebugLine> m_vecLine;
+    zemb::ScopedDebugSink m_sink;
+};
+
+// A folder of its own that is gone with the object.
+class TempFolder {
+public:
+    TempFolder() {
+        char szName[] = "/tmp/tovelkarin.XXXXXX";
+        m_strPath = mkdtemp(szName);
+    }
+    ~TempFolder() { std::filesystem::remove_all(m_strPath); }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    std::string Path(const std::string& strName = "") const {
+        return strName.empty() ? m_strPath : m_strPath + "/" + strName;
+    }
+
+    // Writes a file, with the folders above it; returns its path.
+    std::string Write(const std::string& strName, const std::string& strText) const {
+        const std::string strPath = Path(strName);
+        std::filesystem::create_directories(std::filesystem::path(strPath).parent_path());
+        std::ofstream(strPath, std::ios::binary) << strText;
+        return strPath;
+    }
+
+private:
+    std::string m_strPath;
+};
+
+inline std::string ReadAll(const std::string& strPath) {
+    std::ifstream file(strPath, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+}  // namespace support
