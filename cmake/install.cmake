@@ -5,7 +5,8 @@ set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tovelkarin)
 install(DIRECTORY include/tovelkarin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS tovelkarin EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TOVELKARIN_PLATFORM STREQUAL "embedded")
-  install(DIRECTORY platform/include/zemb DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(DIRECTORY platform/include/zemb platform/embedded/include/zemb
+          DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
   install(TARGETS zembedded EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
   install(DIRECTORY share/root share/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/tovelkarin)
 endif()
@@ -17,6 +18,11 @@ configure_package_config_file(cmake/tovelkarinConfig.cmake.in
                               INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/tovelkarinConfigVersion.cmake
                                  COMPATIBILITY SameMinorVersion)
+# Relative to where the file ends up, so that any prefix works.
+file(RELATIVE_PATH PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+if(TOVELKARIN_PLATFORM STREQUAL "embedded")
+  set(PC_PLATFORM_LIBRARY -lzembedded)
+endif()
 configure_file(cmake/tovelkarin.pc.in ${CMAKE_BINARY_DIR}/tovelkarin.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/tovelkarinConfig.cmake
               ${CMAKE_BINARY_DIR}/tovelkarinConfigVersion.cmake

@@ -39,8 +39,8 @@ ZembTaskCreatorRecord g_recordTaskCreator;
 }  // namespace
 
 tovelkarin::tovelkarin() : started(0), m_arrInterface{} {
-    ModuleMgr::Instance()->RegisterModule(this);
-    ZembTaskCreator::Instance()->Register(&g_recordTaskCreator);
+    NSTN_util::GuardedCall([this] { ModuleMgr::Instance()->RegisterModule(this); });
+    NSTN_util::GuardedCall([] { ZembTaskCreator::Instance()->Register(&g_recordTaskCreator); });
     m_arrInterface[0] = new UtilIFImpl;
 }
 
@@ -60,7 +60,9 @@ int tovelkarin::Start() {
 
 // The task-creator record is not registered again when the module is started once more.
 int tovelkarin::Stop() {
-    const int nResult = ZembTaskCreator::Instance()->UnRegister(&g_recordTaskCreator);
+    int nResult = -1;
+    NSTN_util::GuardedCall(
+        [&] { nResult = ZembTaskCreator::Instance()->UnRegister(&g_recordTaskCreator); });
     started = 0;
     return nResult;
 }

@@ -107,13 +107,16 @@ Runner DefineModule(CLI::App& app) {
     pLoad->add_option("FILE", *pFile, "the shared object")->required();
     CLI::App* const pStop = app.add_subcommand("stop", "give everything back and stop the modules");
     app.add_subcommand("list", "name, number, state and interfaces of the modules");
-    app.add_subcommand("start", "start what is stopped; the settings are read again");
+    CLI::App* const pStart =
+        app.add_subcommand("start", "start what is stopped; the settings are read again");
     app.require_subcommand(1);
-    return [pFile, pLoad, pStop](Session& session) {
+    return [pFile, pLoad, pStop, pStart](Session& session) {
         if (pLoad->parsed())
             return LoadModule(session, *pFile);
         if (pStop->parsed())
             session.Stop();
+        if (pStart->parsed())
+            session.Start(true);
         return ListModules(session);
     };
 }

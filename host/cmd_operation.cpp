@@ -105,6 +105,18 @@ int PutRefused(const Session& session, int nOper, const std::list<TEOperObject>&
     return ANSWER_NO;
 }
 
+// An operation in the way whose code is 0 would answer 0 and grant nothing; giving that back would
+// take away what somebody else holds. So such a request is not made.
+void RefuseZeroCode(const Session& session, int nOper, const std::list<TEOperObject>& listObj) {
+    const std::optional<Refusal> refusal = session.ledger.Explain(nOper, listObj);
+    if (refusal && refusal->code &&
+        session.ledger.table.mapCode.at(refusal->pGrant->nOper).nCode == 0)
+        throw CommandError(ANSWER_NO,
+                           "not asked: operation " + std::to_string(refusal->pGrant->nOper) +
+                               " is in the way, and its code is 0 at " + refusal->code->Text() +
+                               ": the answer would look like a grant");
+}
+
 struct AcquireArguments {
     int nOper = 0;
     std::vector<std::string> vecObject;
@@ -124,10 +136,11 @@ int AcquireAsTask(Session& session, const AcquireArguments& args,
     msg.nCmd = static_cast<std::uint32_t>(args.nOper);
     ZembGnlTask task(&msg);
     const zemb::ScopedTask current(&task);
-    auto pGuard = std::make_unique<NSTE_util::TEMutexOperNEGuard>(listNe);
     std::list<TEOperObject> listWhole;
     for (const int nNe : listNe)
         listWhole.push_back({nNe, 0, 0});
+    RefuseZeroCode(session, args.nOper, listWhole);
+    auto pGuard = std::make_unique<NSTE_util::TEMutexOperNEGuard>(listNe);
     if (pGuard->m_nResult != 0)
         return PutRefused(session, args.nOper, listWhole, pGuard->m_nResult);
     return PutGranted(session, session.ledger.Add(args.nOper, std::move(listWhole), args.strBy,
@@ -139,13 +152,10 @@ int Acquire(Session& session, const AcquireArguments& args) {
         args.bNoObject ? std::list<TEOperObject>() : ParseObjects(args.vecObject);
     if (args.bAsTask)
         return AcquireAsTask(session, args, listObj);
+    RefuseZeroCode(session, args.nOper, listObj);
     const unsigned long nCode = TEMutexOperMgr::Instance()->AcquireMutexOper(args.nOper, listObj);
     if (nCode != 0)
         return PutRefused(session, args.nOper, listObj, nCode);
-    if (!TEMutexOperMgr::Instance()->IsOperRunning(args.nOper))
-        throw CommandError(ANSWER_NO,
-                           "the answer is 0 and yet nothing is held: the operation in the way has "
-                           "0 as its code in the table file; see 'check mutex'");
     return PutGranted(session, session.ledger.Add(args.nOper, listObj, args.strBy));
 }
 

@@ -148,10 +148,17 @@ std::optional<Refusal> Ledger::Explain(int nOper, const std::list<TEOperObject>&
         }
         return std::nullopt;
     };
+    // As in the manager: a code of 0 answers an exclusive request, and is overlooked by the others.
+    const auto IsOverlooked = [&](const std::optional<Refusal>& refusal) {
+        return !refusal || (refusal->code && table.mapCode.at(refusal->pGrant->nOper).nCode == 0);
+    };
     std::optional<Refusal> refusal = Search(RuleSelf);
-    if (!refusal)
-        refusal = Search(RuleExclusive);
-    return refusal ? refusal : Search(RuleTable);
+    if (refusal)
+        return refusal;
+    refusal = Search(RuleExclusive);
+    if (IsOverlooked(refusal))
+        refusal = Search(RuleTable);
+    return IsOverlooked(refusal) ? std::nullopt : refusal;
 }
 
 }  // namespace host

@@ -51,7 +51,8 @@ public:
     void Forget(int nOper, const NSTE_util::TEOperObject& obj);
     const std::list<Grant>& Grants() const { return m_listGrant; }
 
-    // Which grant is in the way of the request, in the order in which the manager looks.
+    // Which grant is in the way of the request, in the order in which the manager looks. The
+    // manager may still have answered 0: when that is the code of the grant in the way.
     std::optional<Refusal> Explain(int nOper,
                                    const std::list<NSTE_util::TEOperObject>& listObj) const;
 

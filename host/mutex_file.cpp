@@ -19,12 +19,17 @@ constexpr const char* SECTION_TABLE = "[MUTEX_TABLE]";
 constexpr const char* SECTION_ERRORCODE = "[MUTEX_ERRORCODE]";
 constexpr const char* BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
-bool ReadWhole(const std::string& strFile, std::string& strText) {
+// Ends like the library's reader at a line that is too long, so that endless files end.
+bool ReadLines(const std::string& strFile, std::string& strText) {
     std::ifstream file(strFile, std::ios::binary);
-    std::vector<char> vecBlock(64 * 1024);
-    while (file) {
-        file.read(vecBlock.data(), static_cast<std::streamsize>(vecBlock.size()));
-        strText.append(vecBlock.data(), static_cast<std::size_t>(file.gcount()));
+    std::string strLine;
+    while (strLine.size() <= LINE_MAX_CHARS && file) {
+        const int nNext = file.get();
+        if (nNext == std::ifstream::traits_type::eof())
+            break;
+        const char c = static_cast<char>(nNext);
+        strText += c;
+        strLine = c == '\n' ? "" : strLine + c;
     }
     return file.is_open() && !file.bad();
 }
@@ -60,7 +65,7 @@ std::size_t BlanksBefore(const std::string& strText) {
 
 bool MutexFile::Read(const std::string& strFile) {
     std::string strAll;
-    if (!ReadWhole(strFile, strAll))
+    if (!ReadLines(strFile, strAll))
         return false;
     m_eSection = ESection::NONE;
     int nLine = 0;
@@ -144,34 +149,52 @@ bool MutexFile::ReadNumber(const Place& place, const Field& field, const char* s
     return false;
 }
 
+namespace {
+
+// What is wrong with a piece of an operation list; "" when nothing is.
+std::string FaultOf(const std::string& strPiece) {
+    const std::size_t nDash = strPiece.find('-');
+    const std::string strFirst = NSTE_util::Trim(strPiece.substr(0, nDash));
+    const std::string strLast =
+        nDash == std::string::npos ? strFirst : NSTE_util::Trim(strPiece.substr(nDash + 1));
+    if (strFirst.empty() && LooksLikeNumber(strLast))
+        return "is negative";
+    if (!LooksLikeNumber(strFirst) || !LooksLikeNumber(strLast))
+        return "is no operation number or span";
+    int nFirst = 0;
+    int nLast = 0;
+    std::vector<int> vecOper;
+    if (!NSTE_util::StrToInt(strFirst, nFirst, 10) || !NSTE_util::StrToInt(strLast, nLast, 10))
+        return "is out of range" +
+               std::string(NSTE_util::StrToNumList(strPiece, vecOper) && !vecOper.empty()
+                               ? ": it is read as " + std::to_string(vecOper.front())
+                               : "");
+    if (nFirst > nLast)
+        return "is a descending span";
+    return NSTE_util::StrToNumList(strPiece, vecOper) ? "" : "is too long a span";
+}
+
+}  // namespace
+
 bool MutexFile::ReadList(const Place& place, const Field& field, std::vector<int>& vecOper) {
-    if (NSTE_util::StrToNumList(field.strText, vecOper))
-        return true;
+    const bool bRead = NSTE_util::StrToNumList(field.strText, vecOper);
     int nColumn = field.nColumn;
+    bool bFault = false;
     for (const std::string& strPiece : NSTE_util::Token(field.strText, ',')) {
-        std::vector<int> vecOne;
-        if (!NSTE_util::StrToNumList(strPiece, vecOne)) {
-            const std::string strTrimmed = NSTE_util::Trim(strPiece);
-            const std::size_t nDash = strTrimmed.find('-');
-            int nFirst = 0;
-            int nLast = 0;
-            const char* szWhy = "' is no operation number or span";
-            if (nDash != std::string::npos && nDash > 0 &&
-                NSTE_util::StrToInt(strTrimmed.substr(0, nDash), nFirst, 10) &&
-                NSTE_util::StrToInt(strTrimmed.substr(nDash + 1), nLast, 10))
-                szWhy = nFirst > nLast ? "' is a descending span" : "' is too long a span";
-            else if (LooksLikeNumber(strTrimmed))
-                szWhy = strTrimmed.front() == '-' ? "' is negative" : "' is out of range";
+        const std::string strTrimmed = NSTE_util::Trim(strPiece);
+        const std::string strFault = strTrimmed.empty() ? "" : FaultOf(strTrimmed);
+        if (!strFault.empty()) {
             Add(ESeverity::ERROR, place, ColumnOf(nColumn, BlanksBefore(strPiece)),
-                "'" + strTrimmed + szWhy,
+                "'" + strTrimmed + "' " + strFault,
                 "numbers from 0 to 2147483647 and spans first-last, separated by ','");
-            return false;
+            bFault = true;
         }
         nColumn = ColumnOf(nColumn, strPiece.size() + 1);
     }
-    Add(ESeverity::ERROR, place, field.nColumn, "the list names too many operations",
-        "at most " + std::to_string(NSTE_util::NUM_LIST_MAX));
-    return false;
+    if (!bRead && !bFault)
+        Add(ESeverity::ERROR, place, field.nColumn, "the list names too many operations",
+            "at most " + std::to_string(NSTE_util::NUM_LIST_MAX));
+    return bRead;
 }
 
 void MutexFile::ReadTableLine(const Place& place) {

@@ -26,8 +26,8 @@ Session::~Session() {
     }
 }
 
-void Session::Start() {
-    if (m_bStarted)
+void Session::Start(bool bAgain) {
+    if (m_bStarted || (m_bStopped && !bAgain))
         return;
     const std::string strRoot = NSTE_util::GetZEMBRootPath();
     if (strRoot.empty())
@@ -41,14 +41,16 @@ void Session::Start() {
         throw CommandError(SYSTEM_FAILED, strError);
     m_bStarted = true;
     const std::string strTable = strRoot + TABLE_UNDER_ROOT;
-    if (!strRoot.empty() && std::filesystem::exists(strTable))
+    if (!m_bTableLoaded && !strRoot.empty() && std::filesystem::exists(strTable))
         LoadTable(strTable);
+    m_bTableLoaded = true;
 }
 
 void Session::Stop() {
     if (!m_bStarted)
         return;
     m_bStarted = false;
+    m_bStopped = true;
     mapTrail.clear();
     while (!ledger.Grants().empty()) {
         const std::unique_ptr<Grant> pGrant = ledger.Take(ledger.Grants().front().nId);

@@ -20,9 +20,11 @@ public:
     explicit Session(bool bJson);
     ~Session();  // gives everything back and stops the module, if it was started
 
-    // Starts the module over the installation root, unless it runs already, and loads the root's
-    // own table file, if it has one.
-    void Start();
+    // Starts the module over the installation root and loads the root's own table file, if it has
+    // one; nothing when it runs. Commands call it before they run and do not start again what was
+    // stopped; bAgain does.
+    void Start(bool bAgain = false);
+    // Gives everything back and stops the module.
     void Stop();
 
     // Loads a table file into the library and the book; throws CommandError when it cannot be
@@ -44,6 +46,8 @@ public:
 private:
     std::unique_ptr<zemb::ScopedDebugSink> m_pEcho;
     bool m_bStarted = false;
+    bool m_bStopped = false;
+    bool m_bTableLoaded = false;
     bool m_bQuit = false;
 };
 

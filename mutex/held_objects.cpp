@@ -6,19 +6,6 @@ namespace NSTE_util {
 
 namespace {
 
-std::uint64_t Mix(std::uint64_t nValue) {
-    nValue ^= nValue >> 32;
-    nValue *= 0xD6E8FEB86659FD93U;
-    nValue ^= nValue >> 32;
-    nValue *= 0xD6E8FEB86659FD93U;
-    return nValue;
-}
-
-std::uint64_t Pair(int nHigh, int nLow) {
-    return static_cast<std::uint64_t>(static_cast<std::uint32_t>(nHigh)) << 32 |
-           static_cast<std::uint32_t>(nLow);
-}
-
 // The object without what stands behind its first 0.
 TEOperObject PlaceOf(const TEOperObject& obj) {
     if (obj.nNeId == 0)
@@ -27,18 +14,6 @@ TEOperObject PlaceOf(const TEOperObject& obj) {
 }
 
 }  // namespace
-
-std::uint64_t HeldObjects::NeKey::Hash() const {
-    return Mix(static_cast<std::uint32_t>(nNe));
-}
-
-std::uint64_t HeldObjects::ObjKey::Hash() const {
-    return Mix(Pair(nNe, nObj));
-}
-
-std::uint64_t HeldObjects::SubKey::Hash() const {
-    return Mix(Mix(Pair(nNe, nObj)) ^ static_cast<std::uint64_t>(lSub));
-}
 
 std::size_t HeldObjects::OddHash::operator()(const OddKey& key) const {
     const SubKey sub{key.obj.nNeId, key.obj.nObjId, key.obj.lSubObjId};
@@ -66,17 +41,16 @@ void HeldObjects::Add(int nOper, const TEOperObject& obj) {
 
 bool HeldObjects::Remove(int nOper, const TEOperObject& obj) noexcept {
     const TEOperObject place = PlaceOf(obj);
-    if (place == obj) {
-        if (CountAt(nOper, place) <= CountOf(m_mapOddAtPlace, {nOper, place}))
-            return false;
-    } else {
+    if (place != obj) {
         if (CountOf(m_mapOdd, {nOper, obj}) == 0)
             return false;
         TakeOne(m_mapOdd, {nOper, obj});
         TakeOne(m_mapOddAtPlace, {nOper, place});
+    } else if (!m_mapOddAtPlace.empty() &&
+               CountAt(nOper, place) == CountOf(m_mapOddAtPlace, {nOper, place})) {
+        return false;
     }
-    RemoveAt(nOper, place);
-    return true;
+    return RemoveAt(nOper, place);
 }
 
 void HeldObjects::AddAt(int nOper, const TEOperObject& place) {
@@ -105,22 +79,29 @@ void HeldObjects::AddAt(int nOper, const TEOperObject& place) {
     }
 }
 
-void HeldObjects::RemoveAt(int nOper, const TEOperObject& place) noexcept {
+bool HeldObjects::RemoveAt(int nOper, const TEOperObject& place) noexcept {
     if (place.nNeId == 0) {
         const auto it = m_mapEverything.find(nOper);
-        if (it != m_mapEverything.end() && --it->second == 0)
+        if (it == m_mapEverything.end())
+            return false;
+        if (--it->second == 0)
             m_mapEverything.erase(it);
-        return;
+        return true;
     }
     const NeKey ne{place.nNeId};
     if (place.nObjId == 0)
         return m_tableNe.Remove(ne, nOper);
-    m_tableBelowNe.Remove(ne, nOper);
     const ObjKey object{place.nNeId, place.nObjId};
-    if (place.lSubObjId == 0)
-        return m_tableObj.Remove(object, nOper);
-    m_tableBelowObj.Remove(object, nOper);
-    m_tableSub.Remove(SubKey{place.nNeId, place.nObjId, place.lSubObjId}, nOper);
+    if (place.lSubObjId == 0) {
+        if (!m_tableObj.Remove(object, nOper))
+            return false;
+    } else {
+        if (!m_tableSub.Remove(SubKey{place.nNeId, place.nObjId, place.lSubObjId}, nOper))
+            return false;
+        m_tableBelowObj.Remove(object, nOper);
+    }
+    m_tableBelowNe.Remove(ne, nOper);
+    return true;
 }
 
 std::uint64_t HeldObjects::CountAt(int nOper, const TEOperObject& place) const noexcept {

@@ -43,10 +43,24 @@ public:
     }
 
 private:
+    static constexpr std::uint64_t FACTOR = 0x9E3779B97F4A7C15U;
+    static constexpr std::uint64_t SUB_FACTOR = 0xD6E8FEB86659FD93U;
+
+    // Spreads every bit of nValue over the result.
+    static constexpr std::uint64_t Mix(std::uint64_t nValue) {
+        nValue *= FACTOR;
+        nValue ^= nValue >> 32;
+        return nValue * FACTOR;
+    }
+    static constexpr std::uint64_t Pair(int nHigh, int nLow) {
+        return static_cast<std::uint64_t>(static_cast<std::uint32_t>(nHigh)) << 32 |
+               static_cast<std::uint32_t>(nLow);
+    }
+
     struct NeKey {
         int nNe = 0;
         bool operator==(const NeKey& other) const { return nNe == other.nNe; }
-        std::uint64_t Hash() const;
+        std::uint64_t Hash() const { return Mix(static_cast<std::uint32_t>(nNe)); }
     };
     struct ObjKey {
         int nNe = 0;
@@ -54,7 +68,7 @@ private:
         bool operator==(const ObjKey& other) const {
             return nNe == other.nNe && nObj == other.nObj;
         }
-        std::uint64_t Hash() const;
+        std::uint64_t Hash() const { return Mix(Pair(nNe, nObj)); }
     };
     struct SubKey {
         int nNe = 0;
@@ -63,7 +77,9 @@ private:
         bool operator==(const SubKey& other) const {
             return nNe == other.nNe && nObj == other.nObj && lSub == other.lSub;
         }
-        std::uint64_t Hash() const;
+        std::uint64_t Hash() const {
+            return Mix(Pair(nNe, nObj) * SUB_FACTOR ^ static_cast<std::uint64_t>(lSub));
+        }
     };
 
     // An object with something behind its first 0 locks the same as without, but is given back
@@ -81,17 +97,18 @@ private:
     using OddCounts = std::unordered_map<OddKey, std::uint64_t, OddHash>;
 
     void AddAt(int nOper, const TEOperObject& place);
-    void RemoveAt(int nOper, const TEOperObject& place) noexcept;
+    bool RemoveAt(int nOper, const TEOperObject& place) noexcept;
     std::uint64_t CountAt(int nOper, const TEOperObject& place) const noexcept;
     static std::uint64_t CountOf(const OddCounts& mapOdd, const OddKey& key) noexcept;
     static void TakeOne(OddCounts& mapOdd, const OddKey& key) noexcept;
 
     OperCounts m_mapEverything;  // operations that hold {0, ...}
-    PlaceTable<NeKey> m_tableNe;
-    PlaceTable<NeKey> m_tableBelowNe;
-    PlaceTable<ObjKey> m_tableObj;
-    PlaceTable<ObjKey> m_tableBelowObj;
-    PlaceTable<SubKey> m_tableSub;
+    // Mostly one operation holds a place, and one or two stand below it.
+    PlaceTable<NeKey, 1> m_tableNe;
+    PlaceTable<NeKey, 2> m_tableBelowNe;
+    PlaceTable<ObjKey, 1> m_tableObj;
+    PlaceTable<ObjKey, 2> m_tableBelowObj;
+    PlaceTable<SubKey, 1> m_tableSub;
 
     OddCounts m_mapOdd;         // the odd objects as they were granted
     OddCounts m_mapOddAtPlace;  // how many of an operation's objects at a place are odd

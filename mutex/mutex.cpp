@@ -65,6 +65,8 @@ unsigned long TEMutexOperMgrImpl::AcquireMutexOper(int nOper,
         std::int64_t nRelated = NO_OPER;
         for (const TEOperObject& obj : listObj)
             m_held.ForOverlaps(obj, m_mapRunningOper, [&](const PlaceOpers& opers) {
+                if (opers.IsEmpty())
+                    return;
                 if (bExclusive)
                     opers.Lowest(nAny);
                 opers.LowestIn(m_setExclusiveOper, nExclusive);
@@ -108,7 +110,8 @@ unsigned long TEMutexOperMgrImpl::CodeOfBlocker_nolock(int nBlocker) {
 }
 
 void TEMutexOperMgrImpl::Record_nolock(int nOper, const std::list<TEOperObject>& listObj) {
-    const auto [itRunning, bNew] = m_mapRunningOper.try_emplace(nOper, 0);
+    const std::size_t nBefore = m_mapRunningOper.size();
+    const auto itRunning = m_counterRunning.Entry(m_mapRunningOper, nOper);
     auto itObj = listObj.begin();
     try {
         for (; itObj != listObj.end(); ++itObj)
@@ -116,8 +119,8 @@ void TEMutexOperMgrImpl::Record_nolock(int nOper, const std::list<TEOperObject>&
     } catch (...) {
         while (itObj != listObj.begin())
             m_held.Remove(nOper, *--itObj);
-        if (bNew)
-            m_mapRunningOper.erase(itRunning);
+        if (m_mapRunningOper.size() != nBefore)
+            m_counterRunning.Erase(m_mapRunningOper, itRunning);
         throw;
     }
     itRunning->second += listObj.size();
@@ -142,7 +145,7 @@ void TEMutexOperMgrImpl::ReleaseOne_nolock(int nOper, const TEOperObject& obj) {
     else if (!m_held.Remove(nOper, obj))
         NSTN_util::Report("ReleaseMutexOper warning:listIter end!");
     else if (--it->second == 0)
-        m_mapRunningOper.erase(it);
+        m_counterRunning.Erase(m_mapRunningOper, it);
 }
 
 bool TEMutexOperMgrImpl::IsOperRunning(int nOper) {

@@ -25,7 +25,7 @@ bool TEMutexOperMgrImpl::LoadMutexCfg(const std::string& strFile) {
     bool bResult = false;
     NSTN_util::GuardedCall([&] {
         std::string strText;
-        const NSTN_util::EReadFile eRead = NSTN_util::ReadFile(strFile, strText);
+        const NSTN_util::EReadFile eRead = NSTN_util::ReadFile(strFile, LINE_MAX_CHARS, strText);
         if (eRead == NSTN_util::EReadFile::NOT_OPENED)
             return NSTN_util::Report("Open file(%s) error! ", strFile);
         ACE_Guard<ACE_Thread_Mutex> guard(m_lock);

@@ -3,6 +3,7 @@
 #include "mutex/place_opers.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -11,155 +12,274 @@
 
 namespace NSTE_util {
 
-// Which operations stand at which place, and how often: a hash table with open addressing. A place
-// with one operation costs one slot; one with several keeps them in an ordered map of its own.
-// Key: equality and Hash(), 64 bits of which the upper half is used.
-template <class Key>
+// Which operations stand at which place, and how often: a hash table of groups of 8 slots, each
+// group with a word of 8 tags that a search looks at first. A place with up to FEW operations costs
+// one slot; one that ever had more keeps them in an ordered map until it is empty.
+// Key: equality and Hash(), 64 bits of which the upper half and the lowest 7 bits are used.
+template <class Key, std::size_t FEW>
 class PlaceTable {
 public:
     // Throws std::bad_alloc with nothing changed.
     void Add(const Key& key, int nOper) {
-        if (m_vecSlot.empty() || (m_nUsed + 1) * FULL_PARTS > m_vecSlot.size() * FULL_SHARE)
-            Grow();
-        Slot& slot = m_vecSlot[PositionOf(key)];
-        if (slot.nCount == EMPTY) {
-            slot = {key, nOper, 1};
-            ++m_nUsed;
-        } else if (slot.nCount == MANY) {
-            ++(*m_vecMany[IndexOf(slot)])[nOper];
-        } else if (slot.nOper == nOper && slot.nCount < ONE_MAX) {
-            ++slot.nCount;
+        const std::uint64_t nHash = key.Hash();
+        const std::size_t nAt = PositionOf(key, nHash);
+        if (nAt == NOWHERE) {
+            Insert(key, nHash, nOper);
+            return;
+        }
+        Slot& slot = m_vecSlot[nAt];
+        if (IsMany(slot)) {
+            ++m_counter.Entry(MapOf(slot), nOper)->second;
+        } else if (OperEntry* const pEntry = EntryFor(slot, nOper)) {
+            pEntry->nOper = nOper;
+            ++pEntry->nCount;
         } else {
-            Promote(slot, nOper);
+            ++m_counter.Entry(Promote(slot), nOper)->second;
         }
     }
 
-    // Takes back one Add of the same key and operation.
-    void Remove(const Key& key, int nOper) noexcept {
-        if (m_vecSlot.empty())
-            return;
-        const std::size_t nAt = PositionOf(key);
+    // Takes back one Add of the same key and operation; false when there is none left.
+    bool Remove(const Key& key, int nOper) noexcept {
+        const std::size_t nAt = PositionOf(key, key.Hash());
+        if (nAt == NOWHERE)
+            return false;
         Slot& slot = m_vecSlot[nAt];
-        if (slot.nCount == EMPTY)
-            return;
-        if (slot.nCount == MANY)
-            RemoveFromMany(slot, nOper);
-        else if (--slot.nCount == EMPTY)
-            Erase(nAt);
+        if (IsMany(slot))
+            return RemoveFromMany(nAt, nOper);
+        for (OperEntry& entry : slot.arrEntry)
+            if (entry.nCount != 0 && entry.nOper == nOper) {
+                --entry.nCount;
+                Pack(slot);
+                if (slot.arrEntry[0].nCount == 0)
+                    Erase(nAt);
+                return true;
+            }
+        return false;
     }
 
     PlaceOpers Find(const Key& key) const noexcept {
         if (m_nUsed == 0)
             return {};
-        const Slot& slot = m_vecSlot[PositionOf(key)];
-        if (slot.nCount == EMPTY)
+        const std::size_t nAt = PositionOf(key, key.Hash());
+        if (nAt == NOWHERE)
             return {};
-        return slot.nCount == MANY ? PlaceOpers(*m_vecMany[IndexOf(slot)]) : PlaceOpers(slot.nOper);
+        const Slot& slot = m_vecSlot[nAt];
+        return IsMany(slot) ? PlaceOpers(MapOf(slot)) : PlaceOpers(slot.arrEntry.data(), FEW);
     }
 
     std::uint64_t CountOf(const Key& key, int nOper) const noexcept {
-        if (m_nUsed == 0)
+        const std::size_t nAt = PositionOf(key, key.Hash());
+        if (nAt == NOWHERE)
             return 0;
-        const Slot& slot = m_vecSlot[PositionOf(key)];
-        if (slot.nCount == MANY) {
-            const OperCounts& mapOper = *m_vecMany[IndexOf(slot)];
-            const auto it = mapOper.find(nOper);
-            return it == mapOper.end() ? 0 : it->second;
+        const Slot& slot = m_vecSlot[nAt];
+        if (IsMany(slot)) {
+            const auto it = MapOf(slot).find(nOper);
+            return it == MapOf(slot).end() ? 0 : it->second;
         }
-        return slot.nOper == nOper ? slot.nCount : 0;
+        for (const OperEntry& entry : slot.arrEntry)
+            if (entry.nCount != 0 && entry.nOper == nOper)
+                return entry.nCount;
+        return 0;
     }
 
 private:
-    static constexpr std::uint32_t EMPTY = 0;
     static constexpr std::uint32_t MANY = std::numeric_limits<std::uint32_t>::max();
-    static constexpr std::uint32_t ONE_MAX = MANY - 1;
-    static constexpr std::size_t FULL_SHARE = 3;  // of FULL_PARTS slots are used at most
-    static constexpr std::size_t FULL_PARTS = 4;
-    static constexpr std::size_t SLOTS_AT_FIRST = 8;
-    static constexpr std::size_t SLOTS_KEPT = 1024;  // an empty table above this size is freed
+    static constexpr std::uint32_t FEW_MAX = MANY - 1;  // more of one operation need the map
+    static constexpr std::size_t NOWHERE = std::numeric_limits<std::size_t>::max();
+
+    static constexpr std::size_t GROUP = 8;
+    static constexpr std::size_t FULL_SHARE = 4;  // of FULL_PARTS slots are taken at most
+    static constexpr std::size_t FULL_PARTS = 5;
+    static constexpr std::size_t GROWTH_SHARE =
+        3;  // grows by 3 tenths: slots are most of the memory
+    static constexpr std::size_t GROWTH_PARTS = 10;
+    static constexpr std::size_t GROUPS_AT_FIRST = 4;
+    static constexpr std::size_t GROUPS_KEPT = 128;  // an empty table above this size is freed
+
+    // Tags: the highest bit and 7 bits of the hash for a used slot, else one of these.
+    static constexpr std::uint64_t TAG_EMPTY = 0;
+    static constexpr std::uint64_t TAG_DELETED = 1;  // a search goes on past it
+    static constexpr std::uint64_t TAG_USED = 0x80;
+    static constexpr std::uint64_t EACH_LOW = 0x0101010101010101U;
+    static constexpr std::uint64_t EACH_HIGH = 0x8080808080808080U;
 
     struct Slot {
         Key key{};
-        int nOper = 0;  // or, with MANY, an index into m_vecMany
-        std::uint32_t nCount = EMPTY;
+        // Used entries first. With MANY as the first count, the first number is an index into
+        // m_vecMany.
+        std::array<OperEntry, FEW> arrEntry{};
     };
 
-    static std::size_t IndexOf(const Slot& slot) { return static_cast<std::size_t>(slot.nOper); }
-
-    std::size_t HomeOf(const Key& key) const {
-        return static_cast<std::size_t>(((key.Hash() >> 32) * m_vecSlot.size()) >> 32);
+    static bool IsMany(const Slot& slot) { return slot.arrEntry[0].nCount == MANY; }
+    OperCounts& MapOf(const Slot& slot) const {
+        return *m_vecMany[static_cast<std::size_t>(slot.arrEntry[0].nOper)];
     }
 
-    std::size_t Next(std::size_t nAt) const { return nAt + 1 == m_vecSlot.size() ? 0 : nAt + 1; }
+    // The bytes of a word that are 0, as their highest bits. Bytes above a 0 may be marked wrongly.
+    static std::uint64_t ZeroBytes(std::uint64_t nWord) {
+        return (nWord - EACH_LOW) & ~nWord & EACH_HIGH;
+    }
+    static std::size_t FirstByte(std::uint64_t nMarks) {
+        return static_cast<std::size_t>(__builtin_ctzll(nMarks)) / 8;
+    }
+    static std::uint64_t TagOf(std::uint64_t nHash) { return TAG_USED | (nHash & 0x7F); }
+    std::size_t GroupOf(std::uint64_t nHash) const {
+        return static_cast<std::size_t>(((nHash >> 32) * m_nGroups) >> 32);
+    }
+    std::size_t NextGroup(std::size_t nGroup) const {
+        return nGroup + 1 == m_nGroups ? 0 : nGroup + 1;
+    }
+    void SetTag(std::size_t nAt, std::uint64_t nTag) {
+        const std::size_t nShift = nAt % GROUP * 8;
+        std::uint64_t& nWord = m_vecTags[nAt / GROUP];
+        nWord = (nWord & ~(std::uint64_t{0xFF} << nShift)) | nTag << nShift;
+    }
 
-    // Where key stands, or the free slot where it would.
-    std::size_t PositionOf(const Key& key) const {
-        std::size_t nAt = HomeOf(key);
-        while (m_vecSlot[nAt].nCount != EMPTY && !(m_vecSlot[nAt].key == key))
-            nAt = Next(nAt);
+    std::size_t PositionOf(const Key& key, std::uint64_t nHash) const {
+        if (m_nUsed == 0)
+            return NOWHERE;
+        const std::uint64_t nTags = TagOf(nHash) * EACH_LOW;
+        for (std::size_t nGroup = GroupOf(nHash);; nGroup = NextGroup(nGroup)) {
+            const std::uint64_t nWord = m_vecTags[nGroup];
+            for (std::uint64_t nMarks = ZeroBytes(nWord ^ nTags); nMarks != 0;
+                 nMarks &= nMarks - 1) {
+                const std::size_t nAt = nGroup * GROUP + FirstByte(nMarks);
+                if (m_vecSlot[nAt].key == key)
+                    return nAt;
+            }
+            if (ZeroBytes(nWord) != 0)
+                return NOWHERE;
+        }
+    }
+
+    // A slot for a key that is not there; the table has room.
+    std::size_t TakeSlot(std::uint64_t nHash) {
+        std::size_t nGroup = GroupOf(nHash);
+        while ((~m_vecTags[nGroup] & EACH_HIGH) == 0)
+            nGroup = NextGroup(nGroup);
+        const std::size_t nByte = FirstByte(~m_vecTags[nGroup] & EACH_HIGH);
+        if ((m_vecTags[nGroup] >> nByte * 8 & 0xFF) == TAG_EMPTY)
+            ++m_nTaken;
+        const std::size_t nAt = nGroup * GROUP + nByte;
+        SetTag(nAt, TagOf(nHash));
+        ++m_nUsed;
         return nAt;
     }
 
-    void Grow() {
-        const std::size_t nSlots = m_vecSlot.size();
-        std::vector<Slot> vecOld(std::max(SLOTS_AT_FIRST, nSlots + nSlots / 2));
-        vecOld.swap(m_vecSlot);
-        for (const Slot& slot : vecOld)
-            if (slot.nCount != EMPTY)
-                m_vecSlot[PositionOf(slot.key)] = slot;
+    void Insert(const Key& key, std::uint64_t nHash, int nOper) {
+        if (m_nTaken >= m_nRoom)
+            Rehash();
+        Slot& slot = m_vecSlot[TakeSlot(nHash)];
+        slot = Slot{};
+        slot.key = key;
+        slot.arrEntry[0] = {nOper, 1};
     }
 
-    // Moves later slots up, so that no search ends too early at the gap.
-    void Erase(std::size_t nGap) noexcept {
-        for (std::size_t nAt = Next(nGap); m_vecSlot[nAt].nCount != EMPTY; nAt = Next(nAt)) {
-            const std::size_t nHome = HomeOf(m_vecSlot[nAt].key);
-            const bool bHomeBehindGap =
-                nGap < nAt ? nGap < nHome && nHome <= nAt : nGap < nHome || nHome <= nAt;
-            if (bHomeBehindGap)
-                continue;
-            m_vecSlot[nGap] = m_vecSlot[nAt];
-            nGap = nAt;
-        }
-        m_vecSlot[nGap] = Slot{};
-        if (--m_nUsed == 0 && m_vecSlot.size() > SLOTS_KEPT)
-            std::vector<Slot>().swap(m_vecSlot);
+    // Grows, or only drops the deleted tags when they are as many as the used ones.
+    void Rehash() {
+        const std::size_t nGroups = m_nGroups;
+        const bool bGrow = 2 * m_nUsed >= m_nTaken;
+        PlaceTable bigger;
+        bigger.Resize(
+            bGrow ? std::max(GROUPS_AT_FIRST, nGroups + nGroups * GROWTH_SHARE / GROWTH_PARTS + 1)
+                  : nGroups);
+        for (std::size_t nGroup = 0; nGroup < nGroups; ++nGroup)
+            for (std::uint64_t nMarks = m_vecTags[nGroup] & EACH_HIGH; nMarks != 0;
+                 nMarks &= nMarks - 1) {
+                const Slot& slot = m_vecSlot[nGroup * GROUP + FirstByte(nMarks)];
+                bigger.m_vecSlot[bigger.TakeSlot(slot.key.Hash())] = slot;
+            }
+        TakeSlotsOf(bigger);
+        m_nTaken = m_nUsed;
     }
 
-    void Promote(Slot& slot, int nOper) {
+    void Resize(std::size_t nGroups) {
+        m_vecTags.resize(nGroups, 0);
+        m_vecSlot.resize(nGroups * GROUP);
+        m_nGroups = nGroups;
+        m_nRoom = nGroups * GROUP * FULL_SHARE / FULL_PARTS;
+    }
+
+    void TakeSlotsOf(PlaceTable& other) noexcept {
+        m_vecTags.swap(other.m_vecTags);
+        m_vecSlot.swap(other.m_vecSlot);
+        m_nGroups = other.m_nGroups;
+        m_nRoom = other.m_nRoom;
+    }
+
+    void Erase(std::size_t nAt) noexcept {
+        // Where the group has an empty slot no search has gone past it.
+        const bool bEmpty = ZeroBytes(m_vecTags[nAt / GROUP]) != 0;
+        SetTag(nAt, bEmpty ? TAG_EMPTY : TAG_DELETED);
+        if (bEmpty)
+            --m_nTaken;
+        if (--m_nUsed != 0 || m_nGroups <= GROUPS_KEPT)
+            return;
+        PlaceTable empty;
+        TakeSlotsOf(empty);
+        m_nTaken = 0;
+    }
+
+    // The entry of nOper, or an unused one for it; null when there is no room.
+    static OperEntry* EntryFor(Slot& slot, int nOper) {
+        for (OperEntry& entry : slot.arrEntry)
+            if (entry.nCount == 0 || (entry.nOper == nOper && entry.nCount < FEW_MAX))
+                return &entry;
+        return nullptr;
+    }
+
+    // Moves an entry that came to 0 behind the used ones.
+    static void Pack(Slot& slot) {
+        for (std::size_t i = 1; i < FEW; ++i)
+            if (slot.arrEntry[i - 1].nCount == 0)
+                std::swap(slot.arrEntry[i - 1], slot.arrEntry[i]);
+    }
+
+    // Moves the slot's entries into a map of its own.
+    OperCounts& Promote(Slot& slot) {
         auto pMany = std::make_unique<OperCounts>();
-        (*pMany)[slot.nOper] = slot.nCount;
-        ++(*pMany)[nOper];
+        for (const OperEntry& entry : slot.arrEntry)
+            (*pMany)[entry.nOper] += entry.nCount;
         if (m_vecFree.empty()) {
             m_vecFree.reserve(m_vecMany.size() + 1);  // so that giving an index back never fails
             m_vecMany.push_back(nullptr);
             m_vecFree.push_back(static_cast<int>(m_vecMany.size() - 1));
         }
-        slot.nOper = m_vecFree.back();
-        slot.nCount = MANY;
+        slot.arrEntry[0] = {m_vecFree.back(), MANY};
         m_vecFree.pop_back();
-        m_vecMany[IndexOf(slot)] = std::move(pMany);
+        MapPointerOf(slot) = std::move(pMany);
+        return MapOf(slot);
     }
 
-    void RemoveFromMany(Slot& slot, int nOper) noexcept {
-        OperCounts& mapOper = *m_vecMany[IndexOf(slot)];
+    std::unique_ptr<OperCounts>& MapPointerOf(const Slot& slot) {
+        return m_vecMany[static_cast<std::size_t>(slot.arrEntry[0].nOper)];
+    }
+
+    bool RemoveFromMany(std::size_t nAt, int nOper) noexcept {
+        const Slot& slot = m_vecSlot[nAt];
+        OperCounts& mapOper = MapOf(slot);
         const auto it = mapOper.find(nOper);
         if (it == mapOper.end())
-            return;
+            return false;
         if (--it->second == 0)
-            mapOper.erase(it);
-        if (mapOper.size() != 1 || mapOper.begin()->second > ONE_MAX)
-            return;
-        const auto [nLast, nCount] = *mapOper.begin();
-        m_vecFree.push_back(slot.nOper);
-        m_vecMany[IndexOf(slot)] = nullptr;
-        slot.nOper = nLast;
-        slot.nCount = static_cast<std::uint32_t>(nCount);
+            m_counter.Erase(mapOper, it);
+        if (mapOper.empty()) {
+            m_vecFree.push_back(slot.arrEntry[0].nOper);
+            MapPointerOf(slot) = nullptr;
+            Erase(nAt);
+        }
+        return true;
     }
 
+    std::vector<std::uint64_t> m_vecTags;  // one word a group
     std::vector<Slot> m_vecSlot;
+    std::size_t m_nGroups = 0;
     std::size_t m_nUsed = 0;
+    std::size_t m_nTaken = 0;  // used and deleted ones
+    std::size_t m_nRoom = 0;   // how many may be taken
     std::vector<std::unique_ptr<OperCounts>> m_vecMany;
     std::vector<int> m_vecFree;  // indices of m_vecMany without a map
+    OperCounter m_counter;
 };
 
 }  // namespace NSTE_util

@@ -119,16 +119,19 @@ bool TEMutexOperTrailGuard::IsConflict() {
     if (!m_listStaticTrail.empty()) {
         m_listTrail.sort();
         SortAppended(m_listStaticTrail);
+        // Collected apart: when memory is lacking nothing must look registered.
+        std::list<int> listBusy;
         std::set_intersection(m_listStaticTrail.begin(), m_listStaticTrail.end(),
-                              m_listTrail.begin(), m_listTrail.end(),
-                              std::back_inserter(m_listRegistered));
+                              m_listTrail.begin(), m_listTrail.end(), std::back_inserter(listBusy));
+        m_bConflict = !listBusy.empty();
+        if (m_bConflict) {
+            m_listRegistered.swap(listBusy);
+            return true;
+        }
     }
-    m_bConflict = !m_listRegistered.empty();
-    if (m_bConflict)
-        return true;
-    std::list<int> listBusy = m_listTrail;  // both copies first: out of memory changes nothing
+    std::list<int> listTaken = m_listTrail;  // both copies first, for the same reason
     std::list<int> listRegistered = m_listTrail;
-    m_listStaticTrail.splice(m_listStaticTrail.end(), listBusy);
+    m_listStaticTrail.splice(m_listStaticTrail.end(), listTaken);
     m_listRegistered.swap(listRegistered);
     return false;
 }

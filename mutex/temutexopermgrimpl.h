@@ -39,6 +39,7 @@ private:
     // Each running operation and how many objects it holds; 0 after a grant without objects. Which
     // objects: m_held.
     OperCounts m_mapRunningOper;
+    OperCounter m_counterRunning;
     HeldObjects m_held;
     std::map<int, std::set<int>> m_mapMutexTable;  // requested operation -> what blocks it
     std::set<int> m_setExclusiveOper;              // exclude every other, in both directions

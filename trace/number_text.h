@@ -1,30 +1,57 @@
 #pragma once
 
+#include <array>
 #include <charconv>
+#include <cstddef>
 #include <cstring>
 #include <string>
+#include <type_traits>
 
 namespace NSTN_util {
 
 // The longest text of a rounded floating-point number that is kept.
 constexpr std::size_t ROUNDED_MAX = 63;
 
-// Sets strText to the decimal text of nValue.
+// "00" to "99", one after the other.
+constexpr std::array<char, 200> DIGIT_PAIRS = [] {
+    std::array<char, 200> arrPair{};
+    for (std::size_t i = 0; i < 100; ++i) {
+        arrPair[2 * i] = static_cast<char>('0' + i / 10);
+        arrPair[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return arrPair;
+}();
+
+// The decimal text of nValue, written from its end: no pass to count the digits first.
 template <class Integer>
-void AssignInteger(std::string& strText, Integer nValue) {
+std::string IntegerText(Integer nValue) {
+    using Unsigned = std::make_unsigned_t<Integer>;
+    using Wide = std::conditional_t<(sizeof(Integer) <= 4), unsigned int, unsigned long>;
+    const bool bMinus = nValue < 0;
+    Wide nRest = static_cast<Unsigned>(nValue);
+    if (bMinus)
+        nRest = static_cast<Unsigned>(0 - static_cast<Wide>(static_cast<Unsigned>(nValue)));
     char szText[24];
-    const char* const pEnd = std::to_chars(szText, szText + sizeof szText, nValue).ptr;
-    strText.assign(szText, static_cast<std::size_t>(pEnd - szText));
+    char* const pEnd = szText + sizeof szText;
+    char* p = pEnd;
+    for (; nRest >= 100; nRest /= 100)
+        std::memcpy(p -= 2, &DIGIT_PAIRS[2 * (nRest % 100)], 2);
+    if (nRest >= 10)
+        std::memcpy(p -= 2, &DIGIT_PAIRS[2 * nRest], 2);
+    else
+        *--p = static_cast<char>('0' + nRest);
+    if (bMinus)
+        *--p = '-';
+    return std::string(p, static_cast<std::size_t>(pEnd - p));
 }
 
-// Sets strText to dValue as "%.0f" writes it, cut to ROUNDED_MAX characters.
-inline void AssignRounded(std::string& strText, double dValue) {
+// dValue as "%.0f" writes it in the usual rounding mode, cut to ROUNDED_MAX characters.
+inline std::string RoundedText(double dValue) {
     char szText[320];  // the largest double has 309 digits
     const char* const pEnd =
         std::to_chars(szText, szText + sizeof szText, dValue, std::chars_format::fixed, 0).ptr;
-    strText.assign(szText, static_cast<std::size_t>(pEnd - szText));
-    if (strText.size() > ROUNDED_MAX)
-        strText.resize(ROUNDED_MAX);
+    const auto nLength = static_cast<std::size_t>(pEnd - szText);
+    return std::string(szText, nLength < ROUNDED_MAX ? nLength : ROUNDED_MAX);
 }
 
 }  // namespace NSTN_util

@@ -75,17 +75,18 @@ void FillSlots(unsigned int nMaxLen, std::string& strOut, const std::string& str
 }  // namespace
 
 // clang-format off
-TNString::TNString(char cValue) { AssignInteger(m_strText, static_cast<signed char>(cValue)); }
-TNString::TNString(short nValue) { AssignInteger(m_strText, nValue); }
-TNString::TNString(int nValue) { AssignInteger(m_strText, nValue); }
-TNString::TNString(unsigned char nValue) { AssignInteger(m_strText, nValue); }
-TNString::TNString(unsigned short nValue) { AssignInteger(m_strText, nValue); }
-TNString::TNString(unsigned int nValue) { AssignInteger(m_strText, nValue); }
-TNString::TNString(long nValue) { AssignInteger(m_strText, nValue); }
-TNString::TNString(unsigned long nValue) { AssignInteger(m_strText, nValue); }
-TNString::TNString(long long nValue) { AssignInteger(m_strText, nValue); }
-TNString::TNString(float fValue) { AssignRounded(m_strText, static_cast<double>(fValue)); }
-TNString::TNString(double dValue) { AssignRounded(m_strText, dValue); }
+// Deliberate: a character is a number, and a fraction is rounded away.
+TNString::TNString(char cValue) : m_strText(IntegerText(static_cast<signed char>(cValue))) {}
+TNString::TNString(short nValue) : m_strText(IntegerText(nValue)) {}
+TNString::TNString(int nValue) : m_strText(IntegerText(nValue)) {}
+TNString::TNString(unsigned char nValue) : m_strText(IntegerText(nValue)) {}
+TNString::TNString(unsigned short nValue) : m_strText(IntegerText(nValue)) {}
+TNString::TNString(unsigned int nValue) : m_strText(IntegerText(nValue)) {}
+TNString::TNString(long nValue) : m_strText(IntegerText(nValue)) {}
+TNString::TNString(unsigned long nValue) : m_strText(IntegerText(nValue)) {}
+TNString::TNString(long long nValue) : m_strText(IntegerText(nValue)) {}
+TNString::TNString(float fValue) : m_strText(RoundedText(static_cast<double>(fValue))) {}
+TNString::TNString(double dValue) : m_strText(RoundedText(dValue)) {}
 TNString::TNString(const char* szText) : m_strText(szText == nullptr ? "" : szText) {}
 TNString::TNString(const std::string& strText) : m_strText(strText) {}
 // clang-format on

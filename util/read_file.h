@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace NSTN_util {
@@ -10,7 +11,9 @@ enum class EReadFile {
     BROKEN_OFF,  // reading failed on the way; strText holds what came before
 };
 
-// Reads a file by large blocks.
-EReadFile ReadFile(const std::string& strFile, std::string& strText);
+// Reads a file of lines by large blocks. A line of over nMaxLine characters ends the reading like
+// the end of the file, with all of that line or a part that is too long: what follows is never
+// asked for.
+EReadFile ReadFile(const std::string& strFile, std::size_t nMaxLine, std::string& strText);
 
 }  // namespace NSTN_util

@@ -5,18 +5,20 @@
 #include <ace/Static_Object_Lock.h>
 
 #include <atomic>
+#include <new>
 
 namespace NSTN_util {
 
 // The instance behind pInstance, made at the first call under the process-wide static-object lock.
-// When that lock cannot be taken, the pointer as it stands: null if nothing was made yet.
+// When that lock cannot be taken, or memory is lacking, the pointer as it stands: null if nothing
+// was made yet.
 template <class Impl, class Iface>
 Iface* CreateOnce(std::atomic<Iface*>& pInstance) {
     if (Iface* const p = pInstance.load(std::memory_order_acquire))
         return p;
     ACE_Guard<ACE_Recursive_Thread_Mutex> guard(*ACE_Static_Object_Lock::instance());
     if (guard.locked() && pInstance.load(std::memory_order_relaxed) == nullptr)
-        pInstance.store(new Impl, std::memory_order_release);
+        pInstance.store(new (std::nothrow) Impl, std::memory_order_release);
     return pInstance.load(std::memory_order_acquire);
 }
 

@@ -17,7 +17,8 @@ constexpr unsigned long ERR_MUTEX_TRAIL_CONFLICT = 0x4101F112;
 //
 // Check m_nResult before going on: any value but 0 means refused, nothing is held, and the
 // destructor gives nothing back. One guard belongs to one thread; guards of several threads may
-// work at once. Trace lines: those of TEMutexOperMgr.
+// work at once. Trace lines: those of TEMutexOperMgr. Every guard of this header keeps a copy of
+// its objects, and throws std::bad_alloc, with nothing asked for, when there is no memory for that.
 class TN_API TEMutexOperGuard {
 public:
     // Asks TEMutexOperMgr for nOper on the object, or on all of the list.

@@ -37,7 +37,7 @@ constexpr unsigned long ERR_MUTEX_NO_ERRORCODE = 0x4101F012;
 class TN_API TEMutexOperMgr {
 public:
     // The one manager, made at the first call with an empty table. Null only when the process-wide
-    // static-object lock cannot be taken and no manager is there yet.
+    // static-object lock cannot be taken, or memory is lacking, and no manager is there yet.
     static TEMutexOperMgr* Instance();
     // Deletes the manager with its table and all that is held; the next Instance() makes a new one.
     // Nothing without one. Nobody may be using the old one.

@@ -28,14 +28,15 @@ long long NowMicroseconds() {
 }
 
 std::string FormatTime(long long nMicroseconds) {
-    const time_t tSecond = static_cast<time_t>(nMicroseconds / MICROSECONDS);
+    // Moments before 1970 too: the fraction counts upwards from the second before.
+    const long long nFraction = (nMicroseconds % MICROSECONDS + MICROSECONDS) % MICROSECONDS;
+    const time_t tSecond = static_cast<time_t>((nMicroseconds - nFraction) / MICROSECONDS);
     tm parts{};
     gmtime_r(&tSecond, &parts);
     char szText[96];
     std::snprintf(szText, sizeof szText, "%04d-%02d-%02d %02d:%02d:%02d.%03dZ",
                   parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour,
-                  parts.tm_min, parts.tm_sec,
-                  static_cast<int>(nMicroseconds % MICROSECONDS / 1000));
+                  parts.tm_min, parts.tm_sec, static_cast<int>(nFraction / 1000));
     return szText;
 }
 

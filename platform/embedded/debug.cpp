@@ -3,7 +3,9 @@
 #include "embedded/log_file.h"
 #include "zemb/control.h"
 
+#include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +15,8 @@
 #include <mutex>
 #include <shared_mutex>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 TEDebugInterface::~TEDebugInterface() = default;
 
@@ -23,28 +27,62 @@ constexpr const char* KIND_ASSERT = "A";
 constexpr const char* KIND_PRINT = "P";
 constexpr const char* KIND_EXCEPTION = "E";
 
-// What the host has put behind all channels; read by every line, so behind a reader's lock.
-struct Tap {
-    zemb::DebugSink sink;
-    bool bFileToo;
+// What the host has put behind all channels, the last one first asked. Lines look at it without a
+// lock as long as it is empty.
+class Taps {
+public:
+    struct Tap {
+        int nId;
+        zemb::DebugSink sink;
+        bool bPassOn;
+    };
+
+    int Add(zemb::DebugSink sink, bool bPassOn) {
+        std::unique_lock<std::shared_mutex> guard(m_lock);
+        m_vecTap.push_back(std::make_shared<const Tap>(Tap{++m_nLastId, std::move(sink), bPassOn}));
+        m_nTaps = static_cast<int>(m_vecTap.size());
+        return m_nLastId;
+    }
+
+    void Remove(int nId) {
+        std::unique_lock<std::shared_mutex> guard(m_lock);
+        m_vecTap.erase(std::find_if(m_vecTap.begin(), m_vecTap.end(),
+                                    [nId](const auto& pTap) { return pTap->nId == nId; }));
+        m_nTaps = static_cast<int>(m_vecTap.size());
+    }
+
+    // Hands the line to the sinks; true when it goes on to the file. Holds no lock meanwhile.
+    bool Pass(const std::string& strModule, std::string_view strKind, std::string_view strText) {
+        if (m_nTaps.load(std::memory_order_acquire) == 0)
+            return true;
+        std::vector<std::shared_ptr<const Tap>> vecTap;
+        {
+            std::shared_lock<std::shared_mutex> guard(m_lock);
+            vecTap = m_vecTap;
+        }
+        const zemb::DebugLine line{strModule, std::string(strKind), std::string(strText)};
+        for (auto it = vecTap.rbegin(); it != vecTap.rend(); ++it) {
+            (*it)->sink(line);
+            if (!(*it)->bPassOn)
+                return false;
+        }
+        return true;
+    }
+
+private:
+    std::shared_mutex m_lock;
+    std::vector<std::shared_ptr<const Tap>> m_vecTap;
+    std::atomic<int> m_nTaps{0};
+    int m_nLastId = 0;
 };
 
-std::shared_mutex& TapLock() {
-    static std::shared_mutex& lock = *new std::shared_mutex;
-    return lock;
+Taps& AllTaps() {
+    static Taps& taps = *new Taps;
+    return taps;
 }
 
-std::atomic<std::shared_ptr<const Tap>*> g_pTap{nullptr};
 std::atomic<int> g_nNoChannel{0};
 std::atomic<bool> g_bExit{false};
-
-std::shared_ptr<const Tap> CurrentTap() {
-    if (g_pTap.load(std::memory_order_acquire) == nullptr)
-        return nullptr;
-    std::shared_lock<std::shared_mutex> guard(TapLock());
-    const std::shared_ptr<const Tap>* const pTap = g_pTap.load();
-    return pTap == nullptr ? nullptr : *pTap;
-}
 
 std::string_view WithoutLineEnd(std::string_view strText) {
     if (!strText.empty() && strText.back() == '\n')
@@ -60,8 +98,8 @@ public:
         if (nLevel < m_nLevel.load(std::memory_order_relaxed))
             return;
         char szKind[16];
-        std::snprintf(szKind, sizeof szKind, "%d", nLevel);
-        Write(szKind, szText == nullptr ? "" : szText);
+        const char* const pEnd = std::to_chars(szKind, szKind + sizeof szKind, nLevel).ptr;
+        Write({szKind, static_cast<std::size_t>(pEnd - szKind)}, szText == nullptr ? "" : szText);
     }
 
     void Assert(const char* szText) override {
@@ -83,13 +121,9 @@ public:
         return nLength;
     }
 
-    void Write(const char* szKind, std::string_view strText) {
-        if (const std::shared_ptr<const Tap> pTap = CurrentTap()) {
-            pTap->sink({m_strModule, szKind, std::string(strText)});
-            if (!pTap->bFileToo)
-                return;
-        }
-        m_file.Write(szKind, strText);
+    void Write(std::string_view strKind, std::string_view strText) {
+        if (AllTaps().Pass(m_strModule, strKind, strText))
+            m_file.Write(strKind, strText);
     }
 
     void SetLevel(int nLevel) { m_nLevel = nLevel; }
@@ -167,15 +201,11 @@ void SetTraceLevel(const std::string& strModule, int nLevel) {
     AllChannels().Get(strModule)->SetLevel(nLevel);
 }
 
-ScopedDebugSink::ScopedDebugSink(DebugSink sink, bool bFileToo) {
-    auto* const pTap = new std::shared_ptr<const Tap>(new Tap{std::move(sink), bFileToo});
-    std::unique_lock<std::shared_mutex> guard(TapLock());
-    m_pBefore = g_pTap.exchange(pTap);
-}
+ScopedDebugSink::ScopedDebugSink(DebugSink sink, bool bPassOn)
+    : m_nId(AllTaps().Add(std::move(sink), bPassOn)) {}
 
 ScopedDebugSink::~ScopedDebugSink() {
-    std::unique_lock<std::shared_mutex> guard(TapLock());
-    delete g_pTap.exchange(static_cast<std::shared_ptr<const Tap>*>(m_pBefore));
+    AllTaps().Remove(m_nId);
 }
 
 ScopedNoDebugChannel::ScopedNoDebugChannel() {

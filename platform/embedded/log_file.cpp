@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <functional>
 
 namespace zemb {
 
@@ -19,7 +20,8 @@ namespace {
 constexpr std::size_t FILE_BYTES = 10U << 20;  // size at which a log is rotated
 constexpr std::size_t FILES_KEPT = 5;          // rotated files beside the current one
 constexpr mode_t FILE_MODE = 0640;
-constexpr std::size_t TIME_CHARS = 24;  // "2026-03-01 08:00:00.123Z"
+constexpr std::size_t NAME_MAX_CHARS = 64;  // of a module's name in the name of its file
+constexpr std::size_t TIME_CHARS = 24;      // "2026-03-01 08:00:00.123Z"
 
 // Characters that could end a line, move a cursor or be mistaken for an escape.
 constexpr std::array<bool, 256> EscapedChars() {
@@ -88,11 +90,12 @@ private:
     void AppendTime(spdlog::memory_buf_t& buf) {
         const long long nNow = NowMicroseconds();
         const long long nSecond = nNow / 1000000;
-        if (nSecond != m_nSecond || m_strTime.size() != TIME_CHARS) {
+        if (nNow < 0 || nSecond != m_nSecond || m_strTime.size() != TIME_CHARS) {
             m_strTime = FormatTime(nNow);
             m_nSecond = nSecond;
         } else {
             const long long nMilli = nNow % 1000000 / 1000;
+            // Same second: only the thousandths are written anew.
             m_strTime[20] = static_cast<char>('0' + nMilli / 100);
             m_strTime[21] = static_cast<char>('0' + nMilli / 10 % 10);
             m_strTime[22] = static_cast<char>('0' + nMilli % 10);
@@ -190,13 +193,16 @@ std::string LogFileOf(const std::string& strModule) {
     const std::string strState = GetStatePath();
     if (strState.empty())
         return "";
-    std::string strName = strModule.empty() ? "_" : strModule;
-    for (char& c : strName) {
+    static constexpr char HEX[] = "0123456789ABCDEF";
+    std::string strName = strModule.empty() ? "%" : "";
+    for (const char c : strModule.substr(0, NAME_MAX_CHARS)) {
         const bool bPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-                            (c >= '0' && c <= '9') || c == '-' || c == '_' || c == '.';
-        if (!bPlain)
-            c = '_';
+                            (c >= '0' && c <= '9') || c == '-' || c == '_';
+        const auto nByte = static_cast<unsigned char>(c);
+        strName += bPlain ? std::string(1, c) : std::string{'%', HEX[nByte >> 4], HEX[nByte & 0xF]};
     }
+    if (strModule.size() > NAME_MAX_CHARS)
+        strName += "%" + std::to_string(std::hash<std::string>()(strModule));
     return strState + "/log/" + strName + ".log";
 }
 

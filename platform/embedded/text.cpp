@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstddef>
+#include <limits>
 #include <string_view>
 
 namespace {
@@ -13,8 +14,9 @@ std::string_view TrimOf(std::string_view strText, std::string_view strCut) {
     return strText.substr(nFirst, strText.find_last_not_of(strCut) - nFirst + 1);
 }
 
-// As strtol reads a whole number: blanks before it, one sign, digits to the end.
-bool ReadInt(std::string_view strText, int& nValue, int nBase) {
+// As strtol reads a whole number: blanks before it, one sign, digits to the end; what no long holds
+// becomes the nearest one.
+bool ReadLong(std::string_view strText, long& nValue, int nBase) {
     strText = TrimOf(strText, " ");
     const std::size_t nFirst = strText.find_first_not_of(" \t\n\v\f\r");
     if (nFirst == std::string_view::npos || nBase < 2 || nBase > 36)
@@ -25,24 +27,32 @@ bool ReadInt(std::string_view strText, int& nValue, int nBase) {
         if (strText.empty() || strText.front() == '-')
             return false;
     }
-    int nRead = 0;
+    const bool bMinus = strText.front() == '-';
     const char* const pEnd = strText.data() + strText.size();
-    const auto [pStop, err] = std::from_chars(strText.data(), pEnd, nRead, nBase);
-    if (err != std::errc() || pStop != pEnd)
+    const auto [pStop, err] = std::from_chars(strText.data(), pEnd, nValue, nBase);
+    if (err == std::errc::result_out_of_range)
+        nValue = bMinus ? std::numeric_limits<long>::min() : std::numeric_limits<long>::max();
+    return err != std::errc::invalid_argument && pStop == pEnd;
+}
+
+// The low 32 bits of the number; nValue is written whenever there is one.
+bool ReadCut(std::string_view strText, int& nValue) {
+    long nRead = 0;
+    if (!ReadLong(strText, nRead, 10))
         return false;
-    nValue = nRead;
+    nValue = static_cast<int>(nRead);
     return true;
 }
 
 bool ReadSpan(std::string_view strText, int& nFirst, int& nLast) {
     const std::size_t nDash = strText.find('-');
     if (nDash == std::string_view::npos) {
-        const bool bRead = ReadInt(strText, nFirst, 10);
+        const bool bRead = ReadCut(strText, nFirst);
         nLast = nFirst;
         return bRead && nFirst >= 0;
     }
-    return ReadInt(strText.substr(0, nDash), nFirst, 10) &&
-           ReadInt(strText.substr(nDash + 1), nLast, 10) && nFirst >= 0 && nFirst <= nLast;
+    return ReadCut(strText.substr(0, nDash), nFirst) && ReadCut(strText.substr(nDash + 1), nLast) &&
+           nFirst >= 0 && nFirst <= nLast;
 }
 
 }  // namespace
@@ -64,7 +74,12 @@ std::vector<std::string> Token(const std::string& strText, char cSeparator) {
 }
 
 bool StrToInt(const std::string& strText, int& nValue, int nBase) {
-    return ReadInt(strText, nValue, nBase);
+    long nRead = 0;
+    if (!ReadLong(strText, nRead, nBase) || nRead < std::numeric_limits<int>::min() ||
+        nRead > std::numeric_limits<int>::max())
+        return false;
+    nValue = static_cast<int>(nRead);
+    return true;
 }
 
 bool StrToNumList(const std::string& strText, std::vector<int>& vecNumber) {

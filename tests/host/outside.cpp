@@ -44,6 +44,9 @@ int main() {
     Require(g_vecEarly.size() == 1 && g_vecEarly[0] == "No Mutex Operations Register for: 1",
             "line before main");
     Require(ModuleMgr::Instance()->Modules().size() == 1, "the module registered itself");
+    Require(ZembTaskCreator::Instance()->Count() == 1, "and its task-creator record");
+    Require(!ModuleMgr::Instance()->IsStarted(ModuleMgr::Instance()->Modules().front()),
+            "not started by itself");
     ModuleInterface* const pFound =
         ModuleMgr::Instance()->QueryInterface(UTILIF_NAME, UTILIF_VERSION);
     Require(dynamic_cast<UtilIF*>(pFound) != nullptr, "the interface is found across libraries");

@@ -195,7 +195,8 @@ TEST_F(TEMutexOperMgrTest, LoadReadsGoodLinesAmongBadOnes) {
         {"[MUTEX_TABLE]\n1:2,-3:0\n", false, false},
         {"[MUTEX_TABLE]\n1:3-2:0\n1:2:x\nx:2:0\n", false, false},
         {"[MUTEX_TABLE]\n1:2,1-2147483647:0\n", false, false},
-        {"[MUTEX_TABLE]\n1:4294967298:0\n", false, false},
+        {"[MUTEX_TABLE]\n1:4294967298:0\n", true, true},
+        {"[MUTEX_TABLE]\n4294967297:2:0\n", false, false},
         {"[MUTEX_ERRORCODE]\n[MUTEX_TABLE]\n1:2:0\n[MUTEX_ERRORCODE]\n1:7\n", true, true},
         {"[MUTEX_ERRORCODE]\n1:2147483648\n1:0x10\n1\n1:2:3\n", false, false},
         {strWhole.c_str(), true, true},
@@ -239,9 +240,30 @@ TEST_F(TEMutexOperMgrTest, LoadReportsWhatCannotBeOpened) {
     EXPECT_FALSE(Mgr().LoadMutexCfg(strMissing));
     EXPECT_FALSE(Mgr().LoadMutexCfg(strFolder));
     EXPECT_FALSE(Mgr().LoadMutexCfg(""));
-    EXPECT_THAT(m_debug.Take(),
+    EXPECT_FALSE(Mgr().LoadMutexCfg(std::string(10 << 20, 'x')));
+    const auto vecLine = m_debug.Take();
+    ASSERT_EQ(4U, vecLine.size());
+    EXPECT_THAT(vecLine[3], testing::EndsWith("string too more! \n"));
+    EXPECT_THAT(std::vector<std::string>(vecLine.begin(), vecLine.begin() + 3),
                 ElementsAre("Open file(" + strMissing + ") error! ",
                             "Open file(" + strFolder + ") error! ", "Open file() error! "));
+}
+
+TEST_F(TEMutexOperMgrTest, LoadEndsAtALineThatIsTooLongInAnEndlessFile) {
+    EXPECT_TRUE(Mgr().LoadMutexCfg("/dev/zero"));
+    EXPECT_THAT(m_debug.Take(), IsEmpty());
+}
+
+TEST_F(TEMutexOperMgrTest, AssertionsAreWrittenWhileExitingAndNeedADefaultChannel) {
+    zemb::SetExit(true);
+    Mgr().ReleaseMutexOper(1, TEOperObject{});
+    Mgr().AcquireMutexOper(1, TEOperObject{});
+    zemb::SetExit(false);
+    EXPECT_THAT(m_debug.Take(),
+                ElementsAre("ASSERT: file mutex, line 362 assertion failed for 'bAssertFlag'."));
+    const zemb::ScopedNoDebugChannel none;
+    Mgr().ReleaseMutexOper(2, TEOperObject{});
+    EXPECT_THAT(m_debug.Take(), IsEmpty());
 }
 
 TEST_F(TEMutexOperMgrTest, AFileCutAtAnyByteIsReadLikeTheModelReadsIt) {

@@ -4,10 +4,16 @@
 #include "zemb/settings.h"
 #include "zemb/task.h"
 
+#include "tovelkarin/temutexopermgr.h"
+#include "tovelkarin/utilif.h"
+
 #include "tests/support.h"
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cstring>
+#include <memory>
 #include <stdexcept>
 #include <thread>
 
@@ -70,8 +76,14 @@ TEST_F(StateTest, TheLevelFilterIsTheModulesOwn) {
 }
 
 TEST_F(StateTest, ModuleNamesMakeFileNamesThatStayInTheFolder) {
-    EXPECT_EQ(m_folder.Path("state/log/.._.._etc_x.log"), zemb::LogFileOf("../../etc/x"));
-    EXPECT_EQ(m_folder.Path("state/log/_.log"), zemb::LogFileOf(""));
+    const std::string strLog = m_folder.Path("state/log/");
+    EXPECT_EQ(strLog + "%2E%2E%2Fetc%2Fx.log", zemb::LogFileOf("../etc/x"));
+    EXPECT_EQ(strLog + "%.log", zemb::LogFileOf(""));
+    EXPECT_EQ(strLog + "m%2E1.log", zemb::LogFileOf("m.1")) << "m.1.log is an old file of m";
+    const std::string strLong(1 << 20, 'x');
+    EXPECT_NE(zemb::LogFileOf(strLong), zemb::LogFileOf(strLong + "y"));
+    NSTE_util::GetDebugInterface(strLong.c_str())->Trace(1, "kept");
+    EXPECT_THAT(LinesOf(strLong), SizeIs(1));
     EXPECT_EQ(NSTE_util::GetDebugInterface("same"), NSTE_util::GetDebugInterface("same"));
     EXPECT_EQ(nullptr, NSTE_util::GetDebugInterface(nullptr));
     EXPECT_EQ(-1, NSTE_util::GetDebugInterface("same")->Printf(nullptr));
@@ -135,6 +147,73 @@ TEST(DebugTest, SinksNestAndMayCallBack) {
     NSTE_util::GetDebugInterface("m")->Trace(1, "second");
     EXPECT_THAT(vecInner, ElementsAre("first", "from inside"));
     EXPECT_THAT(vecOuter, ElementsAre("second"));
+}
+
+TEST(DebugTest, SinksPassOnAndMayGoInAnyOrder) {
+    std::vector<std::string> vecSeen;
+    const auto Sink = [&](const char* szName) {
+        return [&vecSeen, szName](const zemb::DebugLine&) { vecSeen.emplace_back(szName); };
+    };
+    auto pFirst = std::make_unique<zemb::ScopedDebugSink>(Sink("first"));
+    auto pSecond = std::make_unique<zemb::ScopedDebugSink>(Sink("second"), true);
+    NSTE_util::GetDebugInterface("m")->Trace(1, "x");
+    EXPECT_THAT(vecSeen, ElementsAre("second", "first"));
+    const zemb::ScopedDebugSink last(Sink("last"));
+    pFirst = nullptr;
+    pSecond = nullptr;
+    vecSeen.clear();
+    NSTE_util::GetDebugInterface("m")->Trace(1, "x");
+    EXPECT_THAT(vecSeen, ElementsAre("last"));
+}
+
+TEST(ClockTest, MomentsBefore1970HaveTheirFractionToo) {
+    EXPECT_EQ("1969-12-31 23:59:59.999Z", zemb::FormatTime(-1000));
+    EXPECT_EQ("1970-01-01 00:00:00.000Z", zemb::FormatTime(999));
+}
+
+// The slot of a virtual operation, in words from the start of the table; destructors take two.
+template <class Operation>
+std::size_t SlotOf(Operation pfn) {
+    std::size_t arrWord[2] = {};
+    static_assert(sizeof arrWord == sizeof pfn);
+    std::memcpy(arrWord, &pfn, sizeof pfn);
+    return (arrWord[0] - 1) / sizeof(void*);
+}
+
+TEST(SlotTest, OperationsStandWhereTheInterfacesFixThem) {
+    EXPECT_EQ(2U, SlotOf(&ModuleMgr::RegisterModule)) << "third slot";
+    EXPECT_EQ(3U, SlotOf(&ZembTaskCreator::Register)) << "fourth slot";
+    EXPECT_EQ(5U, SlotOf(&ZembTaskCreator::UnRegister)) << "sixth slot";
+    EXPECT_EQ(0U, SlotOf(&TEDebugInterface::Trace));
+    EXPECT_EQ(1U, SlotOf(&TEDebugInterface::Assert));
+    EXPECT_EQ(2U, SlotOf(&ModuleObject::GetModuleName));
+    EXPECT_EQ(3U, SlotOf(&ModuleObject::GetModuleNumber));
+    EXPECT_EQ(4U, SlotOf(&ModuleObject::Start));
+    EXPECT_EQ(5U, SlotOf(&ModuleObject::Stop));
+    EXPECT_EQ(6U, SlotOf(&ModuleObject::QueryInterface));
+    EXPECT_EQ(7U, SlotOf(&ModuleObject::ListInterfaces));
+    EXPECT_EQ(8U, SlotOf(&ModuleObject::ReleaseInterfaces));
+    EXPECT_EQ(9U, SlotOf(&ModuleObject::Reserved));
+    EXPECT_EQ(2U, SlotOf(&UtilIF::GetInterfaceName));
+    EXPECT_EQ(3U, SlotOf(&UtilIF::GetInterfaceVersion));
+    EXPECT_EQ(4U, SlotOf(&UtilIF::IsMatch));
+    EXPECT_EQ(5U, SlotOf(&UtilIF::IsInt3Enabled));
+    EXPECT_EQ(6U, SlotOf(&UtilIF::Reserved6));
+    EXPECT_EQ(7U, SlotOf(&UtilIF::Reserved7));
+    using NSTE_util::TEMutexOperMgr;
+    using NSTE_util::TEOperObject;
+    using Objects = const std::list<TEOperObject>&;
+    using One = const TEOperObject&;
+    EXPECT_EQ(2U, SlotOf<unsigned long (TEMutexOperMgr::*)(int, Objects)>(
+                      &TEMutexOperMgr::AcquireMutexOper));
+    EXPECT_EQ(
+        3U, SlotOf<unsigned long (TEMutexOperMgr::*)(int, One)>(&TEMutexOperMgr::AcquireMutexOper));
+    EXPECT_EQ(4U,
+              SlotOf<void (TEMutexOperMgr::*)(int, Objects)>(&TEMutexOperMgr::ReleaseMutexOper));
+    EXPECT_EQ(5U, SlotOf<void (TEMutexOperMgr::*)(int, One)>(&TEMutexOperMgr::ReleaseMutexOper));
+    EXPECT_EQ(6U, SlotOf(&TEMutexOperMgr::IsOperRunning));
+    EXPECT_EQ(7U, SlotOf(&TEMutexOperMgr::HasRunningOper));
+    EXPECT_EQ(8U, SlotOf(&TEMutexOperMgr::LoadMutexCfg));
 }
 
 TEST(SettingsTest, ReadsNumbersByTheLineRulesOfConfigurationFiles) {

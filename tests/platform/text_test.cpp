@@ -59,6 +59,9 @@ TEST(StrToNumListTest, ReadsNumbersAndSpans) {
         EXPECT_FALSE(NSTE_util::StrToNumList(szBad, vecNumber)) << szBad;
         EXPECT_THAT(vecNumber, ElementsAre(5)) << "what stood before it: " << szBad;
     }
+    EXPECT_TRUE(NSTE_util::StrToNumList("4294967298", vecNumber));
+    EXPECT_THAT(vecNumber, ElementsAre(2)) << "cut to 32 bits";
+    EXPECT_FALSE(NSTE_util::StrToNumList("99999999999999999999", vecNumber));
     EXPECT_TRUE(NSTE_util::StrToNumList("1-1048576", vecNumber));
     EXPECT_FALSE(NSTE_util::StrToNumList("1-1048576,1", vecNumber));
 }

@@ -228,4 +228,15 @@ TEST(TraceLogTest, ReportsWhatAChannelThrowsAndThrowsNothing) {
     EXPECT_NO_THROW(NSTN_util::TNTrace2LogFile("m", 1, "x")) << "not even the report got through";
 }
 
+TEST(TraceLogTest, TakesTenMegabytesOfTextAndName) {
+    support::DebugCapture debug;
+    const std::string strLong(10 << 20, 'x');
+    NSTN_util::TNTrace2LogFile(strLong, 1, strLong);
+    NSTN_util::TNAssert2LogFile("m", strLong, strLong, strLong);
+    const auto vecLine = debug.Take();
+    ASSERT_EQ(2U, vecLine.size());
+    EXPECT_EQ(strLong.size(), vecLine[0].size());
+    EXPECT_LT(3 * strLong.size(), vecLine[1].size());
+}
+
 }  // namespace

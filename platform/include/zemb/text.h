@@ -23,8 +23,9 @@ ZEMB_API std::vector<std::string> Token(const std::string& strText, char cSepara
 ZEMB_API bool StrToInt(const std::string& strText, int& nValue, int nBase);
 
 // Reads numbers and spans separated by ",": "1-3, 7" gives 1, 2, 3, 7. Blanks around a piece are
-// ignored, empty pieces skipped. False for a negative number, a falling span, anything that is no
-// number, or a list of over NUM_LIST_MAX numbers; vecNumber then holds what stood before it.
+// ignored, empty pieces skipped. Of a number too large the low 32 bits count: 4294967298 reads
+// as 2. False for a negative number, a falling span, anything that is no number, or a list of over
+// NUM_LIST_MAX numbers; vecNumber then holds what stood before it.
 ZEMB_API bool StrToNumList(const std::string& strText, std::vector<int>& vecNumber);
 
 }  // namespace NSTE_util

@@ -67,14 +67,14 @@ using DebugSink = std::function<void(const DebugLine&)>;
 // function may throw: the exception reaches the writer of the line.
 class ZEMB_API ScopedDebugSink {
 public:
-    // bFileToo: the lines also go where they went before.
-    explicit ScopedDebugSink(DebugSink sink, bool bFileToo = false);
-    ~ScopedDebugSink();  // the sink before this one is back; lines on their way may still arrive
+    // bPassOn: the lines also go where they went before. The sink made last comes first.
+    explicit ScopedDebugSink(DebugSink sink, bool bPassOn = false);
+    ~ScopedDebugSink();  // lines on their way may still arrive while it runs
     ScopedDebugSink(const ScopedDebugSink&) = delete;
     ScopedDebugSink& operator=(const ScopedDebugSink&) = delete;
 
 private:
-    void* m_pBefore;
+    int m_nId;
 };
 
 // Takes all debug channels away: GetDebugInterface and GetDefaultDebugInterface answer null.
@@ -90,8 +90,9 @@ public:
 ZEMB_API void SetTraceLevel(const std::string& strModule, int nLevel);
 
 // The file that holds the module's log: <state>/log/<module>.log, "" when there is no state
-// folder (lines then go to standard error). Characters other than letters, digits, "-", "_" and
-// "." are "_" in the file's name.
+// folder (lines then go to standard error). Characters other than letters, digits, "-" and "_" are
+// "%" and two hexadecimal digits in the file's name; of a name of over 64 characters the beginning
+// and a number stand for it.
 ZEMB_API std::string LogFileOf(const std::string& strModule);
 
 }  // namespace zemb

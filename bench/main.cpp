@@ -1,0 +1,206 @@
+#include "ratio.h"
+
+#include <benchmark/benchmark.h>
+
+#include <malloc.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <vector>
+
+namespace bench {
+
+namespace {
+
+// clang-format off
+constexpr Goal GOALS[] = {
+    {"line_1_argument",                 0.8 },
+    {"line_3_arguments",                1.0 },
+    {"line_8_arguments",                1.25},
+    {"line_4000_characters",            1.4 },
+    {"number_int",                      1.1 },
+    {"number_unsigned_long",            1.1 },
+    {"granted/10",                      0.35},
+    {"granted/1000",                    0.30},
+    {"granted/100000",                  0.16},
+    {"granted_two_threads",             0.4 },
+    {"refused",                         0.15},
+    {"trace_line_to_file",              1.0 },
+};
+
+constexpr Growth GROWTHS[] = {
+    {"granted",        "flat",   2.0, 10  },
+    {"refused",        "flat",   2.0, 10  },
+    {"list_request",   "linear", 2.5, 1000},
+    {"list_release",   "linear", 2.5, 1000},
+    {"trail_guard",    "linear", 2.5, 1000},
+    {"table_load",     "linear", 2.5, 1000},
+    {"lines_appended", "linear", 2.5, 1000},
+};
+// clang-format on
+
+struct Name {
+    std::string strRow;
+    std::string strWho;
+    std::int64_t nSize = 0;
+};
+
+Name Split(const std::string& strName) {
+    Name name;
+    const std::size_t nFirst = strName.find('/');
+    name.strRow = strName.substr(0, nFirst);
+    std::string strRest = strName.substr(nFirst + 1);
+    const std::size_t nSecond = strRest.find('/');
+    name.strWho = strRest.substr(0, nSecond);
+    if (nSecond != std::string::npos)
+        name.nSize = std::strtoll(strRest.c_str() + nSecond + 1, nullptr, 10);
+    return name;
+}
+
+double GoalOf(const std::string& strRow, std::int64_t nSize) {
+    const std::string strSized = strRow + "/" + std::to_string(nSize);
+    for (const Goal& goal : GOALS)
+        if (strRow == goal.szRow || strSized == goal.szRow)
+            return goal.fRatio;
+    return 0;
+}
+
+using RowKey = std::pair<std::string, std::int64_t>;
+
+// Keeps the median of each benchmark's repetitions.
+class RatioReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& vecRun) override {
+        for (const Run& run : vecRun) {
+            if (run.run_type != Run::RT_Iteration || run.error_occurred)
+                continue;
+            const Name name = Split(run.run_name.function_name +
+                                    (run.run_name.args.empty() ? "" : "/" + run.run_name.args));
+            m_map[{name.strRow, name.nSize}][name.strWho].push_back(run.GetAdjustedRealTime());
+        }
+        ConsoleReporter::ReportRuns(vecRun);
+    }
+
+    // Whether every goal was reached.
+    bool PrintRatios() {
+        bool bAll = true;
+        std::printf("\n%-28s %10s  %-20s %10s %7s %7s\n", "row", "ours ns", "best peer", "its ns",
+                    "ratio", "goal");
+        for (auto& [key, mapWho] : m_map) {
+            const double fOurs = Median(mapWho["ours"]);
+            std::string strBest;
+            double fBest = 0;
+            for (auto& [strWho, vecTime] : mapWho)
+                if (strWho != "ours" && (strBest.empty() || Median(vecTime) < fBest)) {
+                    strBest = strWho;
+                    fBest = Median(vecTime);
+                }
+            const std::string strRow =
+                key.first + (key.second == 0 ? "" : "/" + std::to_string(key.second));
+            if (strBest.empty()) {
+                std::printf("%-28s %10.1f  %-20s\n", strRow.c_str(), fOurs, "-");
+                continue;
+            }
+            const double fGoal = GoalOf(key.first, key.second);
+            const bool bReached = fGoal == 0 || fOurs / fBest <= fGoal;
+            bAll = bAll && bReached;
+            std::printf("%-28s %10.1f  %-20s %10.1f %7.2f %7s%s\n", strRow.c_str(), fOurs,
+                        strBest.c_str(), fBest, fOurs / fBest,
+                        fGoal == 0 ? "-" : std::to_string(fGoal).substr(0, 4).c_str(),
+                        bReached ? "" : "  MISSED");
+        }
+        return bAll;
+    }
+
+    bool PrintGrowth() {
+        bool bAll = true;
+        std::printf("\n%-28s %-8s %10s %10s %7s %7s\n", "growth", "kind", "from", "to", "factor",
+                    "goal");
+        for (const Growth& growth : GROWTHS) {
+            std::vector<std::pair<std::int64_t, double>> vecPoint;
+            for (auto& [key, mapWho] : m_map)
+                if (key.first == growth.szRow && key.second >= growth.nFrom)
+                    vecPoint.emplace_back(key.second, Median(mapWho["ours"]));
+            if (vecPoint.size() < 2)
+                continue;
+            const auto [nSmall, fSmall] = vecPoint.front();
+            const auto [nLarge, fLarge] = vecPoint.back();
+            double fFactor = fLarge / fSmall;
+            if (std::strcmp(growth.szKind, "linear") == 0)
+                fFactor *= static_cast<double>(nSmall) / static_cast<double>(nLarge);
+            const bool bReached = fFactor <= growth.fFactor;
+            bAll = bAll && bReached;
+            std::printf("%-28s %-8s %10lld %10lld %7.2f %7.2f%s\n", growth.szRow, growth.szKind,
+                        static_cast<long long>(nSmall), static_cast<long long>(nLarge), fFactor,
+                        growth.fFactor, bReached ? "" : "  MISSED");
+        }
+        return bAll;
+    }
+
+private:
+    static double Median(std::vector<double>& vecTime) {
+        if (vecTime.empty())
+            return 0;
+        std::sort(vecTime.begin(), vecTime.end());
+        return vecTime[vecTime.size() / 2];
+    }
+
+    std::map<RowKey, std::map<std::string, std::vector<double>>> m_map;
+};
+
+class Scratch {
+public:
+    Scratch() {
+        char szName[] = "/tmp/tovelkarin-bench.XXXXXX";
+        m_strPath = mkdtemp(szName);
+    }
+    ~Scratch() { std::filesystem::remove_all(m_strPath); }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+    const std::string& Path() const { return m_strPath; }
+
+private:
+    std::string m_strPath;
+};
+
+}  // namespace
+
+std::int64_t HeapBytes() {
+    const struct mallinfo2 info = mallinfo2();
+    return static_cast<std::int64_t>(info.uordblks + info.hblkhd);
+}
+
+const std::string& ScratchFolder() {
+    static const Scratch scratch;
+    return scratch.Path();
+}
+
+}  // namespace bench
+
+void PrintMemory();
+
+// Exit status 1 when a goal is missed. The memory rows come only without arguments.
+int main(int argc, char** argv) {
+    std::vector<char*> vecArgument(argv, argv + argc);
+    char szRepetitions[] = "--benchmark_repetitions=7";
+    char szTime[] = "--benchmark_min_time=0.05";
+    char szMixed[] = "--benchmark_enable_random_interleaving=true";
+    char szBrief[] = "--benchmark_report_aggregates_only=false";
+    vecArgument.insert(vecArgument.begin() + 1, {szRepetitions, szTime, szMixed, szBrief});
+    int nArguments = static_cast<int>(vecArgument.size());
+    benchmark::Initialize(&nArguments, vecArgument.data());
+    if (benchmark::ReportUnrecognizedArguments(nArguments, vecArgument.data()))
+        return 2;
+    bench::RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    const bool bRatios = reporter.PrintRatios();
+    const bool bGrowth = reporter.PrintGrowth();
+    if (argc == 1)
+        PrintMemory();
+    return bRatios && bGrowth ? 0 : 1;
+}
