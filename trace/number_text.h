@@ -25,12 +25,10 @@ constexpr std::array<char, 200> DIGIT_PAIRS = [] {
 // The decimal text of nValue, written from its end: no pass to count the digits first.
 template <class Integer>
 std::string IntegerText(Integer nValue) {
-    using Unsigned = std::make_unsigned_t<Integer>;
     using Wide = std::conditional_t<(sizeof(Integer) <= 4), unsigned int, unsigned long>;
-    const bool bMinus = nValue < 0;
-    Wide nRest = static_cast<Unsigned>(nValue);
-    if (bMinus)
-        nRest = static_cast<Unsigned>(0 - static_cast<Wide>(static_cast<Unsigned>(nValue)));
+    auto nRest = static_cast<Wide>(nValue);
+    if (nValue < 0)
+        nRest = 0 - nRest;
     char szText[24];
     char* const pEnd = szText + sizeof szText;
     char* p = pEnd;
@@ -40,7 +38,7 @@ std::string IntegerText(Integer nValue) {
         std::memcpy(p -= 2, &DIGIT_PAIRS[2 * nRest], 2);
     else
         *--p = static_cast<char>('0' + nRest);
-    if (bMinus)
+    if (nValue < 0)
         *--p = '-';
     return std::string(p, static_cast<std::size_t>(pEnd - p));
 }

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <initializer_list>
 #include <iostream>
+#include <string_view>
 
 namespace NSTN_util {
 
@@ -31,37 +32,108 @@ void Grow(std::string& strOut, std::size_t nMore) {
 
 using Arguments = std::initializer_list<const TNString*>;
 
-// The one algorithm behind the fifteen overloads. strFormat is no part of strOut.
-void FillDistinct(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
-                  Arguments listArg) {
-    const std::size_t nBound = nMaxLen <= SHORT_BOUND_MAX ? nMaxLen : nMaxLen - CLOSING_ROOM;
-    const char* const szFormat = strFormat.data();
-    const std::size_t nFormat = strFormat.size();
+// Where a line is put together when it is short: in pieces of 16 characters, faster than a string
+// grows piece by piece.
+class ShortLine {
+public:
+    static constexpr std::size_t MOST = 512;
 
-    std::size_t nArguments = 0;
-    for (const TNString* const pArg : listArg)
-        nArguments += pArg->Text().size();
-    Grow(strOut, nFormat + nArguments);
+    void Append(const char* pText, std::size_t nLength) {
+        char* pTo = m_szLine + m_nLength;
+        m_nLength += nLength;
+        if (nLength <= 16)
+            return CopyFew(pTo, pText, nLength);
+        std::memcpy(pTo, pText, nLength);
+    }
+    std::size_t Length() const { return m_nLength; }
+    std::string_view View() const { return {m_szLine, m_nLength}; }
 
+private:
+    // Two moves that may overlap, for any length up to 16.
+    static void CopyFew(char* pTo, const char* pText, std::size_t nLength) {
+        if (nLength >= 8)
+            CopyEnds<8>(pTo, pText, nLength);
+        else if (nLength >= 4)
+            CopyEnds<4>(pTo, pText, nLength);
+        else
+            for (std::size_t i = 0; i < nLength; ++i)
+                pTo[i] = pText[i];
+    }
+    template <std::size_t N>
+    static void CopyEnds(char* pTo, const char* pText, std::size_t nLength) {
+        char szFirst[N];
+        char szLast[N];
+        std::memcpy(szFirst, pText, N);
+        std::memcpy(szLast, pText + nLength - N, N);
+        std::memcpy(pTo, szFirst, N);
+        std::memcpy(pTo + nLength - N, szLast, N);
+    }
+
+    std::size_t m_nLength = 0;
+    char m_szLine[MOST];
+};
+
+// Appends to a string that has room.
+class LongLine {
+public:
+    explicit LongLine(std::string& strOut) : m_strOut(strOut), m_nBefore(strOut.size()) {}
+    void Append(const char* pText, std::size_t nLength) { m_strOut.append(pText, nLength); }
+    std::size_t Length() const { return m_strOut.size() - m_nBefore; }
+
+private:
+    std::string& m_strOut;
+    const std::size_t m_nBefore;
+};
+
+// The one algorithm behind the fifteen overloads. nBound: how long the line may become before it is
+// ended.
+template <class Line>
+void FillLine(Line& line, std::size_t nBound, bool bTooLongBefore, std::string_view strFormat,
+              Arguments listArg) {
+    const auto Append = [&line](std::string_view strText) {
+        line.Append(strText.data(), strText.size());
+    };
     std::size_t nStart = 0;
     for (const TNString* const pArg : listArg) {
-        const std::string& strArg = pArg->Text();
-        const void* const pSlot =
-            nStart < nFormat ? std::memchr(szFormat + nStart, '%', nFormat - nStart) : nullptr;
-        if (pSlot == nullptr) {
-            strOut.append(NO_SLOT_TEXT).append(strFormat).append(" : ").append(strArg);
+        const std::string_view strArg = pArg->Text();
+        const std::size_t nSlot = strFormat.find('%', nStart);
+        if (nSlot == std::string_view::npos) {
+            Append(NO_SLOT_TEXT);
+            Append(strFormat);
+            Append(" : ");
+            Append(strArg);
             return;
         }
-        const auto nSlot = static_cast<std::size_t>(static_cast<const char*>(pSlot) - szFormat);
-        strOut.append(szFormat + nStart, nSlot - nStart).append(strArg);
-        if (strOut.size() > nBound) {
-            strOut.append(TOO_LONG_TEXT);
+        Append(strFormat.substr(nStart, nSlot - nStart));
+        Append(strArg);
+        if (bTooLongBefore || line.Length() > nBound) {
+            Append(TOO_LONG_TEXT);
             return;
         }
         nStart = nSlot + 2;  // past the end when "%" is the last character: no slot is left then
     }
-    if (nStart < nFormat)
-        strOut.append(szFormat + nStart, nFormat - nStart);
+    if (nStart < strFormat.size())
+        Append(strFormat.substr(nStart));
+}
+
+// strFormat is no part of strOut.
+void FillDistinct(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
+                  Arguments listArg) {
+    const std::size_t nMost = nMaxLen <= SHORT_BOUND_MAX ? nMaxLen : nMaxLen - CLOSING_ROOM;
+    const bool bTooLongBefore = strOut.size() > nMost;
+    const std::size_t nBound = bTooLongBefore ? 0 : nMost - strOut.size();
+    std::size_t nLength = strFormat.size();
+    for (const TNString* const pArg : listArg)
+        nLength += pArg->Text().size();
+    if (nLength + strFormat.size() + CLOSING_ROOM <= ShortLine::MOST) {
+        ShortLine line;
+        FillLine(line, nBound, bTooLongBefore, strFormat, listArg);
+        strOut.append(line.View());
+    } else {
+        Grow(strOut, nLength);
+        LongLine line(strOut);
+        FillLine(line, nBound, bTooLongBefore, strFormat, listArg);
+    }
 }
 
 void FillSlots(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
