@@ -5,7 +5,7 @@ PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
 MAKEFLAGS += --no-print-directory
 
-.PHONY: run test asan tsan debug coverage bench fuzz install setup build format clean
+.PHONY: run test asan tsan debug coverage bench fuzz tidy install setup build format clean
 
 run: build
 	@rm -rf build/tour
@@ -34,6 +34,10 @@ fuzz:
 
 install: build
 	cmake --install build/release --prefix $(PREFIX)
+
+tidy: build
+	git ls-files 'frame/*.cpp' 'mutex/*.cpp' 'platform/*.cpp' 'trace/*.cpp' 'util/*.cpp' | \
+	    xargs clang-tidy -p build/release --quiet
 
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i

@@ -8,7 +8,7 @@ namespace NSTN_util {
 
 namespace {
 
-constexpr std::size_t BLOCK = 64 * 1024;
+constexpr std::size_t BLOCK = std::size_t{64} * 1024;
 
 // Finds lines that are too long in a text that grows.
 class LineWatch {

@@ -147,7 +147,7 @@ unsigned long StateGeneration() {
 }
 
 std::string GetStatePath() {
-    const std::string strState = State().Get();
+    std::string strState = State().Get();
     if (!strState.empty())
         return strState;
     const std::string strRoot = Root().Get();
