@@ -1,4 +1,5 @@
 #include "command.h"
+#include "lang_file.h"
 
 #include <CLI/CLI.hpp>
 
@@ -30,22 +31,45 @@ void PutFinding(const Output& out, const Finding& finding) {
             record);
 }
 
+// Prints the findings and sums them up.
+int PutFindings(const Session& session, const CheckArguments& args,
+                const std::vector<Finding>& vecFinding, const std::string& strWhere) {
+    std::size_t nErrors = 0;
+    for (const Finding& finding : vecFinding) {
+        PutFinding(session.out, finding);
+        if (finding.eSeverity == ESeverity::ERROR)
+            ++nErrors;
+    }
+    const std::size_t nWarnings = vecFinding.size() - nErrors;
+    session.out.Say(Counted(nErrors, "error") + ", " + Counted(nWarnings, "warning") + " in " +
+                    strWhere);
+    return nErrors > 0 || (args.bStrict && nWarnings > 0) ? ANSWER_NO : DONE;
+}
+
 int CheckMutex(const Session& session, const CheckArguments& args) {
     MutexFile table;
     for (const std::string& strFile : args.vecFile)
         if (!table.Read(strFile))
             throw CommandError(SYSTEM_FAILED, strFile + ": the table file cannot be read");
     table.CheckWhole();
-    std::size_t nErrors = 0;
-    for (const Finding& finding : table.vecFinding) {
-        PutFinding(session.out, finding);
-        if (finding.eSeverity == ESeverity::ERROR)
-            ++nErrors;
+    return PutFindings(session, args, table.vecFinding, Counted(args.vecFile.size(), "file"));
+}
+
+// Each folder is one language; a key that another folder has is missed.
+int CheckLang(const Session& session, const CheckArguments& args) {
+    std::vector<LangFolder> vecFolder(args.vecFile.begin(), args.vecFile.end());
+    std::vector<Finding> vecFinding;
+    for (std::size_t i = 0; i < vecFolder.size(); ++i) {
+        vecFinding.insert(vecFinding.end(), vecFolder[i].vecFinding.begin(),
+                          vecFolder[i].vecFinding.end());
+        for (const auto& [strKey, place] : vecFolder[i].mapKey)
+            for (std::size_t n = 0; n < vecFolder.size(); ++n)
+                if (vecFolder[n].mapKey.count(strKey) == 0)
+                    vecFinding.push_back({place, ESeverity::WARNING,
+                                          "'" + strKey + "' is missing in " + args.vecFile[n],
+                                          "the key in every language"});
     }
-    const std::size_t nWarnings = table.vecFinding.size() - nErrors;
-    session.out.Say(Counted(nErrors, "error") + ", " + Counted(nWarnings, "warning") + " in " +
-                    Counted(args.vecFile.size(), "file"));
-    return nErrors > 0 || (args.bStrict && nWarnings > 0) ? ANSWER_NO : DONE;
+    return PutFindings(session, args, vecFinding, Counted(args.vecFile.size(), "language"));
 }
 
 }  // namespace
@@ -56,8 +80,13 @@ Runner DefineCheck(CLI::App& app) {
         "mutex", "table files of conflicting operations; several are one table, as if loaded");
     pMutex->add_option("FILE", pArgs->vecFile, "table files")->required();
     pMutex->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
+    CLI::App* const pLang = app.add_subcommand("lang", "folders of language files, one a language");
+    pLang->add_option("FOLDER", pArgs->vecFile, "language folders")->required();
+    pLang->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
     app.require_subcommand(1);
-    return [pArgs](Session& session) { return CheckMutex(session, *pArgs); };
+    return [pArgs, pMutex](Session& session) {
+        return pMutex->parsed() ? CheckMutex(session, *pArgs) : CheckLang(session, *pArgs);
+    };
 }
 
 }  // namespace host

@@ -27,6 +27,8 @@ const std::vector<Command>& Commands() {
         {"check",    "look for faults in configuration files",
                      "check mutex share/root/etc/oss_cfg/trans/core/conf/mutex_oper.cfg", false,
                      DefineCheck},
+        {"lang",     "load and look up texts of the process language; compare languages",
+                     "lang missing en zh", true, DefineLang},
         {"settings", "show the settings of the process and where each comes from",
                      "settings", true, DefineSettings},
         {"module",   "list the loaded modules; start, stop or load one",

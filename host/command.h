@@ -50,6 +50,7 @@ Runner DefineRunning(CLI::App& app);
 Runner DefineTrail(CLI::App& app);
 Runner DefineMutex(CLI::App& app);
 Runner DefineCheck(CLI::App& app);
+Runner DefineLang(CLI::App& app);
 Runner DefineTrace(CLI::App& app);
 Runner DefineClock(CLI::App& app);
 Runner DefineSay(CLI::App& app);

@@ -38,7 +38,7 @@ private:
 std::atomic<TEMutexOperMgr*> TEMutexOperMgr::m_pInstance{nullptr};
 
 TEMutexOperMgr* TEMutexOperMgr::Instance() {
-    return NSTN_util::CreateOnce<TEMutexOperMgrImpl>(m_pInstance);
+    return NSTN_util::CreateOnce(m_pInstance, [] { return new TEMutexOperMgrImpl; });
 }
 
 void TEMutexOperMgr::Destroy() {

@@ -1,5 +1,6 @@
 #include "zemb/settings.h"
 
+#include "embedded/item_line.h"
 #include "embedded/log_file.h"
 #include "zemb/control.h"
 
@@ -26,7 +27,6 @@ namespace {
 
 constexpr const char* EMS_CFG_UNDER_ROOT = "/etc/oss_cfg/ems.cfg";
 constexpr std::size_t LINE_BUFFER = 1023;  // of a configuration line at most 1,022 are taken
-constexpr std::string_view BLANKS = " \t\n\r";
 
 std::atomic<unsigned long> g_nGeneration{1};
 
@@ -66,11 +66,11 @@ Place& State() {
     return place;
 }
 
-std::string_view TrimOf(std::string_view strText) {
-    const std::size_t nFirst = strText.find_first_not_of(BLANKS);
-    if (nFirst == std::string_view::npos)
-        return {};
-    return strText.substr(nFirst, strText.find_last_not_of(BLANKS) - nFirst + 1);
+constexpr const char* DEFAULT_LANGUAGE = "en";
+
+Place& Language() {
+    static Place& place = *new Place("ZEMB_LANG");
+    return place;
 }
 
 bool ReadNumber(std::string_view strText, int& nValue) {
@@ -105,12 +105,10 @@ int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile) {
     int nFound = 0;
     char szLine[LINE_BUFFER];
     while (file.getline(szLine, sizeof szLine) || file.gcount() > 0) {
-        const std::string_view strLine = TrimOf(szLine);
-        const std::size_t nEqual = strLine.find('=');
-        const bool bItem =
-            !strLine.empty() && strLine.front() != '#' && nEqual != std::string_view::npos;
-        if (bItem && TrimOf(strLine.substr(0, nEqual)) == szKey)
-            bFound = ReadNumber(TrimOf(strLine.substr(nEqual + 1)), nFound);
+        std::string_view strItem;
+        std::string_view strValue;
+        if (zemb::SplitItem(szLine, strItem, strValue) && strItem == szKey)
+            bFound = ReadNumber(strValue, nFound);
         if (!file)
             break;  // a line too long ends the reading, its beginning counts
     }
@@ -120,11 +118,31 @@ int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile) {
     return 1;
 }
 
+void EmfGetServerPath(std::string& strPath) {
+    strPath = NSTE_util::GetZEMBRootPath();
+    if (!strPath.empty())
+        strPath += "/";
+}
+
+Zembcommon::ZembMsg* Zembcommon::ZembMsg::instance() {
+    static ZembMsg* const pInstance = new ZembMsg;
+    return pInstance;
+}
+
+std::string Zembcommon::ZembMsg::getLanguage() const {
+    const std::string strLanguage = Language().Get();
+    return strLanguage.empty() ? DEFAULT_LANGUAGE : strLanguage;
+}
+
 std::string NSTE_util::GetZEMBRootPath() {
     return Root().Get();
 }
 
 namespace zemb {
+
+void SetLanguage(const std::string& strLanguage) {
+    Language().Set(strLanguage.empty() ? std::nullopt : std::optional<std::string>(strLanguage));
+}
 
 void SetRootPath(const std::string& strRoot) {
     Root().Set(strRoot);

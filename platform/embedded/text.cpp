@@ -1,5 +1,7 @@
 #include "zemb/text.h"
 
+#include "embedded/item_line.h"
+
 #include <charconv>
 #include <cstddef>
 #include <limits>
@@ -7,12 +9,7 @@
 
 namespace {
 
-std::string_view TrimOf(std::string_view strText, std::string_view strCut) {
-    const std::size_t nFirst = strText.find_first_not_of(strCut);
-    if (nFirst == std::string_view::npos)
-        return {};
-    return strText.substr(nFirst, strText.find_last_not_of(strCut) - nFirst + 1);
-}
+using zemb::TrimOf;
 
 // As strtol reads a whole number: blanks before it, one sign, digits to the end; what no long holds
 // becomes the nearest one.
@@ -60,7 +57,7 @@ bool ReadSpan(std::string_view strText, int& nFirst, int& nLast) {
 namespace NSTE_util {
 
 std::string Trim(const std::string& strText) {
-    return std::string(TrimOf(strText, " \t\n\r"));
+    return std::string(TrimOf(strText));
 }
 
 std::vector<std::string> Token(const std::string& strText, char cSeparator) {

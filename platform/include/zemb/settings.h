@@ -2,6 +2,8 @@
 
 #include "zemb/export.h"
 
+#include <cstddef>
+#include <cstdio>
 #include <string>
 
 // Looks szKey up in a key = value file and stores its integer: decimal, or hexadecimal after "0x",
@@ -13,6 +15,34 @@
 // the last line of a key counts. A line of over 1,022 characters ends the reading after its first
 // 1,022. Reads the file at every call. Any thread.
 ZEMB_API int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile);
+
+// Sets strPath to the folder of the server's data: the root with "/" at its end; "" without a root.
+ZEMB_API void EmfGetServerPath(std::string& strPath);
+
+// The size of each of the two buffers that ZembGetLine writes to.
+constexpr std::size_t ZEMB_LINE_BUFFER = 1024;
+
+// Reads the next line of a file of texts, "key = text": blanks around both are dropped, the first
+// "=" divides. Returns 1 for an entry; 2 for a line without one (blank, "#" first, no "="); 0 at
+// the end of the file; -1 when reading fails. Key and text are cut to 1,023 bytes, never within a
+// UTF-8 character, and end with a zero byte; with a result other than 1 they are "".
+ZEMB_API int ZembGetLine(char* szKey, char* szText, std::FILE* pFile);
+
+namespace Zembcommon {
+
+// The message service; lives to the end of the process. Any thread.
+class ZEMB_API ZembMsg {
+public:
+    static ZembMsg* instance();  // never null
+    // The language of the process, the name of a language folder: what the host set, else the
+    // environment variable ZEMB_LANG, else "en".
+    std::string getLanguage() const;
+
+private:
+    ZembMsg() = default;
+};
+
+}  // namespace Zembcommon
 
 namespace NSTE_util {
 

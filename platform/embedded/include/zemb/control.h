@@ -22,6 +22,9 @@ ZEMB_API void SetStatePath(const std::string& strState);
 ZEMB_API void ResetStatePath();
 ZEMB_API std::string GetStatePath();
 
+// Sets the language of the process in place of the environment variable ZEMB_LANG; "": back to it.
+ZEMB_API void SetLanguage(const std::string& strLanguage);
+
 // Announces that the process is exiting (or not); ZembIsExit() tells.
 ZEMB_API void SetExit(bool bExit);
 

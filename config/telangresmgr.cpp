@@ -1,0 +1,114 @@
+#include "tovelkarin/telangresmgr.h"
+
+#include "trace/trace_line.h"
+#include "util/singleton.h"
+
+#include "zemb/settings.h"
+
+#include <ace/OS_NS_stdio.h>
+#include <ace/Thread_Mutex.h>
+
+#include <cstdio>
+
+namespace NSTN_util {
+
+namespace {
+
+constexpr std::size_t ROOT_PATH_MAX = 245;
+constexpr int LINE_ENTRY = 1;  // results of ZembGetLine
+constexpr int LINE_OTHER = 2;
+constexpr int LINE_ERROR = -1;
+
+struct FileCloser {
+    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
+};
+
+}  // namespace
+
+struct TELangResMgr::Lock {
+    ACE_Thread_Mutex mutex;
+};
+
+std::atomic<TELangResMgr*> TELangResMgr::m_pInstance{nullptr};
+
+TELangResMgr* TELangResMgr::Instance() {
+    return CreateOnce(m_pInstance, [] { return new TELangResMgr; });
+}
+
+void TELangResMgr::Destroy() {
+    DestroyOnce(m_pInstance);
+}
+
+TELangResMgr::TELangResMgr() : m_bLoaded(false), m_pLock(std::make_unique<Lock>()) {}
+
+TELangResMgr::~TELangResMgr() = default;
+
+bool TELangResMgr::GetLangPath(const char* szDir, std::string& strOutPath) {
+    bool bFound = false;
+    GuardedCall([&] {
+        const std::string strRoot = NSTE_util::GetZEMBRootPath();
+        if (strRoot.empty()) {
+            ACE_OS::printf("Can not find the Environment variant.");
+            return;
+        }
+        if (strRoot.size() > ROOT_PATH_MAX) {
+            ACE_OS::printf("Environment variant'length is too long, please modify.\n");
+            return;
+        }
+        strOutPath = strRoot + (szDir == nullptr ? "" : szDir) +
+                     Zembcommon::ZembMsg::instance()->getLanguage() + "/";
+        Report("GetLangPath outpath = %s", strOutPath);
+        bFound = true;
+    });
+    return bFound;
+}
+
+int TELangResMgr::LoadLangFile(const char* szDir, const char** arrFile) {
+    std::string strFolder;
+    if (!GetLangPath(szDir, strFolder) || arrFile == nullptr)
+        return 0;
+    for (; *arrFile != nullptr; ++arrFile)
+        LoadLangFileImpl((strFolder + *arrFile).c_str());
+    m_bLoaded = true;
+    return 1;
+}
+
+int TELangResMgr::LoadLangFileImpl(const char* szPath) {
+    int nResult = -1;
+    GuardedCall([&] {
+        const std::unique_ptr<std::FILE, FileCloser> file(
+            std::fopen(szPath == nullptr ? "" : szPath, "r"));
+        if (file == nullptr)
+            return Report("Read lang res file fail.");
+        int nLine = LINE_OTHER;
+        while (nLine == LINE_ENTRY || nLine == LINE_OTHER) {
+            char szKey[ZEMB_LINE_BUFFER] = {};
+            char szText[ZEMB_LINE_BUFFER] = {};
+            nLine = ZembGetLine(szKey, szText, file.get());
+            if (nLine == LINE_ENTRY)
+                m_mapResource.emplace(szKey, szText);
+        }
+        nResult = nLine == LINE_ERROR ? -1 : 0;
+    });
+    return nResult;
+}
+
+std::string TELangResMgr::GetResourceStr(const std::string& strKey) {
+    if (!m_bLoaded)
+        return "";
+    const auto it = m_mapResource.find(strKey);
+    return it == m_mapResource.end() ? "" : it->second;
+}
+
+std::string GetZEMBEnvironment() {
+    std::string strResult;
+    GuardedCall([&] {
+        std::string strServer;
+        EmfGetServerPath(strServer);
+        if (!strServer.empty())
+            strResult = strServer + "nml";
+    });
+    return strResult;
+}
+
+}  // namespace NSTN_util

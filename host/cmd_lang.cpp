@@ -1,0 +1,113 @@
+#include "command.h"
+#include "lang_file.h"
+
+#include "tovelkarin/telangresmgr.h"
+
+#include "zemb/settings.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+namespace host {
+
+namespace {
+
+constexpr const char* LANG_DIR = "/conf/lang/";
+
+struct LangArguments {
+    std::string strDir = LANG_DIR;
+    std::string strLanguage;
+    std::vector<std::string> vecFile;
+    std::string strKey;
+    std::string strFirst;
+    std::string strSecond;
+};
+
+int Load(const Session& session, const LangArguments& args) {
+    if (!args.strLanguage.empty())
+        zemb::SetLanguage(args.strLanguage);
+    const std::string strFolder = NSTE_util::GetZEMBRootPath() + args.strDir +
+                                  Zembcommon::ZembMsg::instance()->getLanguage() + "/";
+    const std::vector<std::string> vecFile =
+        args.vecFile.empty() ? FilesOf(strFolder) : args.vecFile;
+    std::vector<const char*> vecName;
+    std::size_t nMissing = 0;
+    for (const std::string& strFile : vecFile) {
+        vecName.push_back(strFile.c_str());
+        if (std::filesystem::exists(strFolder + strFile))
+            continue;
+        std::cerr << "tovelkarin: " << strFolder << strFile << ": missing" << std::endl;
+        ++nMissing;
+    }
+    vecName.push_back(nullptr);
+    if (NSTN_util::TELangResMgr::Instance()->LoadLangFile(args.strDir.c_str(), vecName.data()) == 0)
+        throw CommandError(SYSTEM_FAILED, "lang: there is no usable installation root");
+    Json::Value record;
+    record["folder"] = strFolder;
+    record["files"] = static_cast<Json::UInt64>(vecFile.size() - nMissing);
+    session.out.Put("loaded " + Counted(vecFile.size() - nMissing, "file") + " of " + strFolder,
+                    record);
+    return nMissing == 0 ? DONE : ANSWER_NO;
+}
+
+int Get(const Session& session, const LangArguments& args) {
+    const std::string strText = NSTN_util::TELangResMgr::Instance()->GetResourceStr(args.strKey);
+    if (strText.empty())
+        throw CommandError(ANSWER_NO, args.strKey + ": no text of that key is loaded");
+    Json::Value record;
+    record["key"] = args.strKey;
+    record["text"] = strText;
+    session.out.Put(strText, record);
+    return DONE;
+}
+
+int Missing(const Session& session, const LangArguments& args) {
+    const std::string strRoot = NSTE_util::GetZEMBRootPath();
+    const LangFolder first(strRoot + args.strDir + args.strFirst);
+    const LangFolder second(strRoot + args.strDir + args.strSecond);
+    std::size_t nMissing = 0;
+    const auto Put = [&](const LangFolder& with, const LangFolder& without,
+                         const std::string& strLanguage) {
+        for (const auto& [strKey, place] : with.mapKey)
+            if (without.mapKey.count(strKey) == 0) {
+                Json::Value record;
+                record["key"] = strKey;
+                record["missing_in"] = strLanguage;
+                session.out.Put(
+                    strKey + " is missing in " + strLanguage + " (" + place.Text() + ")", record);
+                ++nMissing;
+            }
+    };
+    Put(first, second, args.strSecond);
+    Put(second, first, args.strFirst);
+    session.out.Say(nMissing == 0 ? "no key is missing" : Counted(nMissing, "key") + " missing");
+    return nMissing == 0 ? DONE : ANSWER_NO;
+}
+
+}  // namespace
+
+Runner DefineLang(CLI::App& app) {
+    const auto pArgs = std::make_shared<LangArguments>();
+    app.add_option("--dir", pArgs->strDir, "folder of the languages under the root")
+        ->capture_default_str();
+    CLI::App* const pLoad = app.add_subcommand("load", "load the texts of the process language");
+    pLoad->add_option("FILE", pArgs->vecFile, "names in the language folder; none: all");
+    pLoad->add_option("--language", pArgs->strLanguage, "make this the language of the process");
+    CLI::App* const pGet = app.add_subcommand("get", "look a key up in what is loaded");
+    pGet->add_option("KEY", pArgs->strKey, "the key, exactly")->required();
+    CLI::App* const pMissing =
+        app.add_subcommand("missing", "list the keys that one of two languages lacks");
+    pMissing->add_option("LANGUAGE", pArgs->strFirst, "a language folder")->required();
+    pMissing->add_option("OTHER", pArgs->strSecond, "another one")->required();
+    app.require_subcommand(1);
+    return [pArgs, pLoad, pGet](Session& session) {
+        if (pLoad->parsed())
+            return Load(session, *pArgs);
+        return pGet->parsed() ? Get(session, *pArgs) : Missing(session, *pArgs);
+    };
+}
+
+}  // namespace host

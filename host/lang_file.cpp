@@ -1,0 +1,78 @@
+#include "lang_file.h"
+
+#include "output.h"
+
+#include "zemb/settings.h"
+#include "zemb/text.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+// The format: docs/language-files.md.
+namespace host {
+
+std::vector<std::string> FilesOf(const std::string& strFolder) {
+    std::error_code error;
+    std::vector<std::string> vecName;
+    for (const auto& entry : std::filesystem::directory_iterator(strFolder, error))
+        if (entry.is_regular_file())
+            vecName.push_back(entry.path().filename().string());
+    if (error)
+        throw CommandError(SYSTEM_FAILED, strFolder + ": " + error.message());
+    std::sort(vecName.begin(), vecName.end());
+    return vecName;
+}
+
+LangFolder::LangFolder(const std::string& strFolder) {
+    for (const std::string& strName : FilesOf(strFolder))
+        ReadFile(strFolder + "/" + strName);
+}
+
+void LangFolder::ReadFile(const std::string& strFile) {
+    std::ifstream file(strFile);
+    if (!file)
+        throw CommandError(SYSTEM_FAILED, strFile + ": the language file cannot be read");
+    Place place{strFile, 0, 1, ""};
+    for (std::string strLine; std::getline(file, strLine);) {
+        ++place.nLine;
+        place.strText = NSTE_util::Trim(strLine);
+        const std::size_t nFirst = strLine.find_first_not_of(" \t\r\n");
+        place.nColumn = nFirst == std::string::npos ? 1 : static_cast<int>(nFirst) + 1;
+        ReadLine(place);
+    }
+}
+
+void LangFolder::Add(ESeverity eSeverity, const Place& place, std::size_t nOffset,
+                     const std::string& strWhat, const std::string& strExpected) {
+    Place at = place;
+    at.nColumn += static_cast<int>(nOffset);
+    vecFinding.push_back({at, eSeverity, strWhat, strExpected});
+}
+
+void LangFolder::ReadLine(const Place& place) {
+    const std::string& strLine = place.strText;
+    if (strLine.empty() || strLine.front() == '#')
+        return;
+    const std::size_t nEqual = strLine.find('=');
+    if (nEqual == std::string::npos)
+        return Add(ESeverity::ERROR, place, 0, "no '=': the line is left out", "key = text");
+    const std::string strKey = NSTE_util::Trim(strLine.substr(0, nEqual));
+    const std::string strText = NSTE_util::Trim(strLine.substr(nEqual + 1));
+    for (const std::string* const pPart : {&strKey, &strText})
+        if (pPart->size() >= ZEMB_LINE_BUFFER)
+            Add(ESeverity::ERROR, place, pPart == &strKey ? 0 : nEqual + 1,
+                std::string(pPart == &strKey ? "key" : "text") + " of " +
+                    Counted(pPart->size(), "byte") + ": it is cut",
+                "at most 1023 bytes");
+    if (strText.empty())
+        Add(ESeverity::WARNING, place, nEqual + 1, "'" + strKey + "' has no text",
+            "a text; an empty one reads like a missing key");
+    const auto [it, bNew] = mapKey.emplace(strKey, place);
+    if (!bNew)
+        Add(ESeverity::WARNING, place, 0,
+            "second text of '" + strKey + "': the first one, at " + it->second.Text() + ", counts",
+            "");
+}
+
+}  // namespace host

@@ -1,0 +1,47 @@
+#include "zemb/settings.h"
+
+#include "embedded/item_line.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+namespace {
+
+bool IsContinuation(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+}
+
+// Cuts to what the buffer holds; a UTF-8 character that does not fit whole is left out.
+void Store(std::string_view strText, char* szBuffer) {
+    std::size_t nLength = std::min(strText.size(), ZEMB_LINE_BUFFER - 1);
+    if (nLength < strText.size())
+        for (int i = 0; i < 3 && nLength > 0 && IsContinuation(strText[nLength]); ++i)
+            --nLength;
+    std::memcpy(szBuffer, strText.data(), nLength);
+    szBuffer[nLength] = '\0';
+}
+
+}  // namespace
+
+int ZembGetLine(char* szKey, char* szText, std::FILE* pFile) {
+    if (szKey == nullptr || szText == nullptr || pFile == nullptr)
+        return -1;
+    szKey[0] = '\0';
+    szText[0] = '\0';
+    char* pRead = nullptr;
+    std::size_t nRoom = 0;
+    const ssize_t nRead = getline(&pRead, &nRoom, pFile);
+    const std::unique_ptr<char, decltype(&std::free)> line(pRead, &std::free);
+    if (nRead < 0)
+        return std::feof(pFile) != 0 ? 0 : -1;
+    std::string_view strKey;
+    std::string_view strValue;
+    if (!zemb::SplitItem({line.get(), static_cast<std::size_t>(nRead)}, strKey, strValue))
+        return 2;
+    Store(strKey, szKey);
+    Store(strValue, szText);
+    return 1;
+}
