@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -20,7 +19,7 @@ void Store(std::string_view strText, char* szBuffer) {
     if (nLength < strText.size())
         for (int i = 0; i < 3 && nLength > 0 && IsContinuation(strText[nLength]); ++i)
             --nLength;
-    std::memcpy(szBuffer, strText.data(), nLength);
+    strText.copy(szBuffer, nLength);
     szBuffer[nLength] = '\0';
 }
 

@@ -153,6 +153,25 @@ TEST_F(TEMutexOperMgrTest, AGrantWithoutObjectsRunsForGoodAndIsInNobodysWay) {
     EXPECT_TRUE(Mgr().IsOperRunning(20));
 }
 
+// More operations than the manager remembers after their release, in turns that outlive it.
+TEST_F(TEMutexOperMgrTest, OperationsThatCameAndWentAreForgottenWhateverTheirNumber) {
+    for (int nTurn = 0; nTurn < 3; ++nTurn)
+        for (int nOper = -40; nOper < 40; ++nOper) {
+            Mgr().AcquireMutexOper(nOper, TEOperObject{1, 1, 1});
+            EXPECT_EQ(0U, Mgr().AcquireMutexOper(nOper, std::list<TEOperObject>{}));
+            if (nOper % 3 == 0)
+                Mgr().AcquireMutexOper(nOper + 100, TEOperObject{1, 1, 1});
+            Mgr().ReleaseMutexOper(nOper, TEOperObject{1, 1, 1});
+            EXPECT_FALSE(Mgr().IsOperRunning(nOper)) << "the last object ends a bare grant too";
+        }
+    for (int nOper = -40; nOper < 40; ++nOper)
+        EXPECT_EQ(nOper % 3 == 0, Mgr().IsOperRunning(nOper + 100));
+    for (int i = 0; i < 3; ++i)
+        for (int nOper = -39; nOper < 40; nOper += 3)
+            Mgr().ReleaseMutexOper(nOper + 100, TEOperObject{1, 1, 1});
+    EXPECT_FALSE(Mgr().HasRunningOper());
+}
+
 TEST_F(TEMutexOperMgrTest, ReleaseTakesObjectsThatAreEqualInAllThreeFields) {
     LoadSample();
     Mgr().AcquireMutexOper(20, std::list<TEOperObject>{{5, 0, 3}, {5, 0, 0}, {0, 9, 9}});
