@@ -67,8 +67,10 @@ int TELangResMgr::LoadLangFile(const char* szDir, const char** arrFile) {
     std::string strFolder;
     if (!GetLangPath(szDir, strFolder) || arrFile == nullptr)
         return 0;
-    for (; *arrFile != nullptr; ++arrFile)
-        LoadLangFileImpl((strFolder + *arrFile).c_str());
+    GuardedCall([&] {
+        for (; *arrFile != nullptr; ++arrFile)
+            LoadLangFileImpl((strFolder + *arrFile).c_str());
+    });
     m_bLoaded = true;
     return 1;
 }

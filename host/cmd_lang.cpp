@@ -37,7 +37,8 @@ int Load(const Session& session, const LangArguments& args) {
     std::size_t nMissing = 0;
     for (const std::string& strFile : vecFile) {
         vecName.push_back(strFile.c_str());
-        if (std::filesystem::exists(strFolder + strFile))
+        std::error_code ignored;
+        if (std::filesystem::is_regular_file(strFolder + strFile, ignored))
             continue;
         std::cerr << "tovelkarin: " << strFolder << strFile << ": missing" << std::endl;
         ++nMissing;

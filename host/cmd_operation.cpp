@@ -181,10 +181,20 @@ int ReleaseGrant(Session& session, int nId) {
 
 int Release(Session& session, ReleaseArguments& args, bool bRaw) {
     if (bRaw) {
-        const std::list<TEOperObject> listObj = ParseObjects(args.vecObject);
-        TEMutexOperMgr::Instance()->ReleaseMutexOper(args.nOper, listObj);
-        for (const TEOperObject& obj : listObj)
+        for (const TEOperObject& obj : ParseObjects(args.vecObject)) {
+            if (session.ledger.IsOnlyInGuards(args.nOper, obj))
+                throw CommandError(ANSWER_NO, ObjectText(obj) +
+                                                  " is held by a task's guard: "
+                                                  "release its grant");
+            TEMutexOperMgr::Instance()->ReleaseMutexOper(args.nOper, obj);
             session.ledger.Forget(args.nOper, obj);
+            Json::Value record;
+            record["operation"] = args.nOper;
+            record["objects"] = ToJson(std::list<TEOperObject>{obj});
+            session.out.Put("handed to the manager: operation " + std::to_string(args.nOper) +
+                                " on " + ObjectText(obj),
+                            record);
+        }
         return DONE;
     }
     if (args.bAll)
@@ -216,8 +226,9 @@ Runner DefineAcquire(CLI::App& app) {
 
 Runner DefineRelease(CLI::App& app) {
     const auto pArgs = std::make_shared<ReleaseArguments>();
-    app.add_option("GRANT", pArgs->vecId, "numbers of grants, as 'running' shows them");
-    app.add_flag("--all", pArgs->bAll, "all grants");
+    CLI::Option* const pGrant =
+        app.add_option("GRANT", pArgs->vecId, "numbers of grants, as 'running' shows them");
+    app.add_flag("--all", pArgs->bAll, "all grants")->excludes(pGrant);
     CLI::Option* const pOper = app.add_option("--oper", pArgs->nOper, "operation number");
     app.add_option("--on", pArgs->vecObject, "objects to hand to the manager as they are")
         ->needs(pOper);

@@ -16,7 +16,7 @@ std::vector<std::string> FilesOf(const std::string& strFolder) {
     std::error_code error;
     std::vector<std::string> vecName;
     for (const auto& entry : std::filesystem::directory_iterator(strFolder, error))
-        if (entry.is_regular_file())
+        if (std::error_code ignored; entry.is_regular_file(ignored))
             vecName.push_back(entry.path().filename().string());
     if (error)
         throw CommandError(SYSTEM_FAILED, strFolder + ": " + error.message());

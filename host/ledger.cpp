@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <set>
 
 namespace host {
 
@@ -90,7 +89,7 @@ std::unique_ptr<Grant> Ledger::Take(int nId) {
 
 void Ledger::Forget(int nOper, const TEOperObject& obj) {
     for (auto it = m_listGrant.begin(); it != m_listGrant.end(); ++it) {
-        if (it->nOper != nOper)
+        if (it->nOper != nOper || it->pGuard != nullptr)
             continue;
         const auto itObj = std::find(it->listObj.begin(), it->listObj.end(), obj);
         if (itObj == it->listObj.end())
@@ -102,63 +101,78 @@ void Ledger::Forget(int nOper, const TEOperObject& obj) {
     }
 }
 
-std::optional<Refusal> Ledger::Overlap(int nRunning, const std::list<TEOperObject>& listObj) const {
+bool Ledger::IsOnlyInGuards(int nOper, const TEOperObject& obj) const {
+    bool bInGuard = false;
     for (const Grant& grant : m_listGrant)
-        if (grant.nOper == nRunning)
-            for (const TEOperObject& held : grant.listObj)
-                for (const TEOperObject& wanted : listObj)
-                    if (Overlaps(wanted, held))
-                        return Refusal{&grant, held, std::nullopt, std::nullopt};
-    return std::nullopt;
+        if (grant.nOper == nOper &&
+            std::find(grant.listObj.begin(), grant.listObj.end(), obj) != grant.listObj.end()) {
+            if (grant.pGuard == nullptr)
+                return false;
+            bInGuard = true;
+        }
+    return bInGuard;
 }
 
-std::optional<Refusal> Ledger::Explain(int nOper, const std::list<TEOperObject>& listObj) const {
-    std::set<int> setRunning;
-    for (const Grant& grant : m_listGrant)
-        setRunning.insert(grant.nOper);
+namespace {
 
-    const auto itSelf = table.mapExclusive.find(nOper);
+// The first held object of a grant that overlaps one that is asked for; null when none does.
+const TEOperObject* FindOverlap(const Grant& grant, const std::list<TEOperObject>& listObj) {
+    for (const TEOperObject& held : grant.listObj)
+        for (const TEOperObject& wanted : listObj)
+            if (Overlaps(wanted, held))
+                return &held;
+    return nullptr;
+}
+
+// Keeps the grant of the lowest operation among those a rule concerns.
+void Offer(std::optional<Refusal>& best, const Grant& grant, const TEOperObject& held,
+           const Place& rule) {
+    if (!best || grant.nOper < best->pGrant->nOper)
+        best = Refusal{&grant, held, rule, std::nullopt};
+}
+
+template <class Map>
+const Place* RuleOf(const Map& mapRule, int nOper) {
+    const auto it = mapRule.find(nOper);
+    return it == mapRule.end() ? nullptr : &it->second;
+}
+
+}  // namespace
+
+std::optional<Refusal> Ledger::Explain(int nOper, const std::list<TEOperObject>& listObj) const {
+    const Place* const pSelf = RuleOf(table.mapExclusive, nOper);
     const auto itBlockers = table.mapBlockers.find(nOper);
-    const auto RuleSelf = [&](int) {
-        return itSelf == table.mapExclusive.end() ? nullptr : &itSelf->second;
-    };
-    const auto RuleExclusive = [&](int nRunning) {
-        const auto it = table.mapExclusive.find(nRunning);
-        return it == table.mapExclusive.end() ? nullptr : &it->second;
-    };
-    const auto RuleTable = [&](int nRunning) -> const Place* {
-        if (itBlockers == table.mapBlockers.end())
-            return nullptr;
-        const auto it = itBlockers->second.find(nRunning);
-        return it == itBlockers->second.end() ? nullptr : &it->second;
-    };
-    const auto Search = [&](const auto& Rule) -> std::optional<Refusal> {
-        for (const int nRunning : setRunning) {
-            const Place* const pRule = Rule(nRunning);
-            if (pRule == nullptr)
-                continue;
-            std::optional<Refusal> refusal = Overlap(nRunning, listObj);
-            if (!refusal)
-                continue;
-            refusal->rule = *pRule;
-            const auto itCode = table.mapCode.find(nRunning);
-            if (itCode != table.mapCode.end())
-                refusal->code = itCode->second.place;
-            return refusal;
-        }
-        return std::nullopt;
-    };
+    std::optional<Refusal> bySelf;
+    std::optional<Refusal> byExclusive;
+    std::optional<Refusal> byTable;
+    for (const Grant& grant : m_listGrant) {
+        const Place* const pExclusive = RuleOf(table.mapExclusive, grant.nOper);
+        const Place* const pTable = itBlockers == table.mapBlockers.end()
+                                        ? nullptr
+                                        : RuleOf(itBlockers->second, grant.nOper);
+        if (pSelf == nullptr && pExclusive == nullptr && pTable == nullptr)
+            continue;
+        const TEOperObject* const pHeld = FindOverlap(grant, listObj);
+        if (pHeld == nullptr)
+            continue;
+        if (pSelf != nullptr)
+            Offer(bySelf, grant, *pHeld, *pSelf);
+        if (pExclusive != nullptr)
+            Offer(byExclusive, grant, *pHeld, *pExclusive);
+        if (pTable != nullptr)
+            Offer(byTable, grant, *pHeld, *pTable);
+    }
     // As in the manager: a code of 0 answers an exclusive request, and is overlooked by the others.
-    const auto IsOverlooked = [&](const std::optional<Refusal>& refusal) {
-        return !refusal || (refusal->code && table.mapCode.at(refusal->pGrant->nOper).nCode == 0);
-    };
-    std::optional<Refusal> refusal = Search(RuleSelf);
-    if (refusal)
-        return refusal;
-    refusal = Search(RuleExclusive);
-    if (IsOverlooked(refusal))
-        refusal = Search(RuleTable);
-    return IsOverlooked(refusal) ? std::nullopt : refusal;
+    for (std::optional<Refusal>* const pRefusal : {&bySelf, &byExclusive, &byTable}) {
+        if (!*pRefusal)
+            continue;
+        const auto itCode = table.mapCode.find((*pRefusal)->pGrant->nOper);
+        if (itCode != table.mapCode.end())
+            (*pRefusal)->code = itCode->second.place;
+        if (pRefusal == &bySelf || itCode == table.mapCode.end() || itCode->second.nCode != 0)
+            return *pRefusal;
+    }
+    return std::nullopt;
 }
 
 }  // namespace host

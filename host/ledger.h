@@ -47,7 +47,9 @@ public:
                      std::unique_ptr<NSTE_util::TEMutexOperNEGuard> pGuard = nullptr);
     // The entry, no longer in the book. Null when there is none of that number.
     std::unique_ptr<Grant> Take(int nId);
-    // Forgets one held object that equals obj, as the manager does.
+    // Whether nobody but NE guards holds obj for nOper: only they can give it back.
+    bool IsOnlyInGuards(int nOper, const NSTE_util::TEOperObject& obj) const;
+    // Forgets one held object that equals obj and is in no guard, as the manager does.
     void Forget(int nOper, const NSTE_util::TEOperObject& obj);
     const std::list<Grant>& Grants() const { return m_listGrant; }
 
@@ -57,9 +59,6 @@ public:
                                    const std::list<NSTE_util::TEOperObject>& listObj) const;
 
 private:
-    std::optional<Refusal> Overlap(int nRunning,
-                                   const std::list<NSTE_util::TEOperObject>& listObj) const;
-
     std::list<Grant> m_listGrant;
     int m_nLastId = 0;
 };

@@ -22,16 +22,23 @@ constexpr const char* BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 // Ends like the library's reader at a line that is too long, so that endless files end.
 bool ReadLines(const std::string& strFile, std::string& strText) {
     std::ifstream file(strFile, std::ios::binary);
-    std::string strLine;
-    while (strLine.size() <= LINE_MAX_CHARS && file) {
+    std::size_t nLine = 0;
+    while (nLine <= LINE_MAX_CHARS) {
         const int nNext = file.get();
         if (nNext == std::ifstream::traits_type::eof())
             break;
-        const char c = static_cast<char>(nNext);
-        strText += c;
-        strLine = c == '\n' ? "" : strLine + c;
+        strText += static_cast<char>(nNext);
+        nLine = nNext == '\n' ? 0 : nLine + 1;
     }
     return file.is_open() && !file.bad();
+}
+
+// Fields are trimmed of blanks alone: a tab is no part of a number.
+std::string TrimBlanks(const std::string& strText) {
+    const std::size_t nFirst = strText.find_first_not_of(' ');
+    if (nFirst == std::string::npos)
+        return "";
+    return strText.substr(nFirst, strText.find_last_not_of(' ') - nFirst + 1);
 }
 
 // The section that a line means to start, read generously; null when none.
@@ -141,7 +148,7 @@ bool MutexFile::ReadNumber(const Place& place, const Field& field, const char* s
                            int& nValue) {
     if (NSTE_util::StrToInt(field.strText, nValue, 10))
         return true;
-    const std::string strTrimmed = NSTE_util::Trim(field.strText);
+    const std::string strTrimmed = TrimBlanks(field.strText);
     Add(ESeverity::ERROR, place, ColumnOf(field.nColumn, BlanksBefore(field.strText)),
         std::string(szWhat) + " '" + strTrimmed +
             (LooksLikeNumber(strTrimmed) ? "' is out of range" : "' is no number"),
@@ -154,9 +161,9 @@ namespace {
 // What is wrong with a piece of an operation list; "" when nothing is.
 std::string FaultOf(const std::string& strPiece) {
     const std::size_t nDash = strPiece.find('-');
-    const std::string strFirst = NSTE_util::Trim(strPiece.substr(0, nDash));
+    const std::string strFirst = TrimBlanks(strPiece.substr(0, nDash));
     const std::string strLast =
-        nDash == std::string::npos ? strFirst : NSTE_util::Trim(strPiece.substr(nDash + 1));
+        nDash == std::string::npos ? strFirst : TrimBlanks(strPiece.substr(nDash + 1));
     if (strFirst.empty() && LooksLikeNumber(strLast))
         return "is negative";
     if (!LooksLikeNumber(strFirst) || !LooksLikeNumber(strLast))
@@ -181,7 +188,7 @@ bool MutexFile::ReadList(const Place& place, const Field& field, std::vector<int
     int nColumn = field.nColumn;
     bool bFault = false;
     for (const std::string& strPiece : NSTE_util::Token(field.strText, ',')) {
-        const std::string strTrimmed = NSTE_util::Trim(strPiece);
+        const std::string strTrimmed = TrimBlanks(strPiece);
         const std::string strFault = strTrimmed.empty() ? "" : FaultOf(strTrimmed);
         if (!strFault.empty()) {
             Add(ESeverity::ERROR, place, ColumnOf(nColumn, BlanksBefore(strPiece)),

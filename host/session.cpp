@@ -63,7 +63,8 @@ void Session::Stop() {
 }
 
 bool Session::LoadTable(const std::string& strFile) {
-    if (!ledger.table.Read(strFile))
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(strFile, error) || !ledger.table.Read(strFile))
         throw CommandError(SYSTEM_FAILED, strFile + ": the table file cannot be read");
     const bool bGood = NSTE_util::TEMutexOperMgr::Instance()->LoadMutexCfg(strFile);
     if (!bGood)

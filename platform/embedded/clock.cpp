@@ -4,11 +4,12 @@
 
 #include <atomic>
 #include <cstdio>
+#include <limits>
 
 namespace {
 
 constexpr long long MICROSECONDS = 1000000;
-constexpr long long RUNNING = -1;
+constexpr long long RUNNING = std::numeric_limits<long long>::min();
 
 std::atomic<long long> g_nOffset{0};        // microseconds
 std::atomic<long long> g_nFrozen{RUNNING};  // the moment the clock stands at

@@ -45,9 +45,12 @@ public:
     }
 
     void Remove(int nId) {
+        std::shared_ptr<const Tap> pRemoved;  // dies without the lock: it may write a line itself
         std::unique_lock<std::shared_mutex> guard(m_lock);
-        m_vecTap.erase(std::find_if(m_vecTap.begin(), m_vecTap.end(),
-                                    [nId](const auto& pTap) { return pTap->nId == nId; }));
+        const auto it = std::find_if(m_vecTap.begin(), m_vecTap.end(),
+                                     [nId](const auto& pTap) { return pTap->nId == nId; });
+        pRemoved = std::move(*it);
+        m_vecTap.erase(it);
         m_nTaps = static_cast<int>(m_vecTap.size());
     }
 

@@ -92,7 +92,7 @@ private:
         const long long nSecond = nNow / 1000000;
         if (nNow < 0 || nSecond != m_nSecond || m_strTime.size() != TIME_CHARS) {
             m_strTime = FormatTime(nNow);
-            m_nSecond = nSecond;
+            m_nSecond = nNow < 0 ? -1 : nSecond;
         } else {
             const long long nMilli = nNow % 1000000 / 1000;
             // Same second: only the thousandths are written anew.

@@ -169,6 +169,31 @@ TEST(DebugTest, SinksPassOnAndMayGoInAnyOrder) {
 TEST(ClockTest, MomentsBefore1970HaveTheirFractionToo) {
     EXPECT_EQ("1969-12-31 23:59:59.999Z", zemb::FormatTime(-1000));
     EXPECT_EQ("1970-01-01 00:00:00.000Z", zemb::FormatTime(999));
+    zemb::ScopedClock clock;
+    clock.Freeze(-1);
+    EXPECT_EQ(-1, zemb::NowMicroseconds());
+}
+
+TEST_F(StateTest, ASecondBefore1970IsNotTakenForTheNext) {
+    zemb::ScopedClock clock;
+    clock.Freeze(-500000);
+    NSTE_util::GetDebugInterface("m")->Trace(1, "before");
+    clock.Freeze(250000);
+    NSTE_util::GetDebugInterface("m")->Trace(1, "after");
+    EXPECT_THAT(LinesOf("m"), ElementsAre(HasSubstr("1969-12-31 23:59:59.500Z"),
+                                          HasSubstr("1970-01-01 00:00:00.250Z")));
+}
+
+TEST(DebugTest, ASinkMayWriteALineWhileItDies) {
+    struct LastWords {
+        ~LastWords() { NSTE_util::GetDebugInterface("m")->Trace(1, "last words"); }
+    };
+    support::DebugCapture debug;
+    auto pWords = std::make_shared<LastWords>();
+    auto pSink = std::make_unique<zemb::ScopedDebugSink>([pWords](const zemb::DebugLine&) {});
+    pWords = nullptr;
+    pSink = nullptr;
+    EXPECT_THAT(debug.Take(), ElementsAre("last words"));
 }
 
 // The slot of a virtual operation, in words from the start of the table; destructors take two.
