@@ -48,8 +48,8 @@ public:
             return RemoveFromMany(nAt, nOper);
         for (OperEntry& entry : slot.arrEntry)
             if (entry.nCount != 0 && entry.nOper == nOper) {
-                --entry.nCount;
-                Pack(slot);
+                if (--entry.nCount == 0)
+                    Pack(slot);
                 if (slot.arrEntry[0].nCount == 0)
                     Erase(nAt);
                 return true;

@@ -31,8 +31,13 @@ void Release(int nOper, const Objects& objects) {
 
 void ReleaseGranted(unsigned long nResult, int nOper,
                     const std::list<TEOperObject>& listObj) noexcept {
-    if (nResult == 0)
-        NSTN_util::GuardedCall([&] { Release(nOper, listObj); });
+    if (nResult != 0)
+        return;
+    try {
+        Release(nOper, listObj);
+    } catch (...) {
+        // Dropped: a destructor has nobody to tell.
+    }
 }
 
 // The request that the calling thread works on, or null.
