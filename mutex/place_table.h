@@ -90,8 +90,8 @@ private:
     static constexpr std::size_t GROUP = 8;
     static constexpr std::size_t FULL_SHARE = 4;  // of FULL_PARTS slots are taken at most
     static constexpr std::size_t FULL_PARTS = 5;
-    static constexpr std::size_t GROWTH_SHARE =
-        3;  // grows by 3 tenths: slots are most of the memory
+    // Grows by 3 tenths: slots are most of the memory.
+    static constexpr std::size_t GROWTH_SHARE = 3;
     static constexpr std::size_t GROWTH_PARTS = 10;
     static constexpr std::size_t GROUPS_AT_FIRST = 4;
     static constexpr std::size_t GROUPS_KEPT = 128;  // an empty table above this size is freed
@@ -241,7 +241,9 @@ private:
         for (const OperEntry& entry : slot.arrEntry)
             (*pMany)[entry.nOper] += entry.nCount;
         if (m_vecFree.empty()) {
-            m_vecFree.reserve(m_vecMany.size() + 1);  // so that giving an index back never fails
+            // Room for every index, by doubling, so that giving one back never fails.
+            if (m_vecFree.capacity() <= m_vecMany.size())
+                m_vecFree.reserve(2 * m_vecMany.size() + GROUP);
             m_vecMany.push_back(nullptr);
             m_vecFree.push_back(static_cast<int>(m_vecMany.size() - 1));
         }

@@ -32,12 +32,13 @@ void Grow(std::string& strOut, std::size_t nMore) {
 
 using Arguments = std::initializer_list<const TNString*>;
 
-// Where a line is put together when it is short: in pieces of 16 characters, faster than a string
-// grows piece by piece.
+// Where a line is put together when it is short, with copies of fixed size: faster than a string
+// that grows piece by piece.
 class ShortLine {
 public:
     static constexpr std::size_t MOST = 512;
 
+    explicit ShortLine(const std::string& strOut) : m_nBefore(strOut.size()) {}
     void Append(const char* pText, std::size_t nLength) {
         char* pTo = m_szLine + m_nLength;
         m_nLength += nLength;
@@ -45,7 +46,8 @@ public:
             return CopyFew(pTo, pText, nLength);
         std::memcpy(pTo, pText, nLength);
     }
-    std::size_t Length() const { return m_nLength; }
+    // With what the output held before.
+    std::size_t Length() const { return m_nBefore + m_nLength; }
     std::string_view View() const { return {m_szLine, m_nLength}; }
 
 private:
@@ -69,6 +71,7 @@ private:
         std::memcpy(pTo + nLength - N, szLast, N);
     }
 
+    const std::size_t m_nBefore;
     std::size_t m_nLength = 0;
     char m_szLine[MOST];
 };
@@ -76,20 +79,17 @@ private:
 // Appends to a string that has room.
 class LongLine {
 public:
-    explicit LongLine(std::string& strOut) : m_strOut(strOut), m_nBefore(strOut.size()) {}
+    explicit LongLine(std::string& strOut) : m_strOut(strOut) {}
     void Append(const char* pText, std::size_t nLength) { m_strOut.append(pText, nLength); }
-    std::size_t Length() const { return m_strOut.size() - m_nBefore; }
+    std::size_t Length() const { return m_strOut.size(); }
 
 private:
     std::string& m_strOut;
-    const std::size_t m_nBefore;
 };
 
-// The one algorithm behind the fifteen overloads. nBound: how long the line may become before it is
-// ended.
+// The one algorithm behind the fifteen overloads. A line longer than nBound is ended.
 template <class Line>
-void FillLine(Line& line, std::size_t nBound, bool bTooLongBefore, std::string_view strFormat,
-              Arguments listArg) {
+void FillLine(Line& line, std::size_t nBound, std::string_view strFormat, Arguments listArg) {
     const auto Append = [&line](std::string_view strText) {
         line.Append(strText.data(), strText.size());
     };
@@ -106,7 +106,7 @@ void FillLine(Line& line, std::size_t nBound, bool bTooLongBefore, std::string_v
         }
         Append(strFormat.substr(nStart, nSlot - nStart));
         Append(strArg);
-        if (bTooLongBefore || line.Length() > nBound) {
+        if (line.Length() > nBound) {
             Append(TOO_LONG_TEXT);
             return;
         }
@@ -119,20 +119,18 @@ void FillLine(Line& line, std::size_t nBound, bool bTooLongBefore, std::string_v
 // strFormat is no part of strOut.
 void FillDistinct(unsigned int nMaxLen, std::string& strOut, const std::string& strFormat,
                   Arguments listArg) {
-    const std::size_t nMost = nMaxLen <= SHORT_BOUND_MAX ? nMaxLen : nMaxLen - CLOSING_ROOM;
-    const bool bTooLongBefore = strOut.size() > nMost;
-    const std::size_t nBound = bTooLongBefore ? 0 : nMost - strOut.size();
+    const std::size_t nBound = nMaxLen <= SHORT_BOUND_MAX ? nMaxLen : nMaxLen - CLOSING_ROOM;
     std::size_t nLength = strFormat.size();
     for (const TNString* const pArg : listArg)
         nLength += pArg->Text().size();
     if (nLength + strFormat.size() + CLOSING_ROOM <= ShortLine::MOST) {
-        ShortLine line;
-        FillLine(line, nBound, bTooLongBefore, strFormat, listArg);
+        ShortLine line(strOut);
+        FillLine(line, nBound, strFormat, listArg);
         strOut.append(line.View());
     } else {
         Grow(strOut, nLength);
         LongLine line(strOut);
-        FillLine(line, nBound, bTooLongBefore, strFormat, listArg);
+        FillLine(line, nBound, strFormat, listArg);
     }
 }
 
