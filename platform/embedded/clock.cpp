@@ -28,6 +28,14 @@ long long NowMicroseconds() {
            g_nOffset.load();
 }
 
+long long NowSeconds() {
+    const long long nFrozen = g_nFrozen.load(std::memory_order_relaxed);
+    if (nFrozen != RUNNING)
+        return nFrozen / MICROSECONDS - (nFrozen % MICROSECONDS < 0 ? 1 : 0);
+    // One read of the system's coarse clock: it may lag behind the fine one by a few milliseconds.
+    return time(nullptr) + g_nOffset.load(std::memory_order_relaxed) / MICROSECONDS;
+}
+
 std::string FormatTime(long long nMicroseconds) {
     // Moments before 1970 too: the fraction counts upwards from the second before.
     const long long nFraction = (nMicroseconds % MICROSECONDS + MICROSECONDS) % MICROSECONDS;

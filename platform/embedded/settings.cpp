@@ -134,6 +134,11 @@ std::string Zembcommon::ZembMsg::getLanguage() const {
     return strLanguage.empty() ? DEFAULT_LANGUAGE : strLanguage;
 }
 
+int ZembGetLangType() {
+    const std::string strLanguage = Zembcommon::ZembMsg::instance()->getLanguage();
+    return strLanguage.compare(0, 2, "zh") == 0 ? ZEMB_LANG_TYPE_CHINESE : ZEMB_LANG_TYPE_WESTERN;
+}
+
 std::string NSTE_util::GetZEMBRootPath() {
     return Root().Get();
 }

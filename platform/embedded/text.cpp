@@ -104,3 +104,17 @@ bool StrToNumList(const std::string& strText, std::vector<int>& vecNumber) {
 }
 
 }  // namespace NSTE_util
+
+namespace dao {
+
+std::string likeEscape(const std::string& strText) {
+    std::string strOut;
+    strOut.reserve(strText.size());
+    std::size_t nStart = 0;
+    for (std::size_t i; (i = strText.find_first_of("%_\\", nStart)) != std::string::npos;
+         nStart = i + 1)
+        strOut.append(strText, nStart, i - nStart).append({'\\', strText[i]});
+    return strOut.append(strText, nStart);
+}
+
+}  // namespace dao

@@ -28,6 +28,19 @@ public:
         return strText;
     }
 
+    // A text of up to nMost characters, most of them of strAlphabet; ended early by the byte 0xFF.
+    std::string TextOf(const std::string& strAlphabet, std::size_t nMost) {
+        std::string strText;
+        while (strText.size() < nMost && !IsEmpty()) {
+            const unsigned nByte = Byte();
+            if (nByte == 0xFF)
+                break;
+            strText +=
+                nByte >= 0xF8 ? static_cast<char>(Byte()) : strAlphabet[nByte % strAlphabet.size()];
+        }
+        return strText;
+    }
+
     std::string Rest() { return Text(m_nSize); }
 
 private:

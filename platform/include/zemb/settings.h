@@ -19,6 +19,12 @@ ZEMB_API int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile);
 // Sets strPath to the folder of the server's data: the root with "/" at its end; "" without a root.
 ZEMB_API void EmfGetServerPath(std::string& strPath);
 
+// The type of the process language: ZEMB_LANG_TYPE_CHINESE when its name begins with "zh", else
+// ZEMB_LANG_TYPE_WESTERN, the type that puts a blank between a word and a number.
+ZEMB_API int ZembGetLangType();
+constexpr int ZEMB_LANG_TYPE_CHINESE = 0;
+constexpr int ZEMB_LANG_TYPE_WESTERN = 1;
+
 // The size of each of the two buffers that ZembGetLine writes to.
 constexpr std::size_t ZEMB_LINE_BUFFER = 1024;
 

@@ -2,8 +2,34 @@
 
 #include "zemb/export.h"
 
+#include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
+
+// The platform's string: a standard string that also takes a null pointer, as "". A class of its
+// own, so that overloads can tell it from std::string; either converts to the other.
+class CStdString : public std::string {
+public:
+    CStdString() = default;
+    CStdString(const std::string& strText) : std::string(strText) {}
+    CStdString(std::string&& strText) noexcept : std::string(std::move(strText)) {}
+    CStdString(const char* szText) : std::string(szText == nullptr ? "" : szText) {}
+    CStdString(const char* szText, std::size_t nLength) : std::string(szText, nLength) {}
+    CStdString(std::size_t nCount, char c) : std::string(nCount, c) {}
+    CStdString& operator=(const std::string& strText) {
+        assign(strText);
+        return *this;
+    }
+    CStdString& operator=(std::string&& strText) noexcept {
+        std::string::operator=(std::move(strText));
+        return *this;
+    }
+    CStdString& operator=(const char* szText) {
+        assign(szText == nullptr ? "" : szText);
+        return *this;
+    }
+};
 
 // Text helpers of the platform. Stateless; cost linear in the text and in what is produced.
 namespace NSTE_util {
@@ -29,3 +55,12 @@ ZEMB_API bool StrToInt(const std::string& strText, int& nValue, int nBase);
 ZEMB_API bool StrToNumList(const std::string& strText, std::vector<int>& vecNumber);
 
 }  // namespace NSTE_util
+
+// Text for the database.
+namespace dao {
+
+// strText for use within an SQL LIKE pattern that is followed by ESCAPE '\\': a backslash stands
+// before every "%", "_" and backslash. "*", "?" and "'" stay as they are.
+ZEMB_API std::string likeEscape(const std::string& strText);
+
+}  // namespace dao

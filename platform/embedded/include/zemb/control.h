@@ -30,6 +30,8 @@ ZEMB_API void SetExit(bool bExit);
 
 // The platform's clock: microseconds since 1970, UTC.
 ZEMB_API long long NowMicroseconds();
+// The same in whole seconds, at the cost of one time().
+ZEMB_API long long NowSeconds();
 // nMicroseconds as "2026-03-01 08:00:00.123Z".
 ZEMB_API std::string FormatTime(long long nMicroseconds);
 
@@ -44,6 +46,10 @@ public:
     // Stops the clock at that moment; Advance still moves it.
     void Freeze(long long nMicroseconds);
 };
+
+// Puts a time zone in place of the process's own (environment variable TZ, else the system's):
+// "Europe/Berlin". False, and nothing changed, when there is no such zone. "": back to the own one.
+ZEMB_API bool SetTimeZone(const std::string& strZone);
 
 // Makes the calling thread work on pTask; null: on none.
 class ZEMB_API ScopedTask {

@@ -1,0 +1,123 @@
+#include "tests/support.h"
+#include "tovelkarin/stringutil.h"
+
+#include "zemb/time.h"
+
+#include <stdlib.h>
+#include <time.h>
+
+#include <climits>
+#include <cstring>
+
+namespace {
+
+using namespace NSTN_util;
+
+constexpr long long MICROSECONDS = 1000000;
+
+// The zones of the process, and one of them put in place by the host.
+class TimeTest : public testing::Test {
+protected:
+    ~TimeTest() override {
+        unsetenv("TZ");
+        tzset();
+        zemb::SetTimeZone("");
+    }
+
+    static void UseZone(const char* szZone) {
+        setenv("TZ", szZone, 1);
+        tzset();
+    }
+
+    zemb::ScopedClock m_clock;
+};
+
+const char* const ZONES[] = {
+    "Europe/Berlin",       "Europe/Dublin", "Asia/Shanghai", "America/St_Johns",
+    "Australia/Lord_Howe", "Europe/Moscow", "UTC",           "CET-1CEST,M3.5.0,M10.5.0/3",
+    "Asia/Kathmandu"};
+
+TEST_F(TimeTest, BreaksLocalTimesDownAsTheSystemDoes) {
+    for (const char* const szZone : ZONES) {
+        UseZone(szZone);
+        SCOPED_TRACE(szZone);
+        for (long nSeconds = -3000000000; nSeconds < 4000000000; nSeconds += 9876543) {
+            tm expected{};
+            localtime_r(&nSeconds, &expected);
+            const tm ours = UTC2Local(nSeconds);
+            ASSERT_EQ(0, std::memcmp(&expected, &ours, offsetof(tm, tm_gmtoff))) << nSeconds;
+            ASSERT_EQ(expected.tm_gmtoff, ours.tm_gmtoff) << nSeconds;
+            ASSERT_STREQ(expected.tm_zone, ours.tm_zone) << nSeconds;
+        }
+    }
+}
+
+TEST_F(TimeTest, TheRoadThroughTheZoneGivesTheSecondsBack) {
+    // Around the changes of the autumn of 2026 and of 2014, when Moscow changed its offset for
+    // good.
+    for (const char* const szZone : ZONES) {
+        UseZone(szZone);
+        SCOPED_TRACE(szZone);
+        for (const long nAround : {1792890000L, 1774746000L, 1414278000L, 1775318400L})
+            for (long n = nAround - 90000; n < nAround + 90000; n += 599) {
+                m_clock.Freeze(n * MICROSECONDS);
+                ASSERT_EQ(n, GetCurUtcTime()) << n;
+            }
+    }
+}
+
+TEST_F(TimeTest, FollowsClockAndZoneAtOnce) {
+    UseZone("Asia/Shanghai");
+    m_clock.Freeze(1772352000 * MICROSECONDS);  // 2026-03-01 08:00:00 UTC
+    EXPECT_EQ("2026/03/01/ 16:00:00", GetCurrTimeStr());
+    m_clock.Advance(3661);
+    EXPECT_EQ("2026/03/01/ 17:01:01", GetCurrTimeStr());
+    EXPECT_EQ(1772355661, GetCurUtcTime());
+    UseZone("America/New_York");
+    EXPECT_EQ("2026/03/01/ 04:01:01", GetCurrTimeStr());
+    EXPECT_TRUE(zemb::SetTimeZone("Europe/Berlin"));
+    EXPECT_EQ("2026/03/01/ 10:01:01", GetCurrTimeStr());
+    EXPECT_FALSE(zemb::SetTimeZone("Nowhere/Town"));
+    EXPECT_EQ(10, GetCurTmTime().tm_hour);
+    zemb::SetTimeZone("");
+    EXPECT_EQ(4, GetCurTmTime().tm_hour);
+    unsetenv("TZ");
+    setenv("TZ", "Asia/Shanghai", 1);
+    EXPECT_EQ(17, GetCurTmTime().tm_hour);
+    m_clock.Freeze(-1);
+    EXPECT_EQ(-1, GetCurUtcTime());
+}
+
+TEST_F(TimeTest, TakesABrokenDownTimeAsUtcWhateverTheZone) {
+    UseZone("Asia/Shanghai");
+    tm parts{};
+    parts.tm_year = 126;
+    parts.tm_mon = 2;
+    parts.tm_mday = 1;
+    parts.tm_hour = 8;
+    EXPECT_EQ(1772352000, Local2UTC(parts));
+    EXPECT_EQ("1772352000", Local2UTCSTR(parts));
+    parts.tm_mon = -10;  // fields are carried over
+    parts.tm_mday = 400;
+    parts.tm_sec = -1;
+    tm copy = parts;
+    EXPECT_EQ(timegm(&copy), Local2UTC(parts));
+    for (long n = -80000000000; n < 80000000000; n += 123456789) {
+        tm broken{};
+        gmtime_r(&n, &broken);
+        ASSERT_EQ(n, Local2UTC(broken));
+    }
+}
+
+TEST_F(TimeTest, SurvivesTimesThatNoCalendarHolds) {
+    for (const char* const szZone : {"Europe/Berlin", "CET-1CEST,M3.5.0,M10.5.0/3"}) {
+        UseZone(szZone);
+        for (const long n : {LONG_MAX, LONG_MIN}) {
+            const tm parts = UTC2Local(n);
+            EXPECT_TRUE(parts.tm_wday >= 0 && parts.tm_wday < 7 && parts.tm_yday >= 0);
+            Local2UTC(parts);
+        }
+    }
+}
+
+}  // namespace

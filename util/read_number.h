@@ -1,0 +1,97 @@
+#pragma once
+
+#include <climits>
+#include <cstddef>
+#include <limits>
+#include <string_view>
+
+namespace NSTN_util {
+
+// The value of a digit or letter in the bases up to 36; 36 for any other character.
+constexpr unsigned DigitValue(char c) {
+    if (c >= '0' && c <= '9')
+        return static_cast<unsigned>(c - '0');
+    if (c >= 'a' && c <= 'z')
+        return static_cast<unsigned>(c - 'a') + 10;
+    if (c >= 'A' && c <= 'Z')
+        return static_cast<unsigned>(c - 'A') + 10;
+    return 36;
+}
+
+// Blank characters as the C library's isspace knows them.
+constexpr bool IsBlank(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+constexpr std::size_t SkipBlanks(std::string_view strText, std::size_t nAt = 0) {
+    while (nAt < strText.size() && IsBlank(strText[nAt]))
+        ++nAt;
+    return nAt;
+}
+
+// Digits of one base from the beginning of a text.
+struct DigitRun {
+    unsigned long nValue = 0;
+    std::size_t nLength = 0;  // 0: there is no digit
+    bool bTooLarge = false;   // nValue is then ULONG_MAX
+};
+
+inline DigitRun ReadDigits(std::string_view strText, unsigned nBase) {
+    DigitRun run;
+    for (; run.nLength < strText.size(); ++run.nLength) {
+        const unsigned nDigit = DigitValue(strText[run.nLength]);
+        if (nDigit >= nBase)
+            break;
+        unsigned long nNext = 0;
+        run.bTooLarge = run.bTooLarge || __builtin_mul_overflow(run.nValue, nBase, &nNext) ||
+                        __builtin_add_overflow(nNext, nDigit, &nNext);
+        run.nValue = run.bTooLarge ? ULONG_MAX : nNext;
+    }
+    return run;
+}
+
+// What strtol makes of a text, without the need for a zero byte behind it: blanks, a sign, in base
+// 16 "0x", digits; what no long holds becomes the nearest one. Bases 2 to 36.
+struct LongRead {
+    long nValue = 0;
+    std::size_t nEnd = 0;  // behind the number; 0: there is none
+};
+
+inline LongRead ReadLong(std::string_view strText, unsigned nBase) {
+    std::size_t nAt = SkipBlanks(strText);
+    const bool bMinus = nAt < strText.size() && strText[nAt] == '-';
+    if (bMinus || (nAt < strText.size() && strText[nAt] == '+'))
+        ++nAt;
+    if (nBase == 16 && nAt + 2 < strText.size() && strText[nAt] == '0' &&
+        (strText[nAt + 1] == 'x' || strText[nAt + 1] == 'X') && DigitValue(strText[nAt + 2]) < 16)
+        nAt += 2;
+    const DigitRun run = ReadDigits(strText.substr(nAt), nBase);
+    if (run.nLength == 0)
+        return {};
+    constexpr unsigned long MOST = std::numeric_limits<long>::max();
+    LongRead read;
+    read.nEnd = nAt + run.nLength;
+    if (bMinus)
+        read.nValue =
+            run.nValue > MOST ? std::numeric_limits<long>::min() : -static_cast<long>(run.nValue);
+    else
+        read.nValue =
+            run.nValue > MOST ? std::numeric_limits<long>::max() : static_cast<long>(run.nValue);
+    return read;
+}
+
+// strText without blanks (" ") at both ends.
+inline std::string_view TrimSpaces(std::string_view strText) {
+    while (!strText.empty() && strText.front() == ' ')
+        strText.remove_prefix(1);
+    while (!strText.empty() && strText.back() == ' ')
+        strText.remove_suffix(1);
+    return strText;
+}
+
+// A text that may be null, as a view.
+inline std::string_view ViewOf(const char* szText) {
+    return szText == nullptr ? std::string_view() : std::string_view(szText);
+}
+
+}  // namespace NSTN_util

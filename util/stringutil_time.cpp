@@ -1,0 +1,105 @@
+#include "tovelkarin/stringutil.h"
+
+#include "trace/number_text.h"
+
+#include "zemb/time.h"
+
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <iostream>
+
+namespace NSTN_util {
+
+namespace {
+
+std::tm LocalOf(long nSeconds) {
+    std::tm parts{};
+    ZembTZone::ZembTimeTotm(ZembTZone::toZembTime(nSeconds), parts);
+    return parts;
+}
+
+// Remembers what became of the second that was converted last: the second and the difference to it
+// in one word, so that any thread reads both or neither.
+class LastSecond {
+public:
+    bool Get(long nSecond, long& nResult) const {
+        const std::uint64_t nWord = m_nWord.load(std::memory_order_relaxed);
+        if (nWord == EMPTY || (nWord >> BITS) != static_cast<std::uint64_t>(nSecond))
+            return false;
+        nResult = nSecond + static_cast<long>(nWord & MASK) - BIAS;
+        return true;
+    }
+
+    void Set(long nSecond, long nResult) {
+        const long nDifference = nResult - nSecond + BIAS;
+        if (nSecond > 0 && nSecond < MOST && nDifference >= 0 && nDifference < 2 * BIAS)
+            m_nWord.store((static_cast<std::uint64_t>(nSecond) << BITS) |
+                              static_cast<std::uint64_t>(nDifference),
+                          std::memory_order_relaxed);
+    }
+
+private:
+    static constexpr unsigned BITS = 24;
+    static constexpr std::uint64_t MASK = (1U << BITS) - 1;
+    static constexpr long BIAS = 1L << (BITS - 1);
+    static constexpr long MOST = 1L << (64 - BITS);
+    static constexpr std::uint64_t EMPTY = 0;
+
+    std::atomic<std::uint64_t> m_nWord{EMPTY};
+};
+
+void WriteTwoDigits(char* p, int nValue) {
+    std::memcpy(p, &DIGIT_PAIRS[2 * static_cast<std::size_t>(nValue)], 2);
+}
+
+}  // namespace
+
+long GetCurUtcTime() {
+    static LastSecond last;
+    const long nNow = ZEMB_OS::time();
+    long nResult = 0;
+    if (last.Get(nNow, nResult))
+        return nResult;
+    std::tm utc{};
+    NSTE_util::TELOCAL2UTC(LocalOf(nNow), utc);
+    NSTE_util::TEUTC2UTC(utc, nResult);
+    last.Set(nNow, nResult);
+    return nResult;
+}
+
+std::tm GetCurTmTime() {
+    return LocalOf(ZEMB_OS::time());
+}
+
+std::string GetCurrTimeStr() {
+    // Deliberate: there is a "/" behind the day too.
+    char szText[] = "9223372036854775807/mm/dd/ HH:MM:SS";
+    constexpr std::size_t REST = sizeof "/mm/dd/ HH:MM:SS" - 1;
+    const ZembTime local = ZembTZone::toZembTime(ZEMB_OS::time());
+    char* const pEnd = szText + sizeof szText - 1;
+    char* const p = pEnd - REST;
+    WriteTwoDigits(p + 1, local.nMonth);
+    WriteTwoDigits(p + 4, local.nDay);
+    WriteTwoDigits(p + 8, local.nHour);
+    WriteTwoDigits(p + 11, local.nMinute);
+    WriteTwoDigits(p + 14, local.nSecond);
+    const char* const pStart = WriteIntegerBefore(p, local.nYear);
+    return std::string(pStart, static_cast<std::size_t>(pEnd - pStart));
+}
+
+long Local2UTC(std::tm parts) {
+    long nSeconds = 0;
+    NSTE_util::TEUTC2UTC(parts, nSeconds);
+    return nSeconds;
+}
+
+std::string Local2UTCSTR(std::tm parts) {
+    return IntegerText(Local2UTC(parts));
+}
+
+std::tm UTC2Local(const long& nSeconds) {
+    return LocalOf(nSeconds);
+}
+
+}  // namespace NSTN_util
