@@ -9,6 +9,8 @@
 #include <ace/Thread_Mutex.h>
 
 #include <cstdio>
+#include <string_view>
+#include <unordered_map>
 
 namespace NSTN_util {
 
@@ -25,8 +27,11 @@ struct FileCloser {
 
 }  // namespace
 
-struct TELangResMgr::Lock {
+struct TELangResMgr::Hidden {
+    Hidden() { mapText.max_load_factor(0.5F); }
+
     ACE_Thread_Mutex mutex;
+    std::unordered_map<std::string_view, const std::string*> mapText;  // views of the table's keys
 };
 
 std::atomic<TELangResMgr*> TELangResMgr::m_pInstance{nullptr};
@@ -39,7 +44,7 @@ void TELangResMgr::Destroy() {
     DestroyOnce(m_pInstance);
 }
 
-TELangResMgr::TELangResMgr() : m_bLoaded(false), m_pLock(std::make_unique<Lock>()) {}
+TELangResMgr::TELangResMgr() : m_bLoaded(false), m_pHidden(std::make_unique<Hidden>()) {}
 
 TELangResMgr::~TELangResMgr() = default;
 
@@ -87,8 +92,11 @@ int TELangResMgr::LoadLangFileImpl(const char* szPath) {
             char szKey[ZEMB_LINE_BUFFER] = {};
             char szText[ZEMB_LINE_BUFFER] = {};
             nLine = ZembGetLine(szKey, szText, file.get());
-            if (nLine == LINE_ENTRY)
-                m_mapResource.emplace(szKey, szText);
+            if (nLine != LINE_ENTRY)
+                continue;
+            const auto [it, bNew] = m_mapResource.emplace(szKey, szText);
+            if (bNew)
+                m_pHidden->mapText.emplace(it->first, &it->second);
         }
         nResult = nLine == LINE_ERROR ? -1 : 0;
     });
@@ -98,8 +106,8 @@ int TELangResMgr::LoadLangFileImpl(const char* szPath) {
 std::string TELangResMgr::GetResourceStr(const std::string& strKey) {
     if (!m_bLoaded)
         return "";
-    const auto it = m_mapResource.find(strKey);
-    return it == m_mapResource.end() ? "" : it->second;
+    const auto it = m_pHidden->mapText.find(strKey);
+    return it == m_pHidden->mapText.end() ? "" : *it->second;
 }
 
 std::string GetZEMBEnvironment() {

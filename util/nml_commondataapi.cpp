@@ -4,6 +4,7 @@
 #include "trace/number_text.h"
 #include "trace/trace_line.h"
 #include "util/number_list.h"
+#include "util/plain_ip.h"
 #include "util/read_number.h"
 #include "util/text_search.h"
 
@@ -40,10 +41,29 @@ struct Wrapping<double> {
     using Type = double;
 };
 
+// A whole number of nothing but digits, behind "0x" or "-" or nothing, read from its beginning.
+template <class Sum>
+bool ReadForward(std::string_view strText, unsigned nBase, Sum& sum) {
+    const bool bMinus = !strText.empty() && strText.front() == '-';
+    std::size_t i = nBase == 16 ? 2 : bMinus ? 1 : 0;
+    for (; i < strText.size(); ++i) {
+        const unsigned nDigit = DigitValue(strText[i]);
+        if (nDigit >= nBase)
+            return false;
+        sum = sum * static_cast<Sum>(nBase) + static_cast<Sum>(nDigit);
+    }
+    if (bMinus)
+        sum = -sum;
+    return true;
+}
+
 template <class Number>
 Number HexDecNumber(std::string_view strText) {
     using Sum = typename Wrapping<Number>::Type;
     const unsigned nBase = BeginsHex(strText) ? 16 : 10;
+    // Of a double the order of the additions shows in the last bits.
+    if (Sum sumForward = 0; std::is_integral_v<Number> && ReadForward(strText, nBase, sumForward))
+        return static_cast<Number>(sumForward);
     Sum sum = 0;
     Sum weight = 1;
     for (std::size_t i = strText.size(); i > 0; --i) {
@@ -150,6 +170,8 @@ int IPString2Int(const std::string& strText) {
     if (strText.empty())
         return -1;
     std::uint32_t ip = 0;
+    if (ReadPlainIp(strText, ip))
+        return static_cast<int>(ip);
     unsigned nShift = 24;
     std::string_view strRest = strText;
     for (std::size_t nDot = 0; nDot != std::string_view::npos; nShift = (nShift - 8) % 32) {

@@ -13,9 +13,8 @@ namespace NSTN_util {
 
 namespace {
 
-constexpr std::size_t NUMBER_MOST = 11;  // characters of an int
-constexpr std::size_t FAST_DIGITS = 9;   // so many always fit an int
-constexpr int SHORT_SPAN = 32;           // steps of a span that is filled number by number
+constexpr std::size_t FAST_DIGITS = 9;  // so many always fit an int
+constexpr int SHORT_SPAN = 32;          // steps of a span that is filled number by number
 
 // Gathers text in a buffer of its own and appends it to a string by large pieces.
 class Gatherer {
@@ -23,21 +22,8 @@ public:
     explicit Gatherer(std::string& strOut) : m_strOut(strOut) {}
 
     void Number(int nValue) {
-        MakeRoom(NUMBER_MOST);
-        auto nSize = static_cast<unsigned>(nValue);
-        if (nValue < 0) {
-            *m_p++ = '-';
-            nSize = 0 - nSize;
-        }
-        if (nSize < 10) {
-            *m_p++ = static_cast<char>('0' + nSize);
-        } else {
-            char szText[NUMBER_MOST];
-            char* const pEnd = szText + sizeof szText;
-            const char* const pStart = WriteDigitsBefore(pEnd, nSize);
-            std::memcpy(m_p, pStart, static_cast<std::size_t>(pEnd - pStart));
-            m_p += pEnd - pStart;
-        }
+        MakeRoom(INTEGER_ROOM);
+        m_p = WriteInteger(m_p, nValue);
     }
 
     void Text(const char* szText) {

@@ -1,21 +1,28 @@
 #pragma once
 
+#include <array>
 #include <climits>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <string_view>
 
 namespace NSTN_util {
 
+constexpr std::array<unsigned char, 256> DIGIT_VALUES = [] {
+    std::array<unsigned char, 256> arrValue{};
+    for (unsigned char& nValue : arrValue)
+        nValue = 36;
+    for (unsigned char i = 0; i < 10; ++i)
+        arrValue['0' + i] = i;
+    for (unsigned char i = 0; i < 26; ++i)
+        arrValue['a' + i] = arrValue['A' + i] = static_cast<unsigned char>(10 + i);
+    return arrValue;
+}();
+
 // The value of a digit or letter in the bases up to 36; 36 for any other character.
 constexpr unsigned DigitValue(char c) {
-    if (c >= '0' && c <= '9')
-        return static_cast<unsigned>(c - '0');
-    if (c >= 'a' && c <= 'z')
-        return static_cast<unsigned>(c - 'a') + 10;
-    if (c >= 'A' && c <= 'Z')
-        return static_cast<unsigned>(c - 'A') + 10;
-    return 36;
+    return DIGIT_VALUES[static_cast<unsigned char>(c)];
 }
 
 // Blank characters as the C library's isspace knows them.
@@ -48,6 +55,21 @@ inline DigitRun ReadDigits(std::string_view strText, unsigned nBase) {
         run.nValue = run.bTooLarge ? ULONG_MAX : nNext;
     }
     return run;
+}
+
+// Up to nine digits of a text that a zero byte ends; returns where they end, szText itself when
+// there is none or there are more.
+inline const char* ReadShortDigits(const char* szText, std::uint32_t& nValue) {
+    constexpr int MOST = 9;  // so many always fit
+    const char* p = szText;
+    std::uint32_t nRead = 0;
+    for (unsigned nDigit; (nDigit = static_cast<unsigned char>(*p) - unsigned{'0'}) < 10; ++p) {
+        if (p - szText == MOST)
+            return szText;
+        nRead = nRead * 10 + nDigit;
+    }
+    nValue = nRead;
+    return p;
 }
 
 // What strtol makes of a text, without the need for a zero byte behind it: blanks, a sign, in base

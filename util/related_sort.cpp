@@ -12,7 +12,8 @@ namespace NSTN_util {
 
 namespace {
 
-constexpr std::size_t FEW = 64;  // sorted by insertion
+constexpr std::size_t VERY_FEW = 16;  // sorted by insertion where they stand
+constexpr std::size_t FEW = 64;       // sorted by insertion, packed
 constexpr unsigned RADIX_BITS = 8;
 constexpr std::size_t RADIX = 1U << RADIX_BITS;
 constexpr unsigned KEY_SHIFT = 32;
@@ -31,6 +32,27 @@ int KeyOf(Packed nPacked) {
 
 std::size_t PositionOf(Packed nPacked) {
     return static_cast<std::uint32_t>(nPacked);
+}
+
+// By insertion where they stand, everything a step at a time.
+template <std::size_t FOLLOWERS>
+void SortInPlace(int* const pKey, const std::array<int*, FOLLOWERS>& arrFollower,
+                 std::size_t nCount) {
+    for (std::size_t i = 1; i < nCount; ++i) {
+        const int nKey = pKey[i];
+        std::array<int, FOLLOWERS> arrMoved;
+        for (std::size_t n = 0; n < FOLLOWERS; ++n)
+            arrMoved[n] = arrFollower[n][i];
+        std::size_t nTo = i;
+        for (; nTo > 0 && pKey[nTo - 1] > nKey; --nTo) {
+            pKey[nTo] = pKey[nTo - 1];
+            for (int* const pFollower : arrFollower)
+                pFollower[nTo] = pFollower[nTo - 1];
+        }
+        pKey[nTo] = nKey;
+        for (std::size_t n = 0; n < FOLLOWERS; ++n)
+            arrFollower[n][nTo] = arrMoved[n];
+    }
 }
 
 void SortByInsertion(Packed* pFirst, std::size_t nCount) {
@@ -96,6 +118,12 @@ void PackAll(const std::vector<int>& vecKey, Packed* p) {
 
 void SortTogether(std::vector<int>& vecKey, std::initializer_list<std::vector<int>*> listFollower) {
     const std::size_t nCount = vecKey.size();
+    if (nCount <= VERY_FEW) {
+        int* const pFirst = (*listFollower.begin())->data();
+        if (listFollower.size() == 1)
+            return SortInPlace<1>(vecKey.data(), {pFirst}, nCount);
+        return SortInPlace<2>(vecKey.data(), {pFirst, listFollower.begin()[1]->data()}, nCount);
+    }
     if (std::is_sorted(vecKey.begin(), vecKey.end()) ||
         nCount > std::numeric_limits<std::uint32_t>::max())
         return;

@@ -3,13 +3,15 @@
 #include "tovelkarin/telangresmgr.h"
 #include "trace/number_text.h"
 #include "util/number_list.h"
+#include "util/plain_ip.h"
 #include "util/read_number.h"
 #include "util/related_sort.h"
 #include "util/resource_text.h"
 
 #include "zemb/settings.h"
 
-#include <cctype>
+#include <ctype.h>
+
 #include <climits>
 #include <cstdint>
 #include <iostream>
@@ -22,7 +24,6 @@ namespace {
 constexpr unsigned HALF_BITS = 16;
 constexpr unsigned long HALF_MASK = 0xFFFF;
 constexpr int LANG_TYPE_WITH_BLANK = 1;
-constexpr std::string_view BLANKS = " \t\n\r";
 
 // What a stream read leaves behind.
 struct StreamRead {
@@ -55,34 +56,41 @@ StreamRead ReadFromStream(std::string_view strText, unsigned nBase, unsigned lon
     return read;
 }
 
-// The digits that end before pEnd, with a blank before them if the language of the process has one.
-std::string WithBlank(char* pStart, const char* pEnd, bool bPlain) {
-    if (!bPlain) {
-        static const int nLangType = ZembGetLangType();
-        // Deliberate: one blank stands before the number in languages of this type.
-        if (nLangType == LANG_TYPE_WITH_BLANK)
-            *--pStart = ' ';
-    }
-    return std::string(pStart, static_cast<std::size_t>(pEnd - pStart));
+// An identifier as TENEID2Str writes it: digits, "-", digits, and nothing else.
+bool ReadPlainNeId(const char* szText, unsigned long& id) {
+    if (szText == nullptr)
+        return false;
+    std::uint32_t nLeft = 0;
+    std::uint32_t nRight = 0;
+    const char* const pDash = ReadShortDigits(szText, nLeft);
+    if (pDash == szText || *pDash != '-')
+        return false;
+    const char* const pEnd = ReadShortDigits(pDash + 1, nRight);
+    if (pEnd == pDash + 1 || *pEnd != '\0')
+        return false;
+    id = (nLeft << HALF_BITS) | (nRight & HALF_MASK);
+    return true;
 }
 
-// A sign and a blank fit before the digits: no text is ever cut.
+// Whether a blank stands before numbers in the language of the process.
+bool HasBlank(bool bPlain) {
+    if (bPlain)
+        return false;
+    static const int nLangType = ZembGetLangType();
+    // Deliberate: texts of this type put the blank between a word and a number.
+    return nLangType == LANG_TYPE_WITH_BLANK;
+}
+
+// Every number fits, with its blank: no text is ever cut.
 template <class Integer>
 std::string ConvertedText(Integer nValue, bool bPlain) {
-    char szText[INTEGER_TEXT_MAX];
+    char szText[INTEGER_ROOM];
     char* const pEnd = szText + sizeof szText;
-    return WithBlank(WriteIntegerBefore(pEnd, nValue), pEnd, bPlain);
+    char* p = WriteIntegerBefore(pEnd, nValue);
+    if (HasBlank(bPlain))
+        *--p = ' ';
+    return TextOf(p, pEnd);
 }
-
-char* WriteHexBefore(char* pEnd, unsigned long nRest, const char* szDigits) {
-    do
-        *--pEnd = szDigits[nRest % 16];
-    while ((nRest /= 16) != 0);
-    return pEnd;
-}
-
-constexpr const char* LOWER_DIGITS = "0123456789abcdef";
-constexpr const char* UPPER_DIGITS = "0123456789ABCDEF";
 
 bool AllDigits(std::string_view strText) {
     for (const char c : strText)
@@ -101,18 +109,33 @@ std::size_t WordAt(std::string_view strLine, std::size_t nStart, std::string_vie
     return nEnd == std::string_view::npos ? nEnd : nEnd + 1;
 }
 
+bool IsTrimmed(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
 std::string_view TrimLeft(std::string_view strText) {
-    const std::size_t nFirst = strText.find_first_not_of(BLANKS);
-    return nFirst == std::string_view::npos ? std::string_view() : strText.substr(nFirst);
+    while (!strText.empty() && IsTrimmed(strText.front()))
+        strText.remove_prefix(1);
+    return strText;
 }
 
 std::string_view TrimRight(std::string_view strText) {
-    return strText.substr(0, strText.find_last_not_of(BLANKS) + 1);
+    while (!strText.empty() && IsTrimmed(strText.back()))
+        strText.remove_suffix(1);
+    return strText;
+}
+
+// The table that toupper or tolower of the present locale looks into, asked for once a text.
+void ThroughTable(std::string& strText, const std::int32_t* pTable) {
+    for (char& c : strText)
+        c = static_cast<char>(pTable[static_cast<unsigned char>(c)]);
 }
 
 }  // namespace
 
 bool TEStr2NEID(const char* szText, unsigned long& id) {
+    if (ReadPlainNeId(szText, id))
+        return true;
     const std::string_view strText = ViewOf(szText);
     if (strText.empty())
         return false;
@@ -133,12 +156,11 @@ bool TEStr2NEID(const char* szText, unsigned long& id) {
 }
 
 std::string TENEID2Str(unsigned long id) {
-    char szText[2 * INTEGER_TEXT_MAX];
+    char szText[2 * INTEGER_ROOM];
     char* const pEnd = szText + sizeof szText;
-    char* p = WriteDigitsBefore(pEnd, static_cast<unsigned>(id & HALF_MASK));
+    char* p = WriteDigitsBefore(pEnd, static_cast<std::uint32_t>(id & HALF_MASK));
     *--p = '-';
-    p = WriteIntegerBefore(p, static_cast<int>(id >> HALF_BITS));
-    return std::string(p, static_cast<std::size_t>(pEnd - p));
+    return TextOf(WriteIntegerBefore(p, static_cast<int>(id >> HALF_BITS)), pEnd);
 }
 
 bool TEVecStr2NEID(std::vector<CStdString>& vecText, std::vector<unsigned long>& vecId) {
@@ -164,20 +186,18 @@ std::string ConvertLONGToStr(long nValue, bool bPlain) {
 }
 
 std::string ConvertHEXToStr(unsigned long nValue, bool bPlain) {
-    char szText[INTEGER_TEXT_MAX];
-    char* const pEnd = szText + sizeof szText;
-    return WithBlank(WriteHexBefore(pEnd, nValue, LOWER_DIGITS), pEnd, bPlain);
+    char szText[INTEGER_ROOM];
+    char* p = szText;
+    if (HasBlank(bPlain))
+        *p++ = ' ';
+    return TextOf(szText, WriteHex(p, nValue, 'a'));
 }
 
 std::string IntToStr(long nValue, bool bHex) {
     if (!bHex)
         return IntegerText(static_cast<int>(nValue));
-    char szText[INTEGER_TEXT_MAX];
-    char* const pEnd = szText + sizeof szText;
-    char* p = WriteHexBefore(pEnd, static_cast<unsigned long>(nValue), UPPER_DIGITS);
-    *--p = 'x';
-    *--p = '0';
-    return std::string(p, static_cast<std::size_t>(pEnd - p));
+    char szText[INTEGER_ROOM] = "0x";
+    return TextOf(szText, WriteHex(szText + 2, static_cast<unsigned long>(nValue), 'A'));
 }
 
 std::string Num2Str(int nValue) {
@@ -206,6 +226,10 @@ bool TEStr2Ip(const char* szText, unsigned long& ip) {
     constexpr std::size_t OCTETS = 4;
     ip = 0;
     std::string_view strRest = ViewOf(szText);
+    if (std::uint32_t nPlain = 0; ReadPlainIp(strRest, nPlain)) {
+        ip = nPlain;
+        return true;
+    }
     std::size_t nTaken = 0;
     while (!strRest.empty()) {
         const std::size_t nDot = strRest.find('.');
@@ -344,14 +368,12 @@ std::string Trim(const std::string& strText) {
 }
 
 std::string StrToUpper(std::string strText) {
-    for (char& c : strText)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    ThroughTable(strText, *__ctype_toupper_loc());
     return strText;
 }
 
 std::string StrToLower(std::string strText) {
-    for (char& c : strText)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    ThroughTable(strText, *__ctype_tolower_loc());
     return strText;
 }
 
@@ -371,10 +393,8 @@ bool LookUpText(TELangResMgr* pRes, const TNAssertPoint& pointWithout, const cha
     }
     std::string strKey(ViewOf(szKey));
     if (nIndex >= 0) {
-        char szIndex[INTEGER_TEXT_MAX];
-        char* const pEnd = szIndex + sizeof szIndex;
-        char* const pStart = WriteHexBefore(pEnd, static_cast<unsigned long>(nIndex), UPPER_DIGITS);
-        strKey.append(pStart, static_cast<std::size_t>(pEnd - pStart));
+        char szIndex[INTEGER_ROOM];
+        strKey += TextOf(szIndex, WriteHex(szIndex, static_cast<unsigned long>(nIndex), 'A'));
     }
     strText = pRes->GetResourceStr(strKey);
     return true;

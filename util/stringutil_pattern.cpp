@@ -6,6 +6,7 @@
 #include "zemb/text.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
@@ -15,73 +16,58 @@ namespace {
 
 constexpr std::size_t NPOS = std::string_view::npos;
 
-// A piece of a pattern between two stars: "?" is any character.
-class Piece {
-public:
-    explicit Piece(std::string_view strPiece) : m_strPiece(strPiece) {
-        m_nLead = std::min(strPiece.find_first_not_of('?'), strPiece.size());
-        const std::size_t nEnd = std::min(strPiece.find('?', m_nLead), strPiece.size());
-        m_strLiteral = strPiece.substr(m_nLead, nEnd - m_nLead);
-        m_strTail = strPiece.substr(nEnd);
-    }
+// Whether a name begins with a piece of a pattern that is not longer; "?" is any character.
+bool Fits(std::string_view strName, std::string_view strPiece) {
+    for (std::size_t i = 0; i < strPiece.size(); ++i)
+        if (strPiece[i] != '?' && strPiece[i] != strName[i])
+            return false;
+    return true;
+}
 
-    std::size_t Size() const { return m_strPiece.size(); }
-
-    static bool Fits(std::string_view strName, std::string_view strPiece) {
-        for (std::size_t i = 0; i < strPiece.size(); ++i)
-            if (strPiece[i] != '?' && strPiece[i] != strName[i])
-                return false;
-        return true;
-    }
-
-    bool FitsAt(std::string_view strName, std::size_t nAt) const {
-        return Fits(strName.substr(nAt, Size()), m_strPiece);
-    }
-
-    // The first place at or after nFrom where the piece fits; NPOS without one.
-    std::size_t Find(std::string_view strName, std::size_t nFrom) const {
-        if (strName.size() - nFrom < Size())
+// The first place at or after nFrom where a piece between two stars fits; NPOS without one.
+std::size_t FindPiece(std::string_view strName, std::string_view strPiece, std::size_t nFrom) {
+    const std::size_t nMark = strPiece.find('?');
+    if (nMark == NPOS)
+        return FindText(strName, strPiece, nFrom);
+    if (strName.size() - nFrom < strPiece.size())
+        return NPOS;
+    // The longest part without "?" at the beginning is looked for, the rest compared there.
+    const std::size_t nLead = std::min(strPiece.find_first_not_of('?'), strPiece.size());
+    const std::size_t nEnd = std::min(strPiece.find('?', nLead), strPiece.size());
+    const std::string_view strLiteral = strPiece.substr(nLead, nEnd - nLead);
+    const std::string_view strTail = strPiece.substr(nEnd);
+    const std::string_view strWithin = strName.substr(0, strName.size() - strTail.size());
+    for (std::size_t nAt = nFrom + nLead;; ++nAt) {
+        nAt = FindText(strWithin, strLiteral, nAt);
+        if (nAt == NPOS)
             return NPOS;
-        // The characters before the literal and behind it must be there.
-        const std::string_view strWithin = strName.substr(0, strName.size() - m_strTail.size());
-        for (std::size_t nAt = nFrom + m_nLead;; ++nAt) {
-            nAt = FindText(strWithin, m_strLiteral, nAt);
-            if (nAt == NPOS)
-                return NPOS;
-            if (Fits(strName.substr(nAt + m_strLiteral.size(), m_strTail.size()), m_strTail))
-                return nAt - m_nLead;
-        }
+        if (Fits(strName.substr(nAt + strLiteral.size()), strTail))
+            return nAt - nLead;
     }
-
-private:
-    std::string_view m_strPiece;
-    std::size_t m_nLead;  // "?" at the beginning
-    std::string_view m_strLiteral;
-    std::string_view m_strTail;  // from the next "?" on
-};
+}
 
 // Both ends first, then each piece between stars at its first place: an earlier place never leaves
 // less of the name for the pieces behind it.
 bool IsFitting(std::string_view strName, std::string_view strPattern) {
     const std::size_t nStar = strPattern.find('*');
     if (nStar == NPOS)
-        return strName.size() == strPattern.size() && Piece::Fits(strName, strPattern);
+        return strName.size() == strPattern.size() && Fits(strName, strPattern);
     const std::size_t nLastStar = strPattern.rfind('*');
     const std::string_view strHead = strPattern.substr(0, nStar);
     const std::string_view strEnd = strPattern.substr(nLastStar + 1);
-    if (strName.size() < strHead.size() + strEnd.size() || !Piece::Fits(strName, strHead) ||
-        !Piece::Fits(strName.substr(strName.size() - strEnd.size()), strEnd))
+    if (strName.size() < strHead.size() + strEnd.size() || !Fits(strName, strHead) ||
+        !Fits(strName.substr(strName.size() - strEnd.size()), strEnd))
         return false;
     strName.remove_suffix(strEnd.size());
     std::size_t nAt = strHead.size();
     for (std::size_t nStart = nStar + 1; nStart <= nLastStar;) {
         const std::size_t nEnd = strPattern.find('*', nStart);
-        const Piece piece(strPattern.substr(nStart, nEnd - nStart));
+        const std::string_view strPiece = strPattern.substr(nStart, nEnd - nStart);
         nStart = nEnd + 1;
-        nAt = piece.Find(strName, nAt);
+        nAt = FindPiece(strName, strPiece, nAt);
         if (nAt == NPOS)
             return false;
-        nAt += piece.Size();
+        nAt += strPiece.size();
     }
     return true;
 }
@@ -109,42 +95,85 @@ private:
     bool m_bKnown = false;
 };
 
-// Writes a text with every cFrom as strTo to where room for it was made.
-void WriteReplaced(const std::string& strText, char cFrom, std::string_view strTo, char* p) {
+// The bytes of nWord that are equal to those of nSame: 0x80 in each of them up to the first one,
+// and perhaps behind it.
+std::uint64_t EqualBytes(std::uint64_t nWord, std::uint64_t nSame) {
+    const std::uint64_t nDifferent = nWord ^ nSame;
+    return (nDifferent - 0x0101010101010101UL) & ~nDifferent & 0x8080808080808080UL;
+}
+
+// Writes strText with every cFrom as strTo to p, where there is room for it and eight bytes more.
+// For hits that are far between: eight bytes a step.
+void WriteReplacedSparsely(std::string_view strText, char cFrom, std::string_view strTo, char* p) {
+    const std::uint64_t nSame = 0x0101010101010101UL * static_cast<unsigned char>(cFrom);
     const char* pFrom = strText.data();
     const char* const pEnd = pFrom + strText.size();
-    if (strTo.size() == 2) {
-        // Without a branch: both bytes are written, the second one stays only behind a hit.
-        for (; pFrom != pEnd; ++pFrom) {
-            const bool bHit = *pFrom == cFrom;
-            p[0] = bHit ? strTo[0] : *pFrom;
-            p[1] = strTo[1];
-            p += bHit ? 2 : 1;
-        }
-        return;
+    while (pEnd - pFrom >= 8) {
+        std::uint64_t nWord = 0;
+        std::memcpy(&nWord, pFrom, sizeof nWord);
+        std::memcpy(p, &nWord, sizeof nWord);
+        if constexpr (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__)
+            nWord = __builtin_bswap64(nWord);
+        const std::uint64_t nEqual = EqualBytes(nWord, nSame);
+        const int nBefore = nEqual == 0 ? 8 : __builtin_ctzll(nEqual) / 8;
+        pFrom += nBefore;
+        p += nBefore;
+        if (nEqual == 0)
+            continue;
+        std::memcpy(p, strTo.data(), strTo.size());
+        p += strTo.size();
+        ++pFrom;
     }
-    for (; pFrom != pEnd; ++pFrom) {
-        if (*pFrom == cFrom) {
-            std::memcpy(p, strTo.data(), strTo.size());
-            p += strTo.size();
-        } else {
+    for (; pFrom != pEnd; ++pFrom)
+        if (*pFrom == cFrom)
+            p += strTo.copy(p, strTo.size());
+        else
             *p++ = *pFrom;
-        }
+}
+
+// The same for many hits and two characters for one: without a branch, both are always written.
+void WriteDoubledDensely(std::string_view strText, char cFrom, std::string_view strTo, char* p) {
+    const int nTurned = cFrom ^ strTo[0];
+    for (const char c : strText) {
+        const int nHit = c == cFrom ? 1 : 0;
+        p[0] = static_cast<char>(c ^ (nTurned & -nHit));
+        p[1] = strTo[1];
+        p += 1 + nHit;
     }
 }
 
+// Counts by blocks whose sum fits a byte: sixteen characters a step.
+std::size_t CountOf(std::string_view strText, char cCounted) {
+    constexpr std::size_t BLOCK = 240;
+    std::size_t nAll = 0;
+    while (!strText.empty()) {
+        const std::string_view strBlock = strText.substr(0, BLOCK);
+        std::uint8_t nBlock = 0;
+        for (const char c : strBlock)
+            nBlock = static_cast<std::uint8_t>(nBlock + (c == cCounted ? 1 : 0));
+        nAll += nBlock;
+        strText.remove_prefix(strBlock.size());
+    }
+    return nAll;
+}
+
 void ReplaceCharacter(std::string& strText, char cFrom, std::string_view strTo) {
+    constexpr std::size_t DENSE = 12;  // from one hit in so many characters on
+    constexpr std::size_t ROOM = 8;    // that the writers may use behind the text
     if (strTo.size() == 1) {
         std::replace(strText.begin(), strText.end(), cFrom, strTo.front());
         return;
     }
-    const auto nHits = static_cast<std::size_t>(std::count(strText.begin(), strText.end(), cFrom));
+    const std::size_t nHits = CountOf(strText, cFrom);
     if (nHits == 0)
         return;
     const std::size_t nSize = strText.size() - nHits + nHits * strTo.size();
-    std::string strOut(nSize + 1, '\0');  // one more: the byte behind the last is written too
-    WriteReplaced(strText, cFrom, strTo, strOut.data());
-    strOut.pop_back();
+    std::string strOut(nSize + ROOM, '\0');
+    if (strTo.size() == 2 && nHits > strText.size() / DENSE)
+        WriteDoubledDensely(strText, cFrom, strTo, strOut.data());
+    else
+        WriteReplacedSparsely(strText, cFrom, strTo, strOut.data());
+    strOut.resize(nSize);
     strText.swap(strOut);
 }
 

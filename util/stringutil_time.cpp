@@ -50,7 +50,8 @@ private:
 };
 
 void WriteTwoDigits(char* p, int nValue) {
-    std::memcpy(p, &DIGIT_PAIRS[2 * static_cast<std::size_t>(nValue)], 2);
+    p[0] = static_cast<char>('0' + nValue / 10);
+    p[1] = static_cast<char>('0' + nValue % 10);
 }
 
 }  // namespace
@@ -73,19 +74,18 @@ std::tm GetCurTmTime() {
 }
 
 std::string GetCurrTimeStr() {
-    // Deliberate: there is a "/" behind the day too.
-    char szText[] = "9223372036854775807/mm/dd/ HH:MM:SS";
-    constexpr std::size_t REST = sizeof "/mm/dd/ HH:MM:SS" - 1;
     const ZembTime local = ZembTZone::toZembTime(ZEMB_OS::time());
-    char* const pEnd = szText + sizeof szText - 1;
-    char* const p = pEnd - REST;
+    char szText[2 * INTEGER_ROOM];
+    char* const p = WriteInteger(szText, local.nYear);
+    // Deliberate: there is a "/" behind the day too.
+    constexpr char REST[] = "/mm/dd/ HH:MM:SS";
+    std::memcpy(p, REST, sizeof REST);
     WriteTwoDigits(p + 1, local.nMonth);
     WriteTwoDigits(p + 4, local.nDay);
     WriteTwoDigits(p + 8, local.nHour);
     WriteTwoDigits(p + 11, local.nMinute);
     WriteTwoDigits(p + 14, local.nSecond);
-    const char* const pStart = WriteIntegerBefore(p, local.nYear);
-    return std::string(pStart, static_cast<std::size_t>(pEnd - pStart));
+    return TextOf(szText, p + sizeof REST - 1);
 }
 
 long Local2UTC(std::tm parts) {

@@ -41,7 +41,6 @@ public:
     int LoadLangFileImpl(const char* szPath);
 
     // The text of exactly this key; "" when there is none or LoadLangFile has not succeeded yet.
-    // Cost: logarithmic in the number of texts.
     std::string GetResourceStr(const std::string& strKey);
 
 protected:
@@ -50,11 +49,12 @@ protected:
     static std::atomic<TELangResMgr*> m_pInstance;
 
 private:
-    struct Lock;
+    struct Hidden;
 
     bool m_bLoaded;
     std::map<std::string, std::string> m_mapResource;
-    std::unique_ptr<Lock> m_pLock;  // no operation takes it
+    std::unique_ptr<Hidden>
+        m_pHidden;  // the mutex, which no operation takes, and an index of the table
 };
 
 // The working folder of the network-management layer: the platform's server path followed directly

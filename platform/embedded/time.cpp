@@ -14,14 +14,18 @@ long FloorDiv(long nValue, long nBy) {
     return nValue / nBy - (nValue % nBy < 0 ? 1 : 0);
 }
 
+constexpr int DAYS_BEFORE[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
+
+bool IsLeap(long nYear) {
+    return nYear % 4 == 0 && (nYear % 100 != 0 || nYear % 400 == 0);
+}
+
 // Days from 1970-01-01 to the first of a month of the Gregorian calendar; nMonth is 0 to 11.
 long DaysTo(long nYear, int nMonth) {
-    static constexpr int DAYS_BEFORE[] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
-    const bool bLeap = nYear % 4 == 0 && (nYear % 100 != 0 || nYear % 400 == 0);
     const long nBefore = nYear - 1;
     return 365 * (nYear - 1970) + (FloorDiv(nBefore, 4) - 1969 / 4) -
            (FloorDiv(nBefore, 100) - 1969 / 100) + (FloorDiv(nBefore, 400) - 1969 / 400) +
-           DAYS_BEFORE[nMonth] + (bLeap && nMonth > 1 ? 1 : 0);
+           DAYS_BEFORE[nMonth] + (IsLeap(nYear) && nMonth > 1 ? 1 : 0);
 }
 
 int CutToInt(long nValue) {
@@ -29,11 +33,33 @@ int CutToInt(long nValue) {
         std::clamp<long>(nValue, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
-ZembTime Of(const std::tm& parts) {
-    return {
-        parts.tm_year + 1900L, parts.tm_mon + 1,   parts.tm_mday,
-        parts.tm_hour,         parts.tm_min,       parts.tm_sec,
-        parts.tm_gmtoff,       parts.tm_isdst > 0, parts.tm_zone == nullptr ? "" : parts.tm_zone};
+// The calendar in years that begin with March: the day that comes and goes is then the last one.
+ZembTime BrokenDown(long nSeconds, const zemb::ZonePeriod& period) {
+    constexpr long DAYS_TO_1970 = 719468;  // from the March of the year 0
+    constexpr long DAYS_PER_400_YEARS = 146097;
+    long nLocal = 0;
+    if (__builtin_add_overflow(nSeconds, period.nOffset, &nLocal))
+        nLocal = nSeconds;
+    const long nDay = FloorDiv(nLocal, SECONDS_PER_DAY);
+    const auto nOfDay = static_cast<int>(nLocal - nDay * SECONDS_PER_DAY);
+    const long nCycle = FloorDiv(nDay + DAYS_TO_1970, DAYS_PER_400_YEARS);
+    const auto nOfCycle = static_cast<unsigned>(nDay + DAYS_TO_1970 - nCycle * DAYS_PER_400_YEARS);
+    const unsigned nYear =
+        (nOfCycle - nOfCycle / 1460 + nOfCycle / 36524 - nOfCycle / 146096) / 365;
+    const unsigned nOfYear = nOfCycle - (365 * nYear + nYear / 4 - nYear / 100);
+    const unsigned nMonth = (5 * nOfYear + 2) / 153;  // 0 is March
+    ZembTime time{};
+    time.nYear = nCycle * 400 + nYear + (nMonth > 9 ? 1 : 0);
+    time.nMonth = static_cast<int>(nMonth > 9 ? nMonth - 9 : nMonth + 3);
+    time.nDay = static_cast<int>(nOfYear - (153 * nMonth + 2) / 5 + 1);
+    time.nHour = nOfDay / 3600;
+    time.nMinute = nOfDay / 60 % 60;
+    time.nSecond = nOfDay % 60;
+    time.nWeekday = static_cast<int>((nDay % 7 + 11) % 7);  // 1970 began on a Thursday
+    time.nOffset = period.nOffset;
+    time.bDst = period.bDst;
+    time.szZone = period.szName;
+    return time;
 }
 
 // The UTC second of a local time that its zone knows.
@@ -60,20 +86,7 @@ std::time_t ZEMB_OS::time() {
 }
 
 ZembTime ZembTZone::toZembTime(long nSeconds) {
-    const zemb::Zone& zone = zemb::CurrentZone();
-    if (std::tm parts{}; !zone.zone && localtime_r(&nSeconds, &parts) != nullptr)
-        return Of(parts);
-    // What the C library does not hold is told in UTC.
-    const auto info = zone.zone.value_or(absl::UTCTimeZone()).At(absl::FromUnixSeconds(nSeconds));
-    return {static_cast<long>(info.cs.year()),
-            info.cs.month(),
-            info.cs.day(),
-            info.cs.hour(),
-            info.cs.minute(),
-            info.cs.second(),
-            info.offset,
-            info.is_dst,
-            info.zone_abbr};
+    return BrokenDown(nSeconds, zemb::CurrentZone().PeriodAt(nSeconds));
 }
 
 void ZembTZone::ZembTimeTotm(const ZembTime& time, std::tm& parts) {
@@ -84,11 +97,9 @@ void ZembTZone::ZembTimeTotm(const ZembTime& time, std::tm& parts) {
     parts.tm_hour = time.nHour;
     parts.tm_min = time.nMinute;
     parts.tm_sec = time.nSecond;
-    // The calendar repeats every 400 years, which are whole weeks.
-    const long nYear = time.nYear % 400 + 2400;
-    const long nDay = DaysTo(nYear, parts.tm_mon) + parts.tm_mday - 1;
-    parts.tm_wday = static_cast<int>((nDay + 4) % 7);
-    parts.tm_yday = static_cast<int>(nDay - DaysTo(nYear, 0));
+    parts.tm_wday = time.nWeekday;
+    parts.tm_yday =
+        DAYS_BEFORE[parts.tm_mon] + time.nDay - 1 + (IsLeap(time.nYear) && time.nMonth > 2 ? 1 : 0);
     parts.tm_isdst = time.bDst ? 1 : 0;
     parts.tm_gmtoff = time.nOffset;
     parts.tm_zone = time.szZone;
@@ -98,18 +109,18 @@ namespace NSTE_util {
 
 void TELOCAL2UTC(const std::tm& local, std::tm& utc) {
     const zemb::Zone& zone = zemb::CurrentZone();
+    long nLocal = 0;
     long nSeconds = 0;
-    if (zone.zone) {
-        nSeconds = SecondsOf(local, *zone.zone);
+    TEUTC2UTC(local, nLocal);
+    if (zone.FindUnique(nLocal, nSeconds)) {
+        // The road of all days but those around a change.
+    } else if (zone.Library()) {
+        nSeconds = SecondsOf(local, *zone.Library());
     } else {
         std::tm copy = local;
         nSeconds = mktime(&copy);
     }
-    const absl::CivilSecond civil =
-        absl::ToCivilSecond(absl::FromUnixSeconds(nSeconds), absl::UTCTimeZone());
-    ZembTZone::ZembTimeTotm({static_cast<long>(civil.year()), civil.month(), civil.day(),
-                             civil.hour(), civil.minute(), civil.second(), 0, false, "UTC"},
-                            utc);
+    ZembTZone::ZembTimeTotm(BrokenDown(nSeconds, {nSeconds, 0, false, "UTC"}), utc);
 }
 
 void TEUTC2UTC(const std::tm& utc, long& nSeconds) {

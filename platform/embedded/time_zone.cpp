@@ -5,9 +5,10 @@
 #include <time.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <ctime>
 #include <list>
 #include <mutex>
 
@@ -65,14 +66,15 @@ std::optional<absl::TimeZone> Load(const std::string& strName) {
     return zone;
 }
 
-struct ReadZone : Zone {
-    TzEntry tz;
-    bool bSet = false;  // by the host
+struct ReadZone {
+    TzEntry tz;  // as it was when the zone was read
+    bool bSet;   // by the host: tz does not matter
+    Zone zone;
 };
 
 std::atomic<const ReadZone*> g_pZone{nullptr};
 
-// Those that were replaced stay: another thread may be using one.
+// Zones that were replaced stay: another thread may be using one.
 struct ReadZones {
     std::mutex lock;
     std::list<ReadZone> list;
@@ -83,47 +85,107 @@ ReadZones& Zones() {
     return zones;
 }
 
-const Zone& ReadAgain() {
+const Zone& Replace(const TzEntry& tz, bool bSet, std::optional<absl::TimeZone> zone) {
     std::lock_guard<std::mutex> guard(Zones().lock);
-    ReadZone read;
-    std::string strName = read.tz.Value();
+    Zones().list.push_back({tz, bSet, Zone(zone)});
+    g_pZone = &Zones().list.back();
+    return Zones().list.back().zone;
+}
+
+const Zone& ReadFromEnvironment() {
+    const TzEntry tz;
+    std::string strName = tz.Value();
     if (!strName.empty() && strName.front() == ':')
         strName.erase(0, 1);
-    if (!read.tz.IsThere())
-        read.zone = Load(SYSTEM_ZONE_FILE);
-    else
-        read.zone = Load(strName);
-    if (!read.zone && strName.empty())
-        read.zone = absl::UTCTimeZone();
-    if (!read.zone)
+    std::optional<absl::TimeZone> zone = Load(tz.IsThere() ? strName : SYSTEM_ZONE_FILE);
+    if (!zone && strName.empty())
+        zone = absl::UTCTimeZone();
+    if (!zone)
         tzset();
-    Zones().list.push_back(read);
-    g_pZone = &Zones().list.back();
-    return Zones().list.back();
+    return Replace(tz, false, zone);
 }
 
 }  // namespace
 
+Zone::Zone(std::optional<absl::TimeZone> zone) : m_zone(zone) {
+    if (!m_zone)
+        return;
+    static constexpr absl::CivilSecond FIRST(1900);
+    static constexpr absl::CivilSecond END(2200);
+    absl::Time time = absl::FromCivil(FIRST, *m_zone);
+    const absl::Time end = absl::FromCivil(END, *m_zone);
+    absl::TimeZone::CivilTransition transition;
+    do {
+        const auto info = m_zone->At(time);
+        m_vecPeriod.push_back(
+            {absl::ToUnixSeconds(time), info.offset, info.is_dst, info.zone_abbr});
+        if (!m_zone->NextTransition(time, &transition))
+            return;
+        time = m_zone->At(transition.to).trans;
+    } while (time < end);
+    m_vecPeriod.push_back({absl::ToUnixSeconds(end), 0, false, nullptr});
+}
+
+Zone::Zone(const Zone& other) : m_zone(other.m_zone), m_vecPeriod(other.m_vecPeriod) {}
+
+std::size_t Zone::IndexAt(long nSeconds) const {
+    const auto IsIn = [&](std::size_t i) {
+        return m_vecPeriod[i].nFrom <= nSeconds &&
+               (i + 1 == m_vecPeriod.size() || nSeconds < m_vecPeriod[i + 1].nFrom);
+    };
+    std::size_t i = m_nLast.load(std::memory_order_relaxed);
+    if (i < m_vecPeriod.size() && IsIn(i))
+        return i;
+    const auto it =
+        std::upper_bound(m_vecPeriod.begin(), m_vecPeriod.end(), nSeconds,
+                         [](long nOf, const ZonePeriod& period) { return nOf < period.nFrom; });
+    if (it == m_vecPeriod.begin())
+        return m_vecPeriod.size();
+    i = static_cast<std::size_t>(it - m_vecPeriod.begin()) - 1;
+    m_nLast.store(static_cast<std::uint32_t>(i), std::memory_order_relaxed);
+    return i;
+}
+
+ZonePeriod Zone::PeriodAt(long nSeconds) const {
+    if (!m_zone) {
+        std::tm parts{};
+        if (localtime_r(&nSeconds, &parts) != nullptr)
+            return {nSeconds, parts.tm_gmtoff, parts.tm_isdst > 0, parts.tm_zone};
+        return {nSeconds, 0, false, "UTC"};  // the C library does not know such a year
+    }
+    const std::size_t i = IndexAt(nSeconds);
+    if (i < m_vecPeriod.size() && m_vecPeriod[i].szName != nullptr)
+        return m_vecPeriod[i];
+    const auto info = m_zone->At(absl::FromUnixSeconds(nSeconds));
+    return {nSeconds, info.offset, info.is_dst, info.zone_abbr};
+}
+
+bool Zone::FindUnique(long nLocal, long& nSeconds) const {
+    constexpr long FAR = 2 * 86400;  // longer than any offset and any step
+    const std::size_t i = IndexAt(nLocal);
+    if (i + 1 >= m_vecPeriod.size() || m_vecPeriod[i].nFrom + FAR > nLocal ||
+        m_vecPeriod[i + 1].nFrom - FAR < nLocal)
+        return false;
+    nSeconds = nLocal - m_vecPeriod[i].nOffset;
+    return true;
+}
+
 const Zone& CurrentZone() {
     const ReadZone* const pZone = g_pZone.load(std::memory_order_acquire);
     if (pZone != nullptr && (pZone->bSet || pZone->tz.IsSame()))
-        return *pZone;
-    return ReadAgain();
+        return pZone->zone;
+    return ReadFromEnvironment();
 }
 
 bool SetTimeZone(const std::string& strZone) {
     if (strZone.empty()) {
-        ReadAgain();
+        ReadFromEnvironment();
         return true;
     }
-    ReadZone read;
-    read.bSet = true;
-    read.zone = Load(strZone);
-    if (!read.zone)
+    const std::optional<absl::TimeZone> zone = Load(strZone);
+    if (!zone)
         return false;
-    std::lock_guard<std::mutex> guard(Zones().lock);
-    Zones().list.push_back(read);
-    g_pZone = &Zones().list.back();
+    Replace(TzEntry(), true, zone);
     return true;
 }
 

@@ -23,6 +23,7 @@ struct ZembTime {
     int nHour;
     int nMinute;
     int nSecond;
+    int nWeekday;        // 0 is Sunday
     long nOffset;        // seconds east of UTC
     bool bDst;           // daylight saving time
     const char* szZone;  // abbreviation, "CET"; lives to the end of the process
