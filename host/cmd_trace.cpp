@@ -55,33 +55,6 @@ int WriteLine(const Session& session, const TraceArguments& args) {
     return DONE;
 }
 
-// "2026-03-01 08:00:00", UTC, as microseconds since 1970.
-long long ParseMoment(const std::string& strText) {
-    tm parts{};
-    const char* const pEnd = strptime(strText.c_str(), "%Y-%m-%d %H:%M:%S", &parts);
-    if (pEnd == nullptr || *pEnd != '\0')
-        throw CommandError(WRONG_USAGE, "clock: '" + strText +
-                                            "': expected +SECONDS, -SECONDS or "
-                                            "\"YYYY-MM-DD hh:mm:ss\" (UTC)");
-    return static_cast<long long>(timegm(&parts)) * 1000000;
-}
-
-int SetClock(Session& session, const std::string& strText) {
-    if (!strText.empty() && (strText.front() == '+' || strText.front() == '-')) {
-        char* pEnd = nullptr;
-        const long nSeconds = std::strtol(strText.c_str(), &pEnd, 10);
-        if (*pEnd != '\0' || nSeconds > 1000000000L || nSeconds < -1000000000L)
-            throw CommandError(WRONG_USAGE, "clock: '" + strText + "': expected whole seconds");
-        session.clock.Advance(nSeconds);
-    } else if (!strText.empty()) {
-        session.clock.Freeze(ParseMoment(strText));
-    }
-    Json::Value record;
-    record["time"] = zemb::FormatTime(zemb::NowMicroseconds());
-    session.out.Put(record["time"].asString(), record);
-    return DONE;
-}
-
 }  // namespace
 
 Runner DefineTrace(CLI::App& app) {
@@ -107,14 +80,6 @@ Runner DefineTrace(CLI::App& app) {
             return WriteLine(session, *pArgs);
         return DONE;
     };
-}
-
-Runner DefineClock(CLI::App& app) {
-    const auto pText = std::make_shared<std::string>();
-    app.add_option("TIME", *pText,
-                   "+SECONDS or -SECONDS moves it, \"YYYY-MM-DD hh:mm:ss\" (UTC) stops it there");
-    app.allow_extras(false)->prefix_command(false);
-    return [pText](Session& session) { return SetClock(session, *pText); };
 }
 
 Runner DefineSay(CLI::App& app) {

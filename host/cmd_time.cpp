@@ -1,0 +1,137 @@
+#include "command.h"
+#include "texts.h"
+
+#include "tovelkarin/stringutil.h"
+
+#include "zemb/control.h"
+#include "zemb/time.h"
+
+#include <CLI/CLI.hpp>
+
+#include <time.h>
+
+#include <cctype>
+#include <cstdlib>
+#include <memory>
+
+namespace host {
+
+namespace {
+
+struct TimeArguments {
+    std::vector<std::string> vecTime;
+    std::string strZone;
+    bool bUtc = false;
+};
+
+// "2026-03-01 08:00:00" and the like: six numbers with anything but digits between them.
+std::tm ReadFields(const std::string& strText) {
+    static const char* const FIELDS[] = {"year", "month", "day", "hour", "minute", "second"};
+    std::tm parts{};
+    parts.tm_isdst = -1;
+    std::size_t nAt = 0;
+    for (unsigned nIndex = 0; nIndex < 6; ++nIndex) {
+        const std::size_t nEnd =
+            std::min(strText.find_first_not_of("0123456789", nAt), strText.size());
+        std::string strField = strText.substr(nAt, nEnd - nAt);
+        if (strField.empty() || !NSTN_util::TEStrSubStr2DateTime(nIndex, parts, strField))
+            throw CommandError(WRONG_USAGE, "time: '" + strText + "': bad " + FIELDS[nIndex] +
+                                                "; expected seconds since 1970 or "
+                                                "\"YYYY-MM-DD hh:mm:ss\"");
+        nAt = std::min(strText.find_first_of("0123456789", nEnd), strText.size());
+    }
+    return parts;
+}
+
+// Seconds since 1970 of what was typed.
+long ReadTime(const std::string& strText, bool bUtc) {
+    char* pEnd = nullptr;
+    const long nSeconds = std::strtol(strText.c_str(), &pEnd, 10);
+    if (!strText.empty() && *pEnd == '\0')
+        return nSeconds;
+    const std::tm parts = ReadFields(strText);
+    if (bUtc)
+        return NSTN_util::Local2UTC(parts);
+    std::tm utc{};
+    NSTE_util::TELOCAL2UTC(parts, utc);
+    return NSTN_util::Local2UTC(utc);
+}
+
+std::string Written(const std::tm& parts, const char* szFormat) {
+    char szText[96];
+    return std::string(szText, std::strftime(szText, sizeof szText, szFormat, &parts));
+}
+
+void ShowTime(const Session& session, long nSeconds) {
+    std::tm utc{};
+    gmtime_r(&nSeconds, &utc);
+    const std::tm local = NSTN_util::UTC2Local(nSeconds);
+    Json::Value record;
+    record["seconds"] = static_cast<Json::Int64>(nSeconds);
+    record["utc"] = Written(utc, "%Y-%m-%d %H:%M:%SZ");
+    record["local"] = Written(local, "%Y-%m-%d %H:%M:%S");
+    record["zone"] = local.tm_zone;
+    record["offset"] = static_cast<Json::Int64>(local.tm_gmtoff);
+    session.out.Put(NSTN_util::ConvertLONGToStr(nSeconds, true) + "  " + record["utc"].asString() +
+                        "  " + Written(local, "%a %Y-%m-%d %H:%M:%S %Z (%z)"),
+                    record);
+}
+
+int ShowTimes(const Session& session, const TimeArguments& args) {
+    if (!args.strZone.empty() && !zemb::SetTimeZone(args.strZone))
+        throw CommandError(ANSWER_NO, "time: there is no zone '" + args.strZone +
+                                          "'; expected such as Europe/Berlin");
+    if (args.vecTime.empty())
+        ShowTime(session, NSTN_util::GetCurUtcTime());
+    for (const std::string& strTime : args.vecTime)
+        ShowTime(session, ReadTime(strTime, args.bUtc));
+    return DONE;
+}
+
+// "2026-03-01 08:00:00", UTC, as microseconds since 1970.
+long long ParseMoment(const std::string& strText) {
+    tm parts{};
+    const char* const pEnd = strptime(strText.c_str(), "%Y-%m-%d %H:%M:%S", &parts);
+    if (pEnd == nullptr || *pEnd != '\0')
+        throw CommandError(WRONG_USAGE, "clock: '" + strText +
+                                            "': expected +SECONDS, -SECONDS or "
+                                            "\"YYYY-MM-DD hh:mm:ss\" (UTC)");
+    return static_cast<long long>(timegm(&parts)) * 1000000;
+}
+
+int SetClock(Session& session, const std::string& strText) {
+    if (!strText.empty() && (strText.front() == '+' || strText.front() == '-')) {
+        char* pEnd = nullptr;
+        const long nSeconds = std::strtol(strText.c_str(), &pEnd, 10);
+        if (*pEnd != '\0' || nSeconds > 1000000000L || nSeconds < -1000000000L)
+            throw CommandError(WRONG_USAGE, "clock: '" + strText + "': expected whole seconds");
+        session.clock.Advance(nSeconds);
+    } else if (!strText.empty()) {
+        session.clock.Freeze(ParseMoment(strText));
+    }
+    Json::Value record;
+    record["time"] = zemb::FormatTime(zemb::NowMicroseconds());
+    session.out.Put(record["time"].asString(), record);
+    return DONE;
+}
+
+}  // namespace
+
+Runner DefineTime(CLI::App& app) {
+    const auto pArgs = std::make_shared<TimeArguments>();
+    app.add_option("TIME", pArgs->vecTime,
+                   "seconds since 1970, or \"YYYY-MM-DD hh:mm:ss\" in local time; none: now");
+    app.add_option("--zone", pArgs->strZone, "make this the zone of the process: Europe/Berlin");
+    app.add_flag("--utc", pArgs->bUtc, "what is typed is UTC");
+    return [pArgs](Session& session) { return ShowTimes(session, *pArgs); };
+}
+
+Runner DefineClock(CLI::App& app) {
+    const auto pText = std::make_shared<std::string>();
+    app.add_option("TIME", *pText,
+                   "+SECONDS or -SECONDS moves it, \"YYYY-MM-DD hh:mm:ss\" (UTC) stops it there");
+    app.allow_extras(false)->prefix_command(false);
+    return [pText](Session& session) { return SetClock(session, *pText); };
+}
+
+}  // namespace host

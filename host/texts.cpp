@@ -1,0 +1,52 @@
+#include "texts.h"
+
+#include "output.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <iostream>
+
+namespace host {
+
+namespace {
+
+int ConvertOne(const std::string& strText, const std::function<void(const std::string&)>& convert) {
+    try {
+        convert(strText);
+        return DONE;
+    } catch (const CommandError& error) {
+        std::cerr << "tovelkarin: " << error.what() << std::endl;
+        return error.nStatus;
+    }
+}
+
+}  // namespace
+
+void Texts::Define(CLI::App& app, const std::string& strWhat) {
+    app.add_option("TEXT", m_vecText,
+                   strWhat + "; -: each line of standard input; behind --: also what begins with -")
+        ->required();
+}
+
+int Texts::Each(const std::function<void(const std::string&)>& convert) const {
+    int nWorst = DONE;
+    for (const std::string& strText : m_vecText) {
+        if (strText != "-") {
+            nWorst = std::max(nWorst, ConvertOne(strText, convert));
+            continue;
+        }
+        for (std::string strLine; std::getline(std::cin, strLine);) {
+            if (!strLine.empty() && strLine.back() == '\r')
+                strLine.pop_back();
+            nWorst = std::max(nWorst, ConvertOne(strLine, convert));
+        }
+    }
+    return nWorst;
+}
+
+void WarnOfLoss(const std::string& strText, const std::string& strReadAs) {
+    std::cerr << "tovelkarin: warning: '" << strText << "' is read as " << strReadAs << std::endl;
+}
+
+}  // namespace host

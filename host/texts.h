@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace host {
+
+// The texts that a converting command works on: its arguments or, for an argument "-", the lines of
+// standard input.
+class Texts {
+public:
+    // Names the arguments; strWhat says what one is.
+    void Define(CLI::App& app, const std::string& strWhat);
+
+    // Calls convert with one text after the other. A text it throws CommandError for is reported
+    // and the next one taken; the result is the worst status.
+    int Each(const std::function<void(const std::string&)>& convert) const;
+
+private:
+    std::vector<std::string> m_vecText;
+};
+
+// Tells on standard error that not all of a text was taken over: "70000-3 is read as 4464-3".
+void WarnOfLoss(const std::string& strText, const std::string& strReadAs);
+
+}  // namespace host
