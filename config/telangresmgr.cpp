@@ -1,6 +1,7 @@
 #include "tovelkarin/telangresmgr.h"
 
 #include "trace/trace_line.h"
+#include "util/open_file.h"
 #include "util/singleton.h"
 
 #include "zemb/settings.h"
@@ -8,7 +9,6 @@
 #include <ace/OS_NS_stdio.h>
 #include <ace/Thread_Mutex.h>
 
-#include <cstdio>
 #include <string_view>
 #include <unordered_map>
 
@@ -20,10 +20,6 @@ constexpr std::size_t ROOT_PATH_MAX = 245;
 constexpr int LINE_ENTRY = 1;  // results of ZembGetLine
 constexpr int LINE_OTHER = 2;
 constexpr int LINE_ERROR = -1;
-
-struct FileCloser {
-    void operator()(std::FILE* pFile) const { std::fclose(pFile); }
-};
 
 }  // namespace
 
@@ -83,8 +79,7 @@ int TELangResMgr::LoadLangFile(const char* szDir, const char** arrFile) {
 int TELangResMgr::LoadLangFileImpl(const char* szPath) {
     int nResult = -1;
     GuardedCall([&] {
-        const std::unique_ptr<std::FILE, FileCloser> file(
-            std::fopen(szPath == nullptr ? "" : szPath, "r"));
+        const OpenFile file(ZEMB_OS::fopen(szPath, "r", PATH_CODE_SET));
         if (file == nullptr)
             return Report("Read lang res file fail.");
         int nLine = LINE_OTHER;

@@ -19,8 +19,8 @@ constexpr unsigned long IDENTIFIER_END = 1UL << 32;
 // A number without sign, leading zeros and prefix, in lower case.
 std::string Bare(std::string strText) {
     strText = NSTN_util::StrToLower(NSTN_util::Trim(strText));
-    const bool bMinus = !strText.empty() && strText.front() == '-';
-    strText.erase(0, bMinus ? 1 : 0);
+    const bool bSign = !strText.empty() && (strText.front() == '-' || strText.front() == '+');
+    strText.erase(0, bSign ? 1 : 0);
     strText.erase(0, strText.compare(0, 2, "0x") == 0 ? 2 : 0);
     strText.erase(0, std::min(strText.find_first_not_of('0'), strText.size() - 1));
     return strText;
@@ -35,7 +35,7 @@ bool Says(const std::string& strText, unsigned long nSize, bool bMinus) {
     const std::string strWritten = IsHexText(strText) ? NSTN_util::ConvertHEXToStr(nSize, true)
                                                       : NSTN_util::ConvertULONGToStr(nSize, true);
     const bool bSaysMinus = !strText.empty() && strText.front() == '-';
-    return Bare(strText) == strWritten && bSaysMinus == bMinus;
+    return Bare(strText) == strWritten && (bSaysMinus == bMinus || nSize == 0);
 }
 
 void ShowIdentifier(const Session& session, const std::string& strText) {
@@ -87,6 +87,8 @@ std::uint32_t ReadAddress(const std::string& strText) {
         return static_cast<std::uint32_t>(ip);
     }
     const unsigned nValue = NSTN_util::HexDecStr2UInt(strText);
+    if (nValue == 0 && Bare(strText) != "0")
+        throw CommandError(ANSWER_NO, "'" + strText + "' is neither an IPv4 address nor a number");
     if (!Says(strText, nValue, false))
         WarnOfLoss(strText, NSTN_util::UInt2String(nValue));
     return nValue;

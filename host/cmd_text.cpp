@@ -28,16 +28,24 @@ std::string Quoted(const std::string& strText) {
 
 std::string Bytes(const std::string& strText) {
     CStdString strOut;
+    for (const std::string& strWord : NSTE_util::Token(strText, ' ')) {
+        int nByte = 0;
+        if (!strWord.empty() &&
+            (!NSTN_util::StrToInt(strWord, nByte, 16) || nByte < 1 || nByte > 255))
+            WarnOfLoss(strWord,
+                       (nByte & 255) == 0 ? "nothing" : NSTN_util::IntToStr(nByte & 255, true));
+    }
     NSTN_util::Str16ToStrChar(strText, strOut);
     return strOut;
 }
 
 std::string Words(const std::string& strText, const std::string& strSeparators) {
+    const CStdString strLine = strText;
     std::string strOut;
     int nStart = 0;
     do {
         CStdString strWord;
-        nStart = NSTN_util::GetWordFromLine(strText, nStart, strSeparators, strWord);
+        nStart = NSTN_util::GetWordFromLine(strLine, nStart, strSeparators, strWord);
         strOut += (strOut.empty() ? "" : "\n") + strWord;
     } while (nStart != -1);
     return strOut;

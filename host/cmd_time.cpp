@@ -10,7 +10,9 @@
 
 #include <time.h>
 
+#include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdlib>
 #include <memory>
 
@@ -19,7 +21,7 @@ namespace host {
 namespace {
 
 struct TimeArguments {
-    std::vector<std::string> vecTime;
+    Texts texts;
     std::string strZone;
     bool bUtc = false;
 };
@@ -43,33 +45,55 @@ std::tm ReadFields(const std::string& strText) {
     return parts;
 }
 
-// Seconds since 1970 of what was typed.
-long ReadTime(const std::string& strText, bool bUtc) {
-    char* pEnd = nullptr;
-    const long nSeconds = std::strtol(strText.c_str(), &pEnd, 10);
-    if (!strText.empty() && *pEnd == '\0')
-        return nSeconds;
-    const std::tm parts = ReadFields(strText);
-    if (bUtc)
-        return NSTN_util::Local2UTC(parts);
-    std::tm utc{};
-    NSTE_util::TELOCAL2UTC(parts, utc);
-    return NSTN_util::Local2UTC(utc);
-}
+constexpr const char* TIME_FORMAT = "%Y-%m-%d %H:%M:%S";
 
 std::string Written(const std::tm& parts, const char* szFormat) {
     char szText[96];
     return std::string(szText, std::strftime(szText, sizeof szText, szFormat, &parts));
 }
 
+std::string DigitsOf(std::string strText) {
+    const auto IsNoDigit = [](unsigned char c) { return std::isdigit(c) == 0; };
+    strText.erase(std::remove_if(strText.begin(), strText.end(), IsNoDigit), strText.end());
+    return strText;
+}
+
+// Seconds since 1970 of what was typed.
+long ReadTime(const std::string& strText, bool bUtc) {
+    char* pEnd = nullptr;
+    errno = 0;
+    const long nSeconds = std::strtol(strText.c_str(), &pEnd, 10);
+    if (!strText.empty() && *pEnd == '\0') {
+        if (errno == ERANGE)
+            throw CommandError(ANSWER_NO, "time: '" + strText + "': too large");
+        return nSeconds;
+    }
+    const std::tm parts = ReadFields(strText);
+    std::tm utc = parts;
+    if (!bUtc)
+        NSTE_util::TELOCAL2UTC(parts, utc);
+    const long nResult = NSTN_util::Local2UTC(utc);
+    std::tm back{};
+    if (bUtc)
+        gmtime_r(&nResult, &back);
+    else
+        back = NSTN_util::UTC2Local(nResult);
+    const std::string strBack = Written(back, TIME_FORMAT);
+    if (DigitsOf(strText) != DigitsOf(strBack))
+        WarnOfLoss(strText, strBack);
+    return nResult;
+}
+
 void ShowTime(const Session& session, long nSeconds) {
     std::tm utc{};
-    gmtime_r(&nSeconds, &utc);
+    if (gmtime_r(&nSeconds, &utc) == nullptr || utc.tm_year > 1000000 || utc.tm_year < -1000000)
+        throw CommandError(ANSWER_NO, "time: " + NSTN_util::ConvertLONGToStr(nSeconds, true) +
+                                          " seconds are beyond any calendar");
     const std::tm local = NSTN_util::UTC2Local(nSeconds);
     Json::Value record;
     record["seconds"] = static_cast<Json::Int64>(nSeconds);
-    record["utc"] = Written(utc, "%Y-%m-%d %H:%M:%SZ");
-    record["local"] = Written(local, "%Y-%m-%d %H:%M:%S");
+    record["utc"] = Written(utc, TIME_FORMAT) + "Z";
+    record["local"] = Written(local, TIME_FORMAT);
     record["zone"] = local.tm_zone;
     record["offset"] = static_cast<Json::Int64>(local.tm_gmtoff);
     session.out.Put(NSTN_util::ConvertLONGToStr(nSeconds, true) + "  " + record["utc"].asString() +
@@ -81,11 +105,10 @@ int ShowTimes(const Session& session, const TimeArguments& args) {
     if (!args.strZone.empty() && !zemb::SetTimeZone(args.strZone))
         throw CommandError(ANSWER_NO, "time: there is no zone '" + args.strZone +
                                           "'; expected such as Europe/Berlin");
-    if (args.vecTime.empty())
+    if (args.texts.IsEmpty())
         ShowTime(session, NSTN_util::GetCurUtcTime());
-    for (const std::string& strTime : args.vecTime)
-        ShowTime(session, ReadTime(strTime, args.bUtc));
-    return DONE;
+    return args.texts.Each(
+        [&](const std::string& strTime) { ShowTime(session, ReadTime(strTime, args.bUtc)); });
 }
 
 // "2026-03-01 08:00:00", UTC, as microseconds since 1970.
@@ -119,8 +142,8 @@ int SetClock(Session& session, const std::string& strText) {
 
 Runner DefineTime(CLI::App& app) {
     const auto pArgs = std::make_shared<TimeArguments>();
-    app.add_option("TIME", pArgs->vecTime,
-                   "seconds since 1970, or \"YYYY-MM-DD hh:mm:ss\" in local time; none: now");
+    pArgs->texts.Define(
+        app, "seconds since 1970, or \"YYYY-MM-DD hh:mm:ss\" in local time; none: now", false);
     app.add_option("--zone", pArgs->strZone, "make this the zone of the process: Europe/Berlin");
     app.add_flag("--utc", pArgs->bUtc, "what is typed is UTC");
     return [pArgs](Session& session) { return ShowTimes(session, *pArgs); };

@@ -23,10 +23,10 @@ int ConvertOne(const std::string& strText, const std::function<void(const std::s
 
 }  // namespace
 
-void Texts::Define(CLI::App& app, const std::string& strWhat) {
+void Texts::Define(CLI::App& app, const std::string& strWhat, bool bRequired) {
     app.add_option("TEXT", m_vecText,
                    strWhat + "; -: each line of standard input; behind --: also what begins with -")
-        ->required();
+        ->required(bRequired);
 }
 
 int Texts::Each(const std::function<void(const std::string&)>& convert) const {

@@ -16,7 +16,9 @@ namespace host {
 class Texts {
 public:
     // Names the arguments; strWhat says what one is.
-    void Define(CLI::App& app, const std::string& strWhat);
+    void Define(CLI::App& app, const std::string& strWhat, bool bRequired = true);
+
+    bool IsEmpty() const { return m_vecText.empty(); }
 
     // Calls convert with one text after the other. A text it throws CommandError for is reported
     // and the next one taken; the result is the worst status.

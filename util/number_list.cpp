@@ -119,7 +119,7 @@ bool ReadSpans(const char* p, const char* pEnd, std::vector<int>& vec) {
             vec.push_back(nValue);
         } else if (int nLast = 0; pStop != p && *pStop == '-' &&
                                   IsShortSpan(pStop + 1, pEnd, nValue, nLast, pStop) &&
-                                  HasRoom(vec, SHORT_SPAN)) {
+                                  HasRoom(vec, static_cast<std::size_t>(nLast - nValue) + 1)) {
             for (; nValue <= nLast; ++nValue)
                 vec.push_back(nValue);
         } else {

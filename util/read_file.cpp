@@ -1,8 +1,12 @@
 #include "util/read_file.h"
 
-#include <fstream>
+#include "util/open_file.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <iostream>
-#include <vector>
 
 namespace NSTN_util {
 
@@ -33,21 +37,48 @@ private:
 
 }  // namespace
 
-EReadFile ReadFile(const std::string& strFile, std::size_t nMaxLine, std::string& strText) {
+EReadFile ReadFile(const std::string& strFile,
+                   const std::function<bool(const std::string&)>& isEnough, std::string& strText) {
     strText.clear();
-    std::ifstream file(strFile, std::ios::binary);
-    if (!file.is_open())
+    const OpenFile file(ZEMB_OS::fopen(strFile.c_str(), "r", PATH_CODE_SET));
+    if (file == nullptr)
         return EReadFile::NOT_OPENED;
-    std::vector<char> vecBlock(BLOCK);
-    LineWatch watch(nMaxLine);
+    const int nFile = fileno(file.get());
+    struct stat info {};
+    std::size_t nRoom = BLOCK;
+    if (fstat(nFile, &info) == 0 && S_ISREG(info.st_mode) && !isEnough)
+        nRoom = static_cast<std::size_t>(info.st_size) + 1;  // the last read sees the end
+    std::size_t nSize = 0;
+    ssize_t nRead = 0;
     do {
-        file.read(vecBlock.data(), static_cast<std::streamsize>(vecBlock.size()));
-        strText.append(vecBlock.data(), static_cast<std::size_t>(file.gcount()));
-    } while (file && !watch.IsTooLong(strText));
-    if (!file.bad())
+        if (strText.size() - nSize < nRoom)
+            strText.resize(nSize + nRoom);
+        nRead = read(nFile, strText.data() + nSize, strText.size() - nSize);
+        if (nRead > 0)
+            nSize += static_cast<std::size_t>(nRead);
+        nRoom = BLOCK;
+        if (isEnough && nRead > 0) {
+            strText.resize(nSize);
+            if (isEnough(strText))
+                break;
+        }
+    } while (nRead > 0 || (nRead == -1 && errno == EINTR));
+    strText.resize(nSize);
+    if (nRead >= 0)
         return EReadFile::WHOLE;
     // A folder opens, and refuses the first read.
     return strText.empty() ? EReadFile::NOT_OPENED : EReadFile::BROKEN_OFF;
+}
+
+EReadFile ReadFile(const std::string& strFile, std::string& strText) {
+    return ReadFile(strFile, nullptr, strText);
+}
+
+EReadFile ReadFile(const std::string& strFile, std::size_t nMaxLine, std::string& strText) {
+    LineWatch watch(nMaxLine);
+    return ReadFile(
+        strFile, [&watch](const std::string& strRead) { return watch.IsTooLong(strRead); },
+        strText);
 }
 
 }  // namespace NSTN_util

@@ -1,19 +1,26 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 
 namespace NSTN_util {
 
 enum class EReadFile {
     WHOLE,       // strText holds the file
-    NOT_OPENED,  // missing, unreadable or a folder; strText is empty
-    BROKEN_OFF,  // reading failed on the way; strText holds what came before
+    NOT_OPENED,  // missing, unreadable or a folder; strText is empty, the reason in errno
+    BROKEN_OFF,  // reading failed on the way; strText holds what came before, the reason in errno
 };
 
-// Reads a file of lines by large blocks. A line of over nMaxLine characters ends the reading like
-// the end of the file, with all of that line or a part that is too long: what follows is never
-// asked for.
+// Reads a file by large blocks, into a string that is made as long as the file at once.
+EReadFile ReadFile(const std::string& strFile, std::string& strText);
+
+// The same, until isEnough says so of what has been read: endless files end.
+EReadFile ReadFile(const std::string& strFile,
+                   const std::function<bool(const std::string&)>& isEnough, std::string& strText);
+
+// Reads a file of lines. A line of over nMaxLine characters ends the reading like the end of the
+// file, with all of that line or a part that is too long: what follows is never asked for.
 EReadFile ReadFile(const std::string& strFile, std::size_t nMaxLine, std::string& strText);
 
 }  // namespace NSTN_util

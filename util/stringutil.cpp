@@ -7,6 +7,7 @@
 #include "util/read_number.h"
 #include "util/related_sort.h"
 #include "util/resource_text.h"
+#include "util/trim.h"
 
 #include "zemb/settings.h"
 
@@ -81,7 +82,8 @@ bool HasBlank(bool bPlain) {
     return nLangType == LANG_TYPE_WITH_BLANK;
 }
 
-// Every number fits, with its blank: no text is ever cut.
+// Every number fits, with its blank: no text is ever cut, and nothing can fail that would have to
+// be reported.
 template <class Integer>
 std::string ConvertedText(Integer nValue, bool bPlain) {
     char szText[INTEGER_ROOM];
@@ -107,22 +109,6 @@ std::size_t WordAt(std::string_view strLine, std::size_t nStart, std::string_vie
                                  : strLine.find_first_of(strSeparators, nStart);
     strWord = strLine.substr(nStart, nEnd - nStart);
     return nEnd == std::string_view::npos ? nEnd : nEnd + 1;
-}
-
-bool IsTrimmed(char c) {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
-}
-
-std::string_view TrimLeft(std::string_view strText) {
-    while (!strText.empty() && IsTrimmed(strText.front()))
-        strText.remove_prefix(1);
-    return strText;
-}
-
-std::string_view TrimRight(std::string_view strText) {
-    while (!strText.empty() && IsTrimmed(strText.back()))
-        strText.remove_suffix(1);
-    return strText;
 }
 
 // The table that toupper or tolower of the present locale looks into, asked for once a text.
@@ -356,15 +342,15 @@ void TERela3WaySort(std::vector<int>& vecA, std::vector<int>& vecB, std::vector<
 }
 
 std::string RTrim(const std::string& strText) {
-    return std::string(TrimRight(strText));
+    return std::string(TrimBlanksRight(strText));
 }
 
 std::string LTrim(const std::string& strText) {
-    return std::string(TrimLeft(strText));
+    return std::string(TrimBlanksLeft(strText));
 }
 
 std::string Trim(const std::string& strText) {
-    return std::string(TrimLeft(TrimRight(strText)));
+    return std::string(TrimBlanks(strText));
 }
 
 std::string StrToUpper(std::string strText) {

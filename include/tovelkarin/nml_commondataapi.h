@@ -32,7 +32,8 @@ TN_API bool isHexDecStr(const std::string& strText);
 // The number at the end of a text, hexadecimal when the text begins with "0x" or "0X", else
 // decimal: digits back to the last "x", "X" or "-", or to the beginning; a "-" negates it. What
 // stands before is ignored: "12x5" is 5, "5-3" is -3. 0 for "" and when anything else than a digit
-// is met. What is too large wraps around, in the width of the result.
+// is met. What is too large wraps around, in the width of the result; of a double of over
+// 300 digits nothing useful remains.
 TN_API unsigned HexDecStr2UInt(const std::string& strText);
 TN_API std::time_t HexDecStr2TimeT(const std::string& strText);
 TN_API long HexDecStr2Long(const std::string& strText);

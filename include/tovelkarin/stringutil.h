@@ -49,7 +49,8 @@ TN_API std::string Num2Str(int nValue);
 // text is blank.
 TN_API bool StrToInt(const CStdString& strText, int& nOut, int nBase);
 
-// Reads "3-7", or "3" as 3 to 3. False unless 0 <= nFirst <= nLast; what was read is written.
+// Reads "3-7", or "3" as 3 to 3. False unless 0 <= nFirst <= nLast; what was read is written, and
+// without a "-" nLast becomes nFirst in any case.
 TN_API bool GetSpan(const CStdString& strText, int& nFirst, int& nLast);
 
 // Removes blanks (" ") at both ends of strText. False when it is empty then, or, with bDigitsOnly,
@@ -75,8 +76,8 @@ TN_API bool TEStrSubStr2DateTime(unsigned& nIndex, std::tm& parts, std::string& 
 // what strOut holds after being cleared: "41 42 43" gives "ABC". Always true.
 TN_API bool Str16ToStrChar(const CStdString& strIn, CStdString& strOut);
 
-// Words and lists (docs/list-notations.md). At most NUM_SPAN_MAX numbers are made of spans: a list
-// with more fails instead of exhausting the memory.
+// Words and lists (docs/list-notations.md). A span, or range, that would bring a list to over
+// NUM_SPAN_MAX numbers is a bad item: it fails instead of exhausting the memory.
 
 constexpr std::size_t NUM_SPAN_MAX = std::size_t{1} << 26;
 
@@ -109,7 +110,8 @@ TN_API bool TEStr2Vec(const CStdString& strText, std::vector<int>& vec);
 TN_API void TEStr2StrVec(const char* szText, std::vector<std::string>& vecPart);
 
 // Sorts the key vector ascending (nKey 2: vecB, 3: vecC, else vecA) and moves the elements of the
-// others with it; equal keys keep their order. Vectors of different lengths stay as they are.
+// others with it; equal keys keep their order. Vectors of different lengths, or of over 2^32
+// elements, stay as they are. No vector may be passed twice.
 // Cost: n log n at most, linear when sorted already.
 TN_API void TERela2WaySort(std::vector<int>& vecA, std::vector<int>& vecB, int nKey);
 TN_API void TERela3WaySort(std::vector<int>& vecA, std::vector<int>& vecB, std::vector<int>& vecC,
@@ -165,9 +167,10 @@ TN_API std::tm UTC2Local(const long& nSeconds);
 TN_API void TransWildcardForSql(const std::string& strFrom, const std::string& strTo,
                                 std::string& strText);
 
-// The same, but a strFrom that is already part of a strTo stays: "'" to "''" leaves "''" alone.
+// The same, but a strFrom that is already part of a strTo stays: "%" to "!%" leaves "!%" alone.
 // What is part of a strTo is judged from the search point on, behind the last place handled; when
-// strTo begins with strFrom, the rest of a strTo that was skipped is looked at on its own.
+// strTo begins with strFrom, the rest of a strTo that was skipped is looked at on its own: "'" to
+// "''" makes three quotes of two.
 TN_API void TransWildcardForSqlNotRepeat(const std::string& strFrom, const std::string& strTo,
                                          std::string& strText);
 
@@ -178,7 +181,7 @@ TN_API void TransWildcardForSqlSingleQuotes(std::string& strText);
 // characters after the place as strTo1 has. Nothing changes when one of strFrom1 and strFrom2 holds
 // the other; line: "Call TransTwoWildcardForSql error!\n".
 //
-// Does not end, if strFrom2 is found, when strTo2 without its first strTo1.size() characters holds
+// May not end, once strFrom2 is found, when strTo2 without its first strTo1.size() characters holds
 // strFrom2: each replacement then makes the next one.
 TN_API void TransTwoWildcardForSql(const std::string& strFrom1, const std::string& strTo1,
                                    const std::string& strFrom2, const std::string& strTo2,

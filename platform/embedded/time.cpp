@@ -41,7 +41,8 @@ ZembTime BrokenDown(long nSeconds, const zemb::ZonePeriod& period) {
     if (__builtin_add_overflow(nSeconds, period.nOffset, &nLocal))
         nLocal = nSeconds;
     const long nDay = FloorDiv(nLocal, SECONDS_PER_DAY);
-    const auto nOfDay = static_cast<int>(nLocal - nDay * SECONDS_PER_DAY);
+    const auto nOfDay =
+        static_cast<int>((nLocal % SECONDS_PER_DAY + SECONDS_PER_DAY) % SECONDS_PER_DAY);
     const long nCycle = FloorDiv(nDay + DAYS_TO_1970, DAYS_PER_400_YEARS);
     const auto nOfCycle = static_cast<unsigned>(nDay + DAYS_TO_1970 - nCycle * DAYS_PER_400_YEARS);
     const unsigned nYear =
@@ -91,8 +92,8 @@ ZembTime ZembTZone::toZembTime(long nSeconds) {
 
 void ZembTZone::ZembTimeTotm(const ZembTime& time, std::tm& parts) {
     parts = {};
-    parts.tm_year = CutToInt(time.nYear - 1900);
-    parts.tm_mon = time.nMonth - 1;
+    parts.tm_year = CutToInt(std::max(time.nYear, std::numeric_limits<long>::min() + 1900) - 1900);
+    parts.tm_mon = std::clamp(time.nMonth, 1, 12) - 1;
     parts.tm_mday = time.nDay;
     parts.tm_hour = time.nHour;
     parts.tm_min = time.nMinute;
@@ -118,7 +119,9 @@ void TELOCAL2UTC(const std::tm& local, std::tm& utc) {
         nSeconds = SecondsOf(local, *zone.Library());
     } else {
         std::tm copy = local;
-        nSeconds = mktime(&copy);
+        copy.tm_wday = -1;  // what mktime refuses stays so, and is taken as UTC
+        const long nMade = mktime(&copy);
+        nSeconds = copy.tm_wday == -1 ? nLocal : nMade;
     }
     ZembTZone::ZembTimeTotm(BrokenDown(nSeconds, {nSeconds, 0, false, "UTC"}), utc);
 }

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <ctime>
 #include <list>
+#include <map>
 #include <mutex>
 
 namespace zemb {
@@ -66,18 +67,21 @@ std::optional<absl::TimeZone> Load(const std::string& strName) {
     return zone;
 }
 
+// The zone that is in force and where it comes from.
 struct ReadZone {
     TzEntry tz;  // as it was when the zone was read
     bool bSet;   // by the host: tz does not matter
-    Zone zone;
+    const Zone* pZone;
 };
 
 std::atomic<const ReadZone*> g_pZone{nullptr};
 
-// Zones that were replaced stay: another thread may be using one.
+// What was replaced stays, as another thread may be using it: each zone once, by its name, and a
+// few words for each change.
 struct ReadZones {
     std::mutex lock;
-    std::list<ReadZone> list;
+    std::list<ReadZone> listRead;
+    std::map<std::string, Zone> mapZone;
 };
 
 ReadZones& Zones() {
@@ -85,24 +89,33 @@ ReadZones& Zones() {
     return zones;
 }
 
-const Zone& Replace(const TzEntry& tz, bool bSet, std::optional<absl::TimeZone> zone) {
-    std::lock_guard<std::mutex> guard(Zones().lock);
-    Zones().list.push_back({tz, bSet, Zone(zone)});
-    g_pZone = &Zones().list.back();
-    return Zones().list.back().zone;
+// With the lock held.
+const Zone& Replace_nolock(const TzEntry& tz, bool bSet, const std::string& strName,
+                           const std::optional<absl::TimeZone>& zone) {
+    const Zone& kept = Zones().mapZone.try_emplace(strName, zone).first->second;
+    Zones().listRead.push_back({tz, bSet, &kept});
+    g_pZone.store(&Zones().listRead.back(), std::memory_order_release);
+    return kept;
 }
 
-const Zone& ReadFromEnvironment() {
+// The process's own zone; one that the host has set meanwhile stays unless bUnset.
+const Zone& ReadFromEnvironment(bool bUnset) {
+    std::lock_guard<std::mutex> guard(Zones().lock);
+    const ReadZone* const pRead = g_pZone.load(std::memory_order_relaxed);
+    if (pRead != nullptr && pRead->bSet && !bUnset)
+        return *pRead->pZone;
     const TzEntry tz;
     std::string strName = tz.Value();
     if (!strName.empty() && strName.front() == ':')
         strName.erase(0, 1);
-    std::optional<absl::TimeZone> zone = Load(tz.IsThere() ? strName : SYSTEM_ZONE_FILE);
-    if (!zone && strName.empty())
+    if (!tz.IsThere())
+        strName = SYSTEM_ZONE_FILE;
+    std::optional<absl::TimeZone> zone = Load(strName);
+    if (!zone && (strName.empty() || !tz.IsThere()))
         zone = absl::UTCTimeZone();
     if (!zone)
         tzset();
-    return Replace(tz, false, zone);
+    return Replace_nolock(tz, false, strName, zone);
 }
 
 }  // namespace
@@ -125,8 +138,6 @@ Zone::Zone(std::optional<absl::TimeZone> zone) : m_zone(zone) {
     } while (time < end);
     m_vecPeriod.push_back({absl::ToUnixSeconds(end), 0, false, nullptr});
 }
-
-Zone::Zone(const Zone& other) : m_zone(other.m_zone), m_vecPeriod(other.m_vecPeriod) {}
 
 std::size_t Zone::IndexAt(long nSeconds) const {
     const auto IsIn = [&](std::size_t i) {
@@ -171,21 +182,22 @@ bool Zone::FindUnique(long nLocal, long& nSeconds) const {
 }
 
 const Zone& CurrentZone() {
-    const ReadZone* const pZone = g_pZone.load(std::memory_order_acquire);
-    if (pZone != nullptr && (pZone->bSet || pZone->tz.IsSame()))
-        return pZone->zone;
-    return ReadFromEnvironment();
+    const ReadZone* const pRead = g_pZone.load(std::memory_order_acquire);
+    if (pRead != nullptr && (pRead->bSet || pRead->tz.IsSame()))
+        return *pRead->pZone;
+    return ReadFromEnvironment(false);
 }
 
 bool SetTimeZone(const std::string& strZone) {
     if (strZone.empty()) {
-        ReadFromEnvironment();
+        ReadFromEnvironment(true);
         return true;
     }
     const std::optional<absl::TimeZone> zone = Load(strZone);
     if (!zone)
         return false;
-    Replace(TzEntry(), true, zone);
+    std::lock_guard<std::mutex> guard(Zones().lock);
+    Replace_nolock(TzEntry(), true, strZone, zone);
     return true;
 }
 

@@ -24,7 +24,7 @@ public:
     // Absent: a rule such as "CET-1CEST,M3.5.0,M10.5.0/3", which is left to the C library.
     explicit Zone(std::optional<absl::TimeZone> zone);
 
-    Zone(const Zone& other);
+    Zone(const Zone&) = delete;
     Zone& operator=(const Zone&) = delete;
 
     // What holds at nSeconds. Its nFrom may be earlier than the last change.

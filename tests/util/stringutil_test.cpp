@@ -255,9 +255,8 @@ TEST(StringUtil, TakesLongListsThroughAllNotations) {
     TEVec2Str(vec, strText);
     EXPECT_TRUE(TEStr2Vec(strText, vecBack));
     EXPECT_EQ(vec, vecBack);
-    EXPECT_FALSE(
-        StrToNumList(CStdString("1-67108864,1-2"), vecBack));  // one span fills the room for spans
-    EXPECT_EQ(NUM_SPAN_MAX, vecBack.size());
+    EXPECT_FALSE(StrToNumList(CStdString("0-67108831,0-32"), vecBack));  // one too many
+    EXPECT_EQ(NUM_SPAN_MAX - 32, vecBack.size());
 }
 
 TEST(StringUtil, SortsManyRelatedValuesStably) {
@@ -410,6 +409,29 @@ TEST(StringUtil, ReplacesMuchInLittleTime) {
     strText.assign(3000000, 'a');
     TransTwoWildcardForSql("b", "", "a", "xx", strText);
     EXPECT_EQ(6000000U, strText.size());
+}
+
+TEST(StringUtil, CutsWordsAtTheirEdges) {
+    CStdString strWord = "before";
+    EXPECT_EQ(-1, GetWordFromLine("a,b", 4, ",", strWord));
+    EXPECT_EQ("", strWord);
+    EXPECT_EQ(-1, GetWordFromLine("a,b", -1, ",", strWord));
+    EXPECT_EQ(2, GetWordFromLine("a,b", 0, ";,", strWord));
+    EXPECT_EQ("a", strWord);
+    EXPECT_EQ(-1, GetWordFromLine("a,", 2, ",", strWord));
+    EXPECT_EQ("", strWord);
+    std::vector<std::string> vecPart;
+    TEStr2StrVec(nullptr, vecPart);
+    EXPECT_THAT(vecPart, IsEmpty());
+    TEStr2StrVec("", vecPart);
+    TEStr2StrVec(",x", vecPart);
+    EXPECT_THAT(vecPart, ElementsAre("", "", "x"));
+    EXPECT_TRUE(Str16ToStrChar(" 41  0 143 zz", strWord));
+    EXPECT_EQ("AC", strWord);
+    std::string strQuoted = "'a''";
+    InsertTransferChar(strQuoted, '\'', '\'');
+    EXPECT_EQ("''a''''", strQuoted);
+    EXPECT_EQ("-7", Num2Str(-7));
 }
 
 TEST(StringUtil, GivesOctetsAsCString) {

@@ -8,6 +8,7 @@
 
 #include <climits>
 #include <cstring>
+#include <thread>
 
 namespace {
 
@@ -109,7 +110,59 @@ TEST_F(TimeTest, TakesABrokenDownTimeAsUtcWhateverTheZone) {
     }
 }
 
+TEST_F(TimeTest, TellsHoursThatComeTwiceOrNotAtAllByTheirHint) {
+    struct Case {
+        const char* szZone;
+        int nMonth;
+        int nDay;
+        int nIsDst;
+        long nSeconds;  // of 02:30 local time
+    };
+    constexpr long SPRING = 1774744200;  // 2026-03-29 00:30 UTC
+    constexpr long AUTUMN = 1792888200;  // 2026-10-25 00:30 UTC
+    const Case arrCase[] = {
+        {"Europe/Berlin", 2, 29, -1, SPRING + 3600},
+        {"Europe/Berlin", 2, 29, 0, SPRING + 3600},
+        {"Europe/Berlin", 2, 29, 1, SPRING},
+        {"Europe/Berlin", 9, 25, -1, AUTUMN},
+        {"Europe/Berlin", 9, 25, 1, AUTUMN},
+        {"Europe/Berlin", 9, 25, 0, AUTUMN + 3600},
+        {"Asia/Shanghai", 9, 25, 1, AUTUMN - 6 * 3600},
+    };
+    for (const Case& one : arrCase) {
+        UseZone(one.szZone);
+        std::tm local{};
+        local.tm_year = 126;
+        local.tm_mon = one.nMonth;
+        local.tm_mday = one.nDay;
+        local.tm_hour = 2;
+        local.tm_min = 30;
+        local.tm_isdst = one.nIsDst;
+        std::tm utc{};
+        NSTE_util::TELOCAL2UTC(local, utc);
+        EXPECT_EQ(one.nSeconds, Local2UTC(utc)) << one.szZone << one.nMonth << one.nIsDst;
+    }
+}
+
+TEST_F(TimeTest, KeepsTheHostsZoneWhateverOtherThreadsRead) {
+    for (int i = 0; i < 200; ++i) {
+        zemb::SetTimeZone("");
+        UseZone(i % 2 == 0 ? "Asia/Tokyo" : "Asia/Seoul");
+        std::thread reader([] { GetCurTmTime(); });
+        ASSERT_TRUE(zemb::SetTimeZone("Europe/Berlin"));
+        reader.join();
+        ASSERT_STREQ("CET", UTC2Local(1772352000).tm_zone);
+    }
+}
+
 TEST_F(TimeTest, SurvivesTimesThatNoCalendarHolds) {
+    std::tm odd{};
+    ZembTZone::ZembTimeTotm(ZembTime{}, odd);
+    ZembTime far{};
+    far.nMonth = 13;
+    far.nYear = LONG_MIN;
+    ZembTZone::ZembTimeTotm(far, odd);
+    EXPECT_EQ(INT_MIN, odd.tm_year);
     for (const char* const szZone : {"Europe/Berlin", "CET-1CEST,M3.5.0,M10.5.0/3"}) {
         UseZone(szZone);
         for (const long n : {LONG_MAX, LONG_MIN}) {

@@ -11,12 +11,12 @@
 // own, so that overloads can tell it from std::string; either converts to the other.
 class CStdString : public std::string {
 public:
+    using std::string::string;
+    using std::string::operator=;
     CStdString() = default;
     CStdString(const std::string& strText) : std::string(strText) {}
     CStdString(std::string&& strText) noexcept : std::string(std::move(strText)) {}
     CStdString(const char* szText) : std::string(szText == nullptr ? "" : szText) {}
-    CStdString(const char* szText, std::size_t nLength) : std::string(szText, nLength) {}
-    CStdString(std::size_t nCount, char c) : std::string(nCount, c) {}
     CStdString& operator=(const std::string& strText) {
         assign(strText);
         return *this;

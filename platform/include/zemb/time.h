@@ -34,15 +34,15 @@ public:
     // The local time of nSeconds since 1970, UTC.
     static ZembTime toZembTime(long nSeconds);
     // The same broken down, with weekday and day of the year; a year that an int does not hold is
-    // cut to the nearest one.
+    // cut to the nearest one, a month out of 1 to 12 likewise.
     static void ZembTimeTotm(const ZembTime& time, std::tm& parts);
 };
 
 namespace NSTE_util {
 
 // Broken-down UTC of a broken-down local time; fields out of range are carried over. Of an hour
-// that comes twice, tm_isdst and then tm_gmtoff tell which is meant, else the first counts; an hour
-// that is skipped counts by the offset before it.
+// that comes twice, or is skipped, tm_isdst and then tm_gmtoff tell which of the two offsets is
+// meant; without a hint it is the earlier one.
 ZEMB_API void TELOCAL2UTC(const std::tm& local, std::tm& utc);
 
 // Seconds since 1970 of a broken-down UTC time; fields out of range are carried over.

@@ -1,0 +1,83 @@
+#include "tovelkarin/tnreadcfg.h"
+
+#include "tovelkarin/nml_commondataapi.h"
+#include "tovelkarin/nml_filemgr.h"
+#include "tovelkarin/stringutil.h"
+#include "trace/trace_line.h"
+
+namespace NSTN_util {
+
+namespace {
+
+constexpr std::int64_t SECONDS_BETWEEN_CHECKS = 301;
+
+}  // namespace
+
+TNReadCfg::TNReadCfg() : m_tFileModifyTime(0), m_tLastCheckTime(0), m_bLoadSuccess(false) {}
+
+bool TNReadCfg::SetFileName(const std::string& strFile) {
+    const bool bFile = IsFile(strFile);
+    m_strFileName = strFile;
+    ConvertPathSplit(m_strFileName);
+    return bFile;
+}
+
+bool TNReadCfg::IsNeedReloadCfgFile() {
+    const std::int64_t tNow = GetCurUtcTime();
+    // Either way: a clock that was set back makes a check due too.
+    if (tNow - m_tLastCheckTime < SECONDS_BETWEEN_CHECKS &&
+        m_tLastCheckTime - tNow < SECONDS_BETWEEN_CHECKS)
+        return false;
+    m_tLastCheckTime = tNow;
+    return true;
+}
+
+bool TNReadCfg::LoadCfgItemFromFile(std::map<std::string, std::string>& mapItem) {
+    if (ReadCfgItemFromFile(m_strFileName, mapItem) == 0)
+        return true;
+    Report("LoadCfgItemFromFile Open file(%s) error! ", m_strFileName);
+    return false;
+}
+
+void TNReadCfg::InitCfgItem() {
+    const std::int64_t tModify = GetModifyFileUTCTime(m_strFileName);
+    if (tModify == m_tFileModifyTime)
+        return;
+    std::map<std::string, std::string> mapItem;
+    m_bLoadSuccess = LoadCfgItemFromFile(mapItem);
+    if (!m_bLoadSuccess)
+        return Report("LoadCfgFileContent Open file(%s) error! ", m_strFileName);
+    m_mapCfgItem.swap(mapItem);
+    m_tFileModifyTime = tModify;
+}
+
+void TNReadCfg::ReLoadCfgFileIfNeed() {
+    if (IsNeedReloadCfgFile())
+        InitCfgItem();
+}
+
+bool TNReadCfg::GetItemValue(const std::string& strKey, std::string& strValue) {
+    ReLoadCfgFileIfNeed();
+    const auto it = m_mapCfgItem.find(strKey);
+    if (it == m_mapCfgItem.end())
+        return false;
+    strValue = it->second;
+    return true;
+}
+
+bool TNReadCfg::GetItemValue(const std::string& strKey, int& nValue) {
+    ReLoadCfgFileIfNeed();
+    const auto it = m_mapCfgItem.find(strKey);
+    if (it == m_mapCfgItem.end() || !isHexDecStr(it->second))
+        return false;
+    nValue = HexDecStr2Int(it->second);
+    return true;
+}
+
+bool TNReadCfg::GetAllCfgItem(std::map<std::string, std::string>& mapItem) {
+    ReLoadCfgFileIfNeed();
+    mapItem = m_mapCfgItem;
+    return true;
+}
+
+}  // namespace NSTN_util

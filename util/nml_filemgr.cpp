@@ -1,0 +1,414 @@
+#include "tovelkarin/nml_filemgr.h"
+
+#include "tovelkarin/stringutil.h"
+#include "trace/trace_line.h"
+#include "util/file_writer.h"
+#include "util/item_file.h"
+#include "util/read_file.h"
+#include "util/trim.h"
+
+#include "zemb/os.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+namespace NSTN_util {
+
+namespace {
+
+constexpr const char* FILE_WORD = "nml_filemgr";
+constexpr mode_t FOLDER_MODE = 0755;
+constexpr int FLAG_FILES = 0;
+constexpr int FLAG_FOLDERS = 1;
+
+// Where a failed folder operation says it comes from; nLine is message text.
+struct FolderFault {
+    int nLine;
+    const char* szInfo;
+};
+constexpr FolderFault FAULT_DELETE = {332, "ZembFileUtil delDir Failed! "};
+constexpr FolderFault FAULT_MAKE = {430, "MKFolder mkdir Failed! "};
+
+int Failed(const FolderFault& fault, int nResult) {
+    const int nError = errno;
+    Report("NmlTrace:return: file:%s,line:%d, Info: %s, result = %d", FILE_WORD, fault.nLine,
+           fault.szInfo, nResult);
+    errno = nError;
+    return nResult;
+}
+
+bool StatOf(const std::string& strPath, struct stat& info) {
+    return ZEMB_OS::stat(strPath.c_str(), &info, PATH_CODE_SET) == 0;
+}
+
+std::string_view WithoutLastSplit(std::string_view strPath) {
+    if (!strPath.empty() && strPath.back() == '/')
+        strPath.remove_suffix(1);
+    return strPath;
+}
+
+bool EndsWith(const std::string& strText, std::string_view strEnd) {
+    return strText.size() >= strEnd.size() &&
+           strText.compare(strText.size() - strEnd.size(), strEnd.size(), strEnd) == 0;
+}
+
+// Takes every "/.." away with the name before it, character by character, so that what comes
+// together is seen too. False when one has no "/" before it.
+bool RemoveUpSteps(std::string& strPath) {
+    std::string strOut;
+    strOut.reserve(strPath.size());
+    for (std::size_t i = 0; i < strPath.size(); ++i) {
+        strOut += strPath[i];
+        if (!EndsWith(strOut, "/.."))
+            continue;
+        const std::size_t nUp = strOut.size() - 3;
+        const std::size_t nBefore = nUp == 0 ? std::string::npos : strOut.rfind('/', nUp - 1);
+        if (nBefore == std::string::npos) {
+            strPath = strOut.append(strPath, i + 1);
+            return false;
+        }
+        strOut.erase(nBefore);
+    }
+    strPath.swap(strOut);
+    return true;
+}
+
+void RemoveHereSteps(std::string& strPath) {
+    std::string strOut;
+    strOut.reserve(strPath.size());
+    for (const char c : strPath) {
+        strOut += c;
+        if (EndsWith(strOut, "/./"))
+            strOut.erase(strOut.size() - 2);
+    }
+    strPath.swap(strOut);
+}
+
+int ListFolder(const std::string& strDir, int nFlag, std::list<std::string>& listName) {
+    std::vector<ZembFileEntry> vecEntry;
+    const int nResult = ZembFileUtil::getFileList(strDir.c_str(), vecEntry, PATH_CODE_SET);
+    if (nResult != 0)
+        return nResult;
+    std::vector<std::string> vecName;
+    for (ZembFileEntry& entry : vecEntry)
+        if ((nFlag != FLAG_FILES || !entry.bFolder) && (nFlag != FLAG_FOLDERS || entry.bFolder))
+            vecName.push_back(std::move(entry.strName));
+    std::sort(vecName.begin(), vecName.end());
+    listName.insert(listName.end(), std::make_move_iterator(vecName.begin()),
+                    std::make_move_iterator(vecName.end()));
+    return 0;
+}
+
+int RemoveFileOrError(const std::string& strPath) {
+    return RemoveFile(strPath) == 0 ? 0 : errno;
+}
+
+// Deletes by strDelete the lowest names until nKeep are left.
+int DeleteLowest(const std::string& strDir, std::list<std::string>& listName, unsigned nKeep,
+                 int nFillFlag, bool bFill, int (*fnDelete)(const std::string&)) {
+    int nResult = 0;
+    if (bFill) {
+        std::list<std::string> listFound;
+        nResult = ListFolder(strDir, nFillFlag, listFound);
+        if (nResult != 0)
+            return nResult;
+        listName.swap(listFound);
+    }
+    if (listName.size() <= nKeep)
+        return 0;
+    listName.sort();
+    std::size_t nDelete = listName.size() - nKeep;
+    for (auto it = listName.begin(); nDelete > 0; --nDelete) {
+        const int nOne = fnDelete(SpliceDir(strDir, *it));
+        nResult = nResult == 0 ? nOne : nResult;
+        it = nOne == 0 ? listName.erase(it) : std::next(it);
+    }
+    return nResult;
+}
+
+void PutItems(FileWriter& writer, const std::map<std::string, std::string>& mapItem) {
+    for (const auto& [strKey, strValue] : mapItem) {
+        writer.PutText(strKey);
+        writer.Put(" = ");
+        writer.PutText(strValue);
+        writer.Put("\n");
+    }
+}
+
+// Adds up the lines of a text that grows, and tells when there are enough.
+class LineCounter {
+public:
+    explicit LineCounter(unsigned nEnough) : m_nEnough(nEnough) {}
+
+    bool operator()(const std::string& strText) {
+        m_nLines += static_cast<std::size_t>(std::count(
+            strText.begin() + static_cast<std::ptrdiff_t>(m_nSeen), strText.end(), '\n'));
+        m_nSeen = strText.size();
+        return m_nLines >= m_nEnough;
+    }
+
+private:
+    unsigned m_nEnough;
+    std::size_t m_nLines = 0;
+    std::size_t m_nSeen = 0;
+};
+
+// A standard tm counts years from 1900 and months from 0.
+struct CalendarMonth {
+    explicit CalendarMonth(const std::tm& parts) {
+        // Deliberate: a year of 1900 or more is taken for a calendar year, and the month as it
+        // stands.
+        const bool bStandard = parts.tm_year < 1900;
+        nYear = parts.tm_year + (bStandard ? 1900L : 0L);
+        nMonth = parts.tm_mon + (bStandard ? 1L : 0L);
+    }
+    long nYear;
+    long nMonth;
+};
+
+std::string DateTimeText(const char* szFormat, const std::tm& parts) {
+    const CalendarMonth month(parts);
+    char szText[51];
+    std::snprintf(szText, sizeof szText, szFormat, month.nYear, month.nMonth, parts.tm_mday,
+                  parts.tm_hour, parts.tm_min, parts.tm_sec);
+    return szText;
+}
+
+}  // namespace
+
+void ConvertPathSplit(std::string& strPath) {
+    strPath = Trim(strPath);
+    std::replace(strPath.begin(), strPath.end(), '\\', '/');
+}
+
+void ConvertAbsolutePath(std::string& strPath) {
+    ConvertPathSplit(strPath);
+    if (!strPath.empty() && strPath.front() != '.' && RemoveUpSteps(strPath))
+        RemoveHereSteps(strPath);
+}
+
+std::string SpliceDir(const std::string& strDir, const std::string& strName) {
+    if (strDir.empty())
+        return strName;
+    return strDir.back() == '/' ? strDir + strName : strDir + "/" + strName;
+}
+
+void RemoveLastSplit(std::string& strPath) {
+    // Deliberate: an empty path throws.
+    if (strPath.at(strPath.size() - 1) == '/')
+        strPath.pop_back();
+}
+
+std::string GetParentPath(const std::string& strPath) {
+    const std::string_view strFull = WithoutLastSplit(strPath);
+    const std::size_t nSplit = strFull.rfind('/');
+    return nSplit == std::string_view::npos ? "" : std::string(strFull.substr(0, nSplit));
+}
+
+std::string GetFileNameFromPath(const std::string& strPath) {
+    return strPath.substr(strPath.rfind('/') + 1);
+}
+
+std::string GetLastFolderFromPath(const std::string& strPath) {
+    const std::size_t nSplit = strPath.rfind('/');
+    return nSplit == std::string::npos ? "" : GetFileNameFromPath(strPath.substr(0, nSplit));
+}
+
+bool IsFolder(const std::string& strPath) {
+    struct stat info {};
+    return StatOf(strPath, info) && S_ISDIR(info.st_mode);
+}
+
+bool IsFile(const std::string& strPath) {
+    struct stat info {};
+    return StatOf(strPath, info) && S_ISREG(info.st_mode);
+}
+
+int MKFolder(const std::string& strPath) {
+    if (IsFolder(strPath))
+        return 0;
+    const int nResult = ZEMB_OS::mkdir(strPath.c_str(), FOLDER_MODE, PATH_CODE_SET);
+    return nResult == 0 ? 0 : Failed(FAULT_MAKE, nResult);
+}
+
+int DeleteFolder(const std::string& strPath) {
+    const int nResult = ZembFileUtil::delDir(strPath.c_str(), PATH_CODE_SET);
+    return nResult == 0 ? 0 : Failed(FAULT_DELETE, nResult);
+}
+
+int RemoveFile(const std::string& strPath) {
+    return ZEMB_OS::unlink(strPath.c_str(), PATH_CODE_SET);
+}
+
+int RenameFile(const std::string& strFrom, const std::string& strTo, int nFlag) {
+    return ZEMB_OS::rename(strFrom.c_str(), strTo.c_str(), nFlag, PATH_CODE_SET);
+}
+
+long GetFileSize(const std::string& strPath) {
+    return IsFile(strPath) ? ZEMB_OS::filesize(strPath.c_str(), PATH_CODE_SET) : -1;
+}
+
+long GetModifyFileUTCTime(const std::string& strPath) {
+    struct stat info {};
+    return StatOf(strPath, info) ? info.st_mtime : -1;
+}
+
+long GetCrateFileUTCTime(const std::string& strPath) {
+    struct stat info {};
+    return StatOf(strPath, info) ? info.st_ctime : -1;
+}
+
+int GetAllFolder(const std::string& strDir, std::list<std::string>& listName) {
+    return ListFolder(strDir, FLAG_FOLDERS, listName);
+}
+
+int GetAllFile(const std::string& strDir, std::list<std::string>& listName) {
+    return ListFolder(strDir, FLAG_FILES, listName);
+}
+
+int GetAllFolderByFlag(const std::string& strDir, int nFlag, std::list<std::string>& listName) {
+    return ListFolder(strDir, nFlag, listName);
+}
+
+int GetAllFileByFlag(const std::string& strDir, int nFlag, std::list<std::string>& listName) {
+    return ListFolder(strDir, nFlag, listName);
+}
+
+int CheckFolerSize(const std::string& strDir, double& dBytes, unsigned& nCount, unsigned nLimit) {
+    const int nResult = ZembFileUtil::walkTree(
+        strDir.c_str(),
+        [&](const ZembFileEntry& entry) {
+            dBytes += static_cast<double>(entry.nSize);
+            ++nCount;
+            return nCount <= nLimit;
+        },
+        PATH_CODE_SET);
+    return nResult == ECANCELED ? -1 : nResult;
+}
+
+double GetFolerSize(const std::string& strDir, unsigned nLimit) {
+    double dBytes = 0;
+    unsigned nCount = 0;
+    return CheckFolerSize(strDir, dBytes, nCount, nLimit) == -1 ? -1 : dBytes;
+}
+
+int DeleteFolderByOrderName(const std::string& strDir, std::list<std::string>& listName,
+                            unsigned nKeep, bool bFill) {
+    return DeleteLowest(strDir, listName, nKeep, FLAG_FOLDERS, bFill, DeleteFolder);
+}
+
+int RemoveFileByOrderName(const std::string& strDir, std::list<std::string>& listName,
+                          unsigned nKeep, bool bFill) {
+    return DeleteLowest(strDir, listName, nKeep, FLAG_FILES, bFill, RemoveFileOrError);
+}
+
+int WriteStrToFile(const std::string& strPath, const std::list<std::string>& listText) {
+    FileWriter writer(strPath, "w");
+    for (const std::string& strText : listText)
+        writer.PutText(strText);
+    return writer.Finish();
+}
+
+int WriteStrToFile(const std::string& strPath, const std::string& strText) {
+    FileWriter writer(strPath, "w");
+    writer.PutText(strText);
+    return writer.Finish();
+}
+
+int AppendToFile(const std::string& strPath, const std::list<std::string>& listText) {
+    FileWriter writer(strPath, "a");
+    writer.Put("\n");
+    for (const std::string& strText : listText) {
+        writer.PutText(strText);
+        writer.Put("\n");
+    }
+    return writer.Finish();
+}
+
+int AppendToFile(const std::string& strPath, const std::string& strText) {
+    FileWriter writer(strPath, "a");
+    writer.Put("\n");
+    writer.PutText(strText);
+    writer.Put("\n");
+    return writer.Finish();
+}
+
+int WriteCfgItemToFile(const std::string& strPath,
+                       const std::map<std::string, std::string>& mapItem) {
+    FileWriter writer(strPath, "w");
+    PutItems(writer, mapItem);
+    return writer.Finish();
+}
+
+int AppendCfgItemToFile(const std::string& strPath,
+                        const std::map<std::string, std::string>& mapItem) {
+    FileWriter writer(strPath, "a");
+    writer.Put("\n");
+    PutItems(writer, mapItem);
+    return writer.Finish();
+}
+
+int ReadCfgItemFromFile(const std::string& strPath, std::map<std::string, std::string>& mapItem) {
+    std::string strText;
+    if (ReadFile(strPath, ITEM_LINE_MAX, strText) != EReadFile::WHOLE) {
+        Report("ReadCfgItemFromFile1 Open file(%s) error! ", strPath);
+        return -1;
+    }
+    ReadItems(strText, mapItem);
+    return 0;
+}
+
+int ReadStrFromFile(const std::string& strPath, std::list<std::string>& listLine, unsigned nMost) {
+    std::string strText;
+    const EReadFile eRead =
+        nMost == 0 ? ReadFile(strPath, strText) : ReadFile(strPath, LineCounter(nMost), strText);
+    if (eRead != EReadFile::WHOLE)
+        return errno;
+    std::list<std::string> listRead;
+    const char* p = strText.data();
+    const char* const pEnd = p + strText.size();
+    while (p != pEnd && (nMost == 0 || listRead.size() < nMost)) {
+        const void* const pFound = std::memchr(p, '\n', static_cast<std::size_t>(pEnd - p));
+        const char* const pStop = pFound == nullptr ? pEnd : static_cast<const char*>(pFound);
+        listRead.emplace_back(p, static_cast<std::size_t>(pStop - p));
+        p = pStop == pEnd ? pEnd : pStop + 1;
+    }
+    listLine.swap(listRead);
+    return 0;
+}
+
+int ReadStrFromFile(const std::string& strPath, std::string& strText) {
+    std::string strRead;
+    if (ReadFile(strPath, strRead) != EReadFile::WHOLE)
+        return errno;
+    strText.swap(strRead);
+    return 0;
+}
+
+std::string DateTime2Str(const std::tm& parts) {
+    return DateTimeText("%04ld-%02ld-%02d %02d:%02d:%02d", parts);
+}
+
+std::string DateTime2FileName(const std::tm& parts) {
+    return DateTimeText("%04ld%02ld%02d_%02d%02d%02d", parts);
+}
+
+std::string CurDateTime2Str() {
+    return DateTime2Str(GetCurTmTime());
+}
+
+std::string CurDateTime2FileName() {
+    return DateTime2FileName(GetCurTmTime());
+}
+
+void FileNameAppendTime(std::string& strName) {
+    if (!strName.empty() && strName.back() != '_')
+        strName += '_';
+    strName += CurDateTime2FileName();
+}
+
+}  // namespace NSTN_util
