@@ -1,5 +1,7 @@
 #include "command.h"
+#include "item_check.h"
 #include "lang_file.h"
+#include "timeout_file.h"
 
 #include <CLI/CLI.hpp>
 
@@ -55,6 +57,17 @@ int CheckMutex(const Session& session, const CheckArguments& args) {
     return PutFindings(session, args, table.vecFinding, Counted(args.vecFile.size(), "file"));
 }
 
+// Each file for itself.
+int CheckEach(const Session& session, const CheckArguments& args,
+              std::vector<Finding> (*check)(const std::string&)) {
+    std::vector<Finding> vecFinding;
+    for (const std::string& strFile : args.vecFile) {
+        const std::vector<Finding> vecOne = check(strFile);
+        vecFinding.insert(vecFinding.end(), vecOne.begin(), vecOne.end());
+    }
+    return PutFindings(session, args, vecFinding, Counted(args.vecFile.size(), "file"));
+}
+
 // Each folder is one language; a key that another folder has is missed.
 int CheckLang(const Session& session, const CheckArguments& args) {
     std::vector<LangFolder> vecFolder(args.vecFile.begin(), args.vecFile.end());
@@ -83,9 +96,23 @@ Runner DefineCheck(CLI::App& app) {
     CLI::App* const pLang = app.add_subcommand("lang", "folders of language files, one a language");
     pLang->add_option("FOLDER", pArgs->vecFile, "language folders")->required();
     pLang->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
+    CLI::App* const pItems = app.add_subcommand("items", "configuration-item files: key = value");
+    pItems->add_option("FILE", pArgs->vecFile, "item files")->required();
+    pItems->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
+    CLI::App* const pTimeouts = app.add_subcommand("timeouts", "request time-out files");
+    pTimeouts->add_option("FILE", pArgs->vecFile, "time-out files")->required();
+    pTimeouts->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
     app.require_subcommand(1);
-    return [pArgs, pMutex](Session& session) {
-        return pMutex->parsed() ? CheckMutex(session, *pArgs) : CheckLang(session, *pArgs);
+    return [=](Session& session) {
+        if (pMutex->parsed())
+            return CheckMutex(session, *pArgs);
+        if (pLang->parsed())
+            return CheckLang(session, *pArgs);
+        if (pItems->parsed())
+            return CheckEach(session, *pArgs, CheckItemFile);
+        return CheckEach(session, *pArgs, [](const std::string& strFile) {
+            return TimeoutFile(strFile).vecFinding;
+        });
     };
 }
 

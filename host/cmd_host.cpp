@@ -41,7 +41,9 @@ int ShowHelp(Session& session, const std::string& strName) {
 
 Runner DefineHost(CLI::App& app) {
     const auto pArgs = std::make_shared<HostArguments>();
-    app.add_option("SCRIPT", pArgs->strScript, "file of commands; none: standard input");
+    app.add_option("SCRIPT", pArgs->strScript,
+                   "file of commands; none: standard input; $ROOT and $STATE "
+                   "stand for the folders");
     app.add_flag("--echo", pArgs->bEcho, "print each command before it runs");
     return [pArgs](Session& session) { return RunHost(session, *pArgs); };
 }

@@ -2,8 +2,13 @@
 
 #include "command.h"
 
+#include "tovelkarin/stringutil.h"
+
+#include "zemb/settings.h"
+
 #include <editline/readline.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -79,10 +84,18 @@ std::vector<std::string> SplitWords(const std::string& strLine) {
 
 namespace {
 
+// A word with $ROOT and $STATE as the folders that they are.
+std::string Expanded(std::string strWord) {
+    NSTN_util::TransWildcardForSql("$ROOT", NSTE_util::GetZEMBRootPath(), strWord);
+    NSTN_util::TransWildcardForSql("$STATE", zemb::GetStatePath(), strWord);
+    return strWord;
+}
+
 // Runs one line; an empty one is done.
 int RunLine(Session& session, const std::string& strLine) {
     try {
-        const std::vector<std::string> vecWord = SplitWords(strLine);
+        std::vector<std::string> vecWord = SplitWords(strLine);
+        std::transform(vecWord.begin(), vecWord.end(), vecWord.begin(), Expanded);
         return vecWord.empty() ? DONE : RunCommand(session, vecWord);
     } catch (const CommandError& error) {
         std::cerr << "tovelkarin: " << error.what() << std::endl;

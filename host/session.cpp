@@ -2,6 +2,8 @@
 
 #include "trail_holder.h"
 
+#include "tovelkarin/tnreqtimeout.h"
+
 #include "zemb/module.h"
 #include "zemb/settings.h"
 
@@ -13,6 +15,7 @@ namespace host {
 namespace {
 
 constexpr const char* TABLE_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/mutex_oper.cfg";
+constexpr const char* TIMEOUTS_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/reqtimeout.cfg";
 
 }  // namespace
 
@@ -43,6 +46,9 @@ void Session::Start(bool bAgain) {
     const std::string strTable = strRoot + TABLE_UNDER_ROOT;
     if (!m_bTableLoaded && !strRoot.empty() && std::filesystem::exists(strTable))
         LoadTable(strTable);
+    const std::string strTimeouts = strRoot + TIMEOUTS_UNDER_ROOT;
+    if (!m_bTableLoaded && !strRoot.empty() && std::filesystem::exists(strTimeouts))
+        LoadTimeouts(strTimeouts);
     m_bTableLoaded = true;
 }
 
@@ -71,6 +77,19 @@ bool Session::LoadTable(const std::string& strFile) {
         std::cerr << "tovelkarin: " << strFile << ": some lines are bad and were left out; see "
                   << "'tovelkarin check mutex " << strFile << "'" << std::endl;
     return bGood;
+}
+
+const std::vector<std::string>& Session::LoadTimeouts(const std::string& strFile) {
+    if (strFile.empty())
+        return m_vecTimeoutFile;
+    if (!std::filesystem::is_regular_file(strFile))
+        throw CommandError(SYSTEM_FAILED, strFile + ": no such time-out file");
+    if (NSTE_util::TNReqTimeoutIF::Instance()->LoadTimeoutCfgFile(strFile) == 0) {
+        std::cout << std::endl;  // behind what the library prints
+        std::cerr << "tovelkarin: see 'tovelkarin check timeouts " << strFile << "'" << std::endl;
+    }
+    m_vecTimeoutFile.push_back(strFile);
+    return m_vecTimeoutFile;
 }
 
 void Session::EchoTrace(bool bOn) {

@@ -3,11 +3,14 @@
 #include "ledger.h"
 #include "output.h"
 
+#include "tovelkarin/tnreadcfg.h"
+
 #include "zemb/control.h"
 
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -31,6 +34,10 @@ public:
     // opened. False when some of its lines are bad.
     bool LoadTable(const std::string& strFile);
 
+    // Loads a request time-out file into the library; "": none but the root's own, which Start has
+    // loaded if there is one. Returns the files loaded so far, each over the one before.
+    const std::vector<std::string>& LoadTimeouts(const std::string& strFile);
+
     // Shows the module's log lines on standard output as they are written.
     void EchoTrace(bool bOn);
 
@@ -41,6 +48,7 @@ public:
     Output out;
     Ledger ledger;
     std::map<std::string, std::unique_ptr<TrailHolder>> mapTrail;
+    std::map<std::string, NSTN_util::TNReadCfg> mapCfg;  // by the path as given
     zemb::ScopedClock clock;
 
 private:
@@ -48,6 +56,7 @@ private:
     bool m_bStarted = false;
     bool m_bStopped = false;
     bool m_bTableLoaded = false;
+    std::vector<std::string> m_vecTimeoutFile;
     bool m_bQuit = false;
 };
 

@@ -1,0 +1,111 @@
+#include "item_check.h"
+
+#include "line_file.h"
+#include "output.h"
+
+#include "tovelkarin/nml_commondataapi.h"
+#include "tovelkarin/nml_filemgr.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+// The format: docs/item-file.md.
+namespace host {
+
+namespace {
+
+// Files whose keys are known, by their names.
+const std::map<std::string, std::vector<std::string>> KNOWN_FILES = {
+    {"ems.cfg",
+     {"bEnableInt3", "bEnableLog", "bEnableAsnLog", "bEnableMmlTrace", "overtime_low",
+      "overtime_mid", "overtime_high"}},
+    {"trans_ems.cfg", {"VCNExportInterval"}},
+    {"common.cfg", {"AdvanceAsnTrace", "bExplicityTrace"}},
+};
+constexpr const char* CLAMPED_KEY = "VCNExportInterval";
+constexpr int CLAMPED_BELOW = 300;
+
+bool LooksLikeNumber(const std::string& strValue) {
+    return strValue.find_first_of("0123456789") == (strValue.find_first_of("+-") == 0 ? 1U : 0U);
+}
+
+class ItemCheck {
+public:
+    explicit ItemCheck(const std::string& strFile) : m_file(strFile) {
+        const auto it = KNOWN_FILES.find(NSTN_util::GetFileNameFromPath(strFile));
+        if (it != KNOWN_FILES.end())
+            m_pKnown = &it->second;
+    }
+
+    std::vector<Finding> Findings() {
+        for (const LineFile::Line& line : m_file.vecLine) {
+            CheckLine(line.place);
+            if (line.nLength <= ITEM_LINE_MAX)
+                continue;
+            Add(ESeverity::ERROR, line.place, 0,
+                "line of " + Counted(line.nLength, "character") +
+                    ": the reading ends here, and what follows is not read",
+                "at most 1022");
+            break;
+        }
+        return std::move(m_file.vecFinding);
+    }
+
+private:
+    void Add(ESeverity eSeverity, const Place& place, std::size_t nOffset,
+             const std::string& strWhat, const std::string& strExpected = "") {
+        m_file.vecFinding.push_back(FindingAt(eSeverity, place, nOffset, strWhat, strExpected));
+    }
+
+    void CheckLine(const Place& place) {
+        if (place.strText.empty() || place.strText.front() == '#')
+            return;
+        std::string strKey;
+        std::string strValue;
+        if (!NSTN_util::SplitStrBySeparator(place.strText, "=", strKey, strValue))
+            return Add(ESeverity::ERROR, place, 0, "no '=': the line is left out", "key = value");
+        const std::size_t nValue =
+            strValue.empty() ? place.strText.size() : place.strText.size() - strValue.size();
+        if (strKey.empty())
+            Add(ESeverity::WARNING, place, 0, "the key is empty", "key = value");
+        const auto [it, bNew] = m_mapKey.emplace(strKey, place);
+        if (!bNew) {
+            Add(ESeverity::WARNING, place, 0,
+                "'" + strKey + "' again: this line counts, not the one at " + it->second.Text());
+            it->second = place;
+        }
+        if (LooksLikeNumber(strValue) && !NSTN_util::isHexDecStr(strValue))
+            Add(ESeverity::WARNING, place, nValue,
+                "'" + strValue + "' is read as text only, not as an integer",
+                "decimal digits, or hexadecimal ones behind 0x");
+        CheckKnown(place, strKey, strValue, nValue);
+    }
+
+    void CheckKnown(const Place& place, const std::string& strKey, const std::string& strValue,
+                    std::size_t nValue) {
+        if (m_pKnown == nullptr)
+            return;
+        if (std::find(m_pKnown->begin(), m_pKnown->end(), strKey) == m_pKnown->end()) {
+            const std::string strNearest = LineFile::Nearest(strKey, *m_pKnown);
+            return Add(ESeverity::WARNING, place, 0, "nobody reads '" + strKey + "'",
+                       strNearest.empty() ? "" : "perhaps " + strNearest);
+        }
+        const int nNumber = NSTN_util::HexDecStr2Int(strValue);
+        if (strKey == CLAMPED_KEY && nNumber > 0 && nNumber < CLAMPED_BELOW)
+            Add(ESeverity::WARNING, place, nValue, "'" + strValue + "' is raised to 300",
+                "300 or more, or 0");
+    }
+
+    LineFile m_file;
+    const std::vector<std::string>* m_pKnown = nullptr;
+    std::map<std::string, Place> m_mapKey;
+};
+
+}  // namespace
+
+std::vector<Finding> CheckItemFile(const std::string& strFile) {
+    return ItemCheck(strFile).Findings();
+}
+
+}  // namespace host
