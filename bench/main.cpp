@@ -62,6 +62,23 @@ constexpr Goal GOALS[] = {
     {"to_utc",                          1.5 },
     {"local_to_utc",                    1.5 },
     {"resource_text",                   3.0 },
+    {"items_read/10",                   0.75},
+    {"items_read/1000",                 0.7 },
+    {"items_read/100000",               1.0 },
+    {"items_sorted/10",                 0.75},
+    {"items_sorted/1000",               0.7 },
+    {"items_sorted/100000",             1.0 },
+    {"items_write",                     0.85},
+    {"lines_write",                     0.75},
+    {"file_read",                       1.05},
+    {"lines_read",                      0.9 },
+    {"item_by_name",                    1.5 },
+    {"timeout",                         5.0 },
+    {"timeout_two_threads",             5.0 },
+    {"timeouts_load",                   1.0 },
+    {"tree_size",                       1.0 },
+    {"folder_list",                     1.0 },
+    {"path_absolute",                   1.25},
 };
 
 constexpr Growth GROWTHS[] = {
@@ -83,6 +100,11 @@ constexpr Growth GROWTHS[] = {
     {"match_floating", "linear", 2.5, 1000},
     {"replace",        "linear", 2.5, 1024},
     {"replace_not_repeat", "linear", 2.5, 1024},
+    {"items_read",     "linear", 2.5, 1000},
+    {"items_sorted",   "linear", 2.5, 1000},
+    {"timeouts_load",  "linear", 2.5, 1000},
+    {"tree_size",      "linear", 2.5, 1000},
+    {"path_absolute",  "linear", 2.5, 1000},
     {"replace_two",    "linear", 2.5, 1024},
 };
 // clang-format on

@@ -29,8 +29,8 @@
 #include <charconv>
 #include <cstdio>
 #include <ctime>
-#include <fstream>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>

@@ -51,41 +51,44 @@ std::string_view WithoutLastSplit(std::string_view strPath) {
     return strPath;
 }
 
-bool EndsWith(const std::string& strText, std::string_view strEnd) {
-    return strText.size() >= strEnd.size() &&
-           strText.compare(strText.size() - strEnd.size(), strEnd.size(), strEnd) == 0;
-}
-
-// Takes every "/.." away with the name before it, character by character, so that what comes
-// together is seen too. False when one has no "/" before it.
+// Takes every "/.." away with the name before it, in place and character by character, so that what
+// comes together is seen too. False when one has no "/" before it: the rest stays as it is.
 bool RemoveUpSteps(std::string& strPath) {
-    std::string strOut;
-    strOut.reserve(strPath.size());
-    for (std::size_t i = 0; i < strPath.size(); ++i) {
-        strOut += strPath[i];
-        if (!EndsWith(strOut, "/.."))
+    if (strPath.find("/..") == std::string::npos)
+        return true;
+    char* const pStart = strPath.data();
+    const char* const pEnd = pStart + strPath.size();
+    char* pTo = pStart;
+    bool bResult = true;
+    for (const char* pFrom = pStart; pFrom != pEnd; ++pFrom) {
+        *pTo++ = *pFrom;
+        if (*pFrom != '.' || pTo - pStart < 3 || pTo[-2] != '.' || pTo[-3] != '/')
             continue;
-        const std::size_t nUp = strOut.size() - 3;
-        const std::size_t nBefore = nUp == 0 ? std::string::npos : strOut.rfind('/', nUp - 1);
-        if (nBefore == std::string::npos) {
-            strPath = strOut.append(strPath, i + 1);
-            return false;
+        char* pBefore = pTo - 3;
+        while (pBefore != pStart && *--pBefore != '/') {
         }
-        strOut.erase(nBefore);
+        if (pBefore == pTo - 3 || *pBefore != '/') {
+            pTo = std::copy(pFrom + 1, pEnd, pTo);
+            bResult = false;
+            break;
+        }
+        pTo = pBefore;
     }
-    strPath.swap(strOut);
-    return true;
+    strPath.resize(static_cast<std::size_t>(pTo - pStart));
+    return bResult;
 }
 
 void RemoveHereSteps(std::string& strPath) {
-    std::string strOut;
-    strOut.reserve(strPath.size());
+    if (strPath.find("/./") == std::string::npos)
+        return;
+    char* const pStart = strPath.data();
+    char* pTo = pStart;
     for (const char c : strPath) {
-        strOut += c;
-        if (EndsWith(strOut, "/./"))
-            strOut.erase(strOut.size() - 2);
+        *pTo++ = c;
+        if (c == '/' && pTo - pStart >= 3 && pTo[-2] == '.' && pTo[-3] == '/')
+            pTo -= 2;
     }
-    strPath.swap(strOut);
+    strPath.resize(static_cast<std::size_t>(pTo - pStart));
 }
 
 int ListFolder(const std::string& strDir, int nFlag, std::list<std::string>& listName) {
@@ -139,22 +142,39 @@ void PutItems(FileWriter& writer, const std::map<std::string, std::string>& mapI
     }
 }
 
-// Adds up the lines of a text that grows, and tells when there are enough.
-class LineCounter {
+// Cuts a text that comes block by block into lines.
+class LineList {
 public:
-    explicit LineCounter(unsigned nEnough) : m_nEnough(nEnough) {}
+    // nMost 0: all lines.
+    explicit LineList(unsigned nMost) : m_nMost(nMost) {}
 
-    bool operator()(const std::string& strText) {
-        m_nLines += static_cast<std::size_t>(std::count(
-            strText.begin() + static_cast<std::ptrdiff_t>(m_nSeen), strText.end(), '\n'));
-        m_nSeen = strText.size();
-        return m_nLines >= m_nEnough;
+    // False when there are enough.
+    bool Add(std::string_view strBlock) {
+        while (!strBlock.empty() && !IsEnough()) {
+            const std::size_t nEnd = strBlock.find('\n');
+            m_strOpen.append(strBlock.substr(0, nEnd));
+            if (nEnd == std::string_view::npos)
+                return true;
+            m_listLine.push_back(m_strOpen);
+            m_strOpen.clear();
+            strBlock.remove_prefix(nEnd + 1);
+        }
+        return !IsEnough();
+    }
+
+    // The lines; what no line feed ends is the last one.
+    std::list<std::string>& Finish() {
+        if (!m_strOpen.empty() && !IsEnough())
+            m_listLine.push_back(m_strOpen);
+        return m_listLine;
     }
 
 private:
-    unsigned m_nEnough;
-    std::size_t m_nLines = 0;
-    std::size_t m_nSeen = 0;
+    bool IsEnough() const { return m_nMost != 0 && m_listLine.size() >= m_nMost; }
+
+    unsigned m_nMost;
+    std::string m_strOpen;
+    std::list<std::string> m_listLine;
 };
 
 // A standard tm counts years from 1900 and months from 0.
@@ -181,7 +201,9 @@ std::string DateTimeText(const char* szFormat, const std::tm& parts) {
 }  // namespace
 
 void ConvertPathSplit(std::string& strPath) {
-    strPath = Trim(strPath);
+    const std::string_view strTrimmed = TrimBlanks(strPath);
+    if (strTrimmed.size() != strPath.size())
+        strPath = std::string(strTrimmed);
     std::replace(strPath.begin(), strPath.end(), '\\', '/');
 }
 
@@ -363,21 +385,11 @@ int ReadCfgItemFromFile(const std::string& strPath, std::map<std::string, std::s
 }
 
 int ReadStrFromFile(const std::string& strPath, std::list<std::string>& listLine, unsigned nMost) {
-    std::string strText;
-    const EReadFile eRead =
-        nMost == 0 ? ReadFile(strPath, strText) : ReadFile(strPath, LineCounter(nMost), strText);
-    if (eRead != EReadFile::WHOLE)
+    LineList lines(nMost);
+    if (ReadBlocks(strPath, [&](std::string_view strBlock) { return lines.Add(strBlock); }) !=
+        EReadFile::WHOLE)
         return errno;
-    std::list<std::string> listRead;
-    const char* p = strText.data();
-    const char* const pEnd = p + strText.size();
-    while (p != pEnd && (nMost == 0 || listRead.size() < nMost)) {
-        const void* const pFound = std::memchr(p, '\n', static_cast<std::size_t>(pEnd - p));
-        const char* const pStop = pFound == nullptr ? pEnd : static_cast<const char*>(pFound);
-        listRead.emplace_back(p, static_cast<std::size_t>(pStop - p));
-        p = pStop == pEnd ? pEnd : pStop + 1;
-    }
-    listLine.swap(listRead);
+    listLine.swap(lines.Finish());
     return 0;
 }
 

@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <iostream>
+#include <memory>
 
 namespace NSTN_util {
 
@@ -37,8 +39,28 @@ private:
 
 }  // namespace
 
-EReadFile ReadFile(const std::string& strFile,
-                   const std::function<bool(const std::string&)>& isEnough, std::string& strText) {
+EReadFile ReadBlocks(const std::string& strFile,
+                     const std::function<bool(std::string_view)>& take) {
+    const OpenFile file(ZEMB_OS::fopen(strFile.c_str(), "r", PATH_CODE_SET));
+    if (file == nullptr)
+        return EReadFile::NOT_OPENED;
+    const int nFile = fileno(file.get());
+    const std::unique_ptr<char[]> pBlock(new char[BLOCK]);
+    bool bTaken = false;
+    for (;;) {
+        const ssize_t nRead = read(nFile, pBlock.get(), BLOCK);
+        if (nRead == 0)
+            return EReadFile::WHOLE;
+        if (nRead > 0 && !take({pBlock.get(), static_cast<std::size_t>(nRead)}))
+            return EReadFile::WHOLE;
+        bTaken = bTaken || nRead > 0;
+        // A folder opens, and refuses the first read.
+        if (nRead == -1 && errno != EINTR)
+            return bTaken ? EReadFile::BROKEN_OFF : EReadFile::NOT_OPENED;
+    }
+}
+
+EReadFile ReadFile(const std::string& strFile, std::string& strText) {
     strText.clear();
     const OpenFile file(ZEMB_OS::fopen(strFile.c_str(), "r", PATH_CODE_SET));
     if (file == nullptr)
@@ -46,39 +68,31 @@ EReadFile ReadFile(const std::string& strFile,
     const int nFile = fileno(file.get());
     struct stat info {};
     std::size_t nRoom = BLOCK;
-    if (fstat(nFile, &info) == 0 && S_ISREG(info.st_mode) && !isEnough)
+    if (fstat(nFile, &info) == 0 && S_ISREG(info.st_mode))
         nRoom = static_cast<std::size_t>(info.st_size) + 1;  // the last read sees the end
     std::size_t nSize = 0;
     ssize_t nRead = 0;
     do {
-        if (strText.size() - nSize < nRoom)
+        if (strText.size() == nSize) {
             strText.resize(nSize + nRoom);
-        nRead = read(nFile, strText.data() + nSize, strText.size() - nSize);
-        if (nRead > 0)
-            nSize += static_cast<std::size_t>(nRead);
-        nRoom = BLOCK;
-        if (isEnough && nRead > 0) {
-            strText.resize(nSize);
-            if (isEnough(strText))
-                break;
+            nRoom = std::max(BLOCK, nSize);
         }
+        nRead = read(nFile, strText.data() + nSize, strText.size() - nSize);
+        nSize += nRead > 0 ? static_cast<std::size_t>(nRead) : 0;
     } while (nRead > 0 || (nRead == -1 && errno == EINTR));
     strText.resize(nSize);
-    if (nRead >= 0)
+    if (nRead == 0)
         return EReadFile::WHOLE;
-    // A folder opens, and refuses the first read.
     return strText.empty() ? EReadFile::NOT_OPENED : EReadFile::BROKEN_OFF;
 }
 
-EReadFile ReadFile(const std::string& strFile, std::string& strText) {
-    return ReadFile(strFile, nullptr, strText);
-}
-
 EReadFile ReadFile(const std::string& strFile, std::size_t nMaxLine, std::string& strText) {
+    strText.clear();
     LineWatch watch(nMaxLine);
-    return ReadFile(
-        strFile, [&watch](const std::string& strRead) { return watch.IsTooLong(strRead); },
-        strText);
+    return ReadBlocks(strFile, [&](std::string_view strBlock) {
+        strText.append(strBlock);
+        return !watch.IsTooLong(strText);
+    });
 }
 
 }  // namespace NSTN_util

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <string_view>
 
 namespace NSTN_util {
 
@@ -15,9 +16,9 @@ enum class EReadFile {
 // Reads a file by large blocks, into a string that is made as long as the file at once.
 EReadFile ReadFile(const std::string& strFile, std::string& strText);
 
-// The same, until isEnough says so of what has been read: endless files end.
-EReadFile ReadFile(const std::string& strFile,
-                   const std::function<bool(const std::string&)>& isEnough, std::string& strText);
+// Hands a file over block by block, until take answers false: endless files end. NOT_OPENED when
+// not even the first block can be read.
+EReadFile ReadBlocks(const std::string& strFile, const std::function<bool(std::string_view)>& take);
 
 // Reads a file of lines. A line of over nMaxLine characters ends the reading like the end of the
 // file, with all of that line or a part that is too long: what follows is never asked for.
