@@ -88,11 +88,18 @@ int TNReqTimeoutImpl::LoadTimeoutCfgFile(const std::string& strFile) {
     int nResult = 0;
     NSTN_util::GuardedCall([&] {
         WriteGuard guard(m_rwLock);
-        m_strCfgFile = strFile;
-        m_tFileModifyTime = NSTN_util::GetModifyFileUTCTime(strFile);
-        nResult = LoadCfg(strFile);
-        m_bLoadSuccess = nResult != 0;
+        nResult = Load_nolock(strFile);
     });
+    return nResult;
+}
+
+int TNReqTimeoutImpl::Load_nolock(const std::string& strFile) {
+    m_bLoadSuccess = false;
+    if (&strFile != &m_strCfgFile)
+        m_strCfgFile = strFile;
+    m_tFileModifyTime = NSTN_util::GetModifyFileUTCTime(strFile);
+    const int nResult = LoadCfg(strFile);
+    m_bLoadSuccess = nResult != 0;
     return nResult;
 }
 
@@ -178,13 +185,12 @@ bool TNReqTimeoutImpl::IsNeedReloadCfgFile() {
 int TNReqTimeoutImpl::ReLoadCfgFileIfNeed() {
     if (!IsNeedReloadCfgFile())
         return 1;
-    std::string strFile;
-    {
-        ReadGuard guard(m_rwLock);
-        strFile = m_strCfgFile;
-    }
-    // Through the interface: what overrides the load is asked too.
-    static_cast<TNReqTimeoutIF*>(this)->LoadTimeoutCfgFile(strFile);
+    // The name is taken under the lock that loads: a file that another thread loads meanwhile stays
+    // in force.
+    NSTN_util::GuardedCall([&] {
+        WriteGuard guard(m_rwLock);
+        Load_nolock(m_strCfgFile);
+    });
     return IscfgLoadSuccess();
 }
 

@@ -32,6 +32,7 @@ private:
     using Lines = std::vector<std::string_view>;
 
     void Init();
+    int Load_nolock(const std::string& strFile);
     int LoadCfg(const std::string& strFile);
     // strText holds the file as long as the sections are used.
     static bool LoadCfgFileContent(const std::string& strFile, std::string& strText,

@@ -2,12 +2,10 @@
 #include "item_check.h"
 #include "item_writer.h"
 
-#include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/tnreadcfg.h"
 
 #include <CLI/CLI.hpp>
 
-#include <cstring>
 #include <memory>
 
 namespace host {
@@ -29,6 +27,11 @@ NSTN_util::TNReadCfg& ReaderOf(Session& session, const std::string& strFile) {
         session.mapCfg.erase(it);
         throw CommandError(SYSTEM_FAILED, strFile + ": no such file");
     }
+    std::map<std::string, std::string> mapIgnored;
+    if (bNew && !it->second.LoadCfgItemFromFile(mapIgnored)) {
+        session.mapCfg.erase(it);
+        throw CommandError(SYSTEM_FAILED, strFile + ": the file cannot be read");
+    }
     return it->second;
 }
 
@@ -36,7 +39,7 @@ int Show(Session& session, const CfgArguments& args) {
     if (args.strFile.empty())
         throw CommandError(WRONG_USAGE, "cfg: which FILE?");
     NSTN_util::TNReadCfg& cfg = ReaderOf(session, args.strFile);
-    Json::Value record;
+    Json::Value record(Json::objectValue);
     if (args.strKey.empty()) {
         std::map<std::string, std::string> mapItem;
         cfg.GetAllCfgItem(mapItem);
@@ -65,11 +68,7 @@ int Show(Session& session, const CfgArguments& args) {
 }
 
 int Set(const Session& session, const CfgArguments& args) {
-    if (args.bNew && !NSTN_util::IsFile(args.strFile))
-        if (const int nError = NSTN_util::AppendToFile(args.strFile, std::list<std::string>());
-            nError != 0)
-            throw CommandError(SYSTEM_FAILED, args.strFile + ": " + std::strerror(nError));
-    const std::string strBefore = SetItem(args.strFile, args.strKey, args.strValue);
+    const std::string strBefore = SetItem(args.strFile, args.strKey, args.strValue, args.bNew);
     Json::Value record;
     record["file"] = args.strFile;
     record["key"] = args.strKey;

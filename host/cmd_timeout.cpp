@@ -5,7 +5,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <climits>
 #include <memory>
+#include <optional>
 #include <set>
 
 namespace host {
@@ -31,7 +34,7 @@ std::string At(const TimeoutFile::Fact& fact) {
     return " (" + fact.place.Text() + ": " + fact.place.strText + ")";
 }
 
-// How the file, as it is now, leads to a number of seconds.
+// How the files lead to a number of seconds.
 struct Reason {
     long nSeconds = 0;
     std::vector<std::string> vecStep;
@@ -74,48 +77,81 @@ Reason ReasonOf(const TimeoutFile& file, const TimeoutArguments& args) {
     if (reason.nSeconds <= 0) {
         reason.nSeconds = WITHOUT_DEFAULT;
         reason.Step("not above 0: 60 s instead");
+    } else if (reason.nSeconds > INT_MAX) {
+        reason.nSeconds = INT_MAX;
+        reason.Step("cut to what 32 bits hold");
     }
     return reason;
 }
 
-// What the files say now, loaded one over the other.
-TimeoutFile Loaded(const std::vector<std::string>& vecFile) {
-    TimeoutFile file(vecFile.front());
-    for (std::size_t i = 1; i < vecFile.size(); ++i)
-        file.LoadOver(TimeoutFile(vecFile[i]));
-    return file;
+int Answer(const TimeoutArguments& args) {
+    return args.bDual ? Service().GetReqTimeDualValue(args.nCmd)
+                      : Service().GetReqTimeOutValue(args.nCmd, args.nCount, args.bOffset);
+}
+
+// The book with the file over it as it is now; nothing when the file is gone.
+std::optional<TimeoutFile> WithFileNow(const TimeoutFile& book, const std::string& strFile) {
+    try {
+        TimeoutFile file = book;
+        file.LoadOver(TimeoutFile(strFile));
+        return file;
+    } catch (const CommandError&) {
+        return std::nullopt;
+    }
 }
 
 int ShowTimeout(Session& session, const TimeoutArguments& args) {
-    const std::vector<std::string>& vecFile = session.LoadTimeouts(args.strFile);
-    const int nSeconds = args.bDual
-                             ? Service().GetReqTimeDualValue(args.nCmd)
-                             : Service().GetReqTimeOutValue(args.nCmd, args.nCount, args.bOffset);
+    const std::string strFile = session.LoadTimeouts(args.strFile);
+    const int nSeconds = Answer(args);
     Json::Value record;
     record["command"] = args.nCmd;
     record["seconds"] = nSeconds;
     std::string strText = std::to_string(nSeconds) + " s";
-    if (!vecFile.empty()) {
-        const Reason reason = ReasonOf(Loaded(vecFile), args);
+    if (session.timeouts) {
+        // The library has read the file again when only the file of now explains its answer.
+        const std::optional<TimeoutFile> now = WithFileNow(*session.timeouts, strFile);
+        Reason reason = ReasonOf(*session.timeouts, args);
+        const long nNow = now ? ReasonOf(*now, args).nSeconds : reason.nSeconds;
+        if (reason.nSeconds != nSeconds && nNow == nSeconds) {
+            session.timeouts = now;
+            reason = ReasonOf(*now, args);
+        }
+        if (reason.nSeconds != nNow)
+            reason.Step("the file has changed since: " + std::to_string(nNow) +
+                        " s when it is read again");
         for (const std::string& strStep : reason.vecStep) {
             record["why"].append(strStep);
             strText += "\n  " + strStep;
-        }
-        if (reason.nSeconds != nSeconds) {
-            record["file_now"] = static_cast<Json::Int64>(reason.nSeconds);
-            strText += "\n  so " + std::to_string(reason.nSeconds) +
-                       " s by the file as it is now, which the process has not read yet";
         }
     }
     session.out.Put(strText, record);
     return DONE;
 }
 
+// Brings the book to what the library has read, if it has read the file again.
+void Follow(Session& session, const std::string& strFile) {
+    const auto IsAnswered = [](const TimeoutFile& book) {
+        const auto Same = [&](const std::map<int, TimeoutFile::Fact>& mapFact, bool bDual) {
+            return std::all_of(mapFact.begin(), mapFact.end(), [&](const auto& entry) {
+                TimeoutArguments args;
+                args.nCmd = entry.first;
+                args.bDual = bDual;
+                return ReasonOf(book, args).nSeconds == Answer(args);
+            });
+        };
+        return Same(book.mapTimeout, false) && Same(book.mapDual, true);
+    };
+    const std::optional<TimeoutFile> now = WithFileNow(*session.timeouts, strFile);
+    if (now && IsAnswered(*now))
+        session.timeouts = now;
+}
+
 int ShowTimeouts(Session& session, const std::string& strGiven) {
-    const std::vector<std::string>& vecFile = session.LoadTimeouts(strGiven);
-    if (vecFile.empty())
+    const std::string strFile = session.LoadTimeouts(strGiven);
+    if (!session.timeouts)
         throw CommandError(ANSWER_NO, "timeouts: no time-out file is loaded; give --file");
-    const TimeoutFile file = Loaded(vecFile);
+    Follow(session, strFile);
+    const TimeoutFile& file = *session.timeouts;
     std::set<int> setCmd;
     for (const auto* const pMap : {&file.mapTimeout, &file.mapDual})
         for (const auto& [nCmd, fact] : *pMap)

@@ -5,6 +5,7 @@
 
 #include "tovelkarin/nml_commondataapi.h"
 #include "tovelkarin/nml_filemgr.h"
+#include "tovelkarin/stringutil.h"
 
 #include <algorithm>
 #include <map>
@@ -28,6 +29,15 @@ constexpr int CLAMPED_BELOW = 300;
 
 bool LooksLikeNumber(const std::string& strValue) {
     return strValue.find_first_of("0123456789") == (strValue.find_first_of("+-") == 0 ? 1U : 0U);
+}
+
+// Whether 32 bits do not hold a number of digits alone.
+bool Wraps(const std::string& strNumber) {
+    const bool bHex = strNumber.size() > 1 && (strNumber[1] == 'x' || strNumber[1] == 'X');
+    const std::size_t nFirst = strNumber.find_first_not_of('0', bHex ? 2 : 0);
+    const std::size_t nDigits = nFirst == std::string::npos ? 0 : strNumber.size() - nFirst;
+    return nDigits > 10 || (bHex && nDigits > 8) ||
+           (!bHex && NSTN_util::HexDecStr2LongLong(strNumber) > 4294967295LL);
 }
 
 class ItemCheck {
@@ -58,7 +68,8 @@ private:
         m_file.vecFinding.push_back(FindingAt(eSeverity, place, nOffset, strWhat, strExpected));
     }
 
-    void CheckLine(const Place& place) {
+    void CheckLine(Place place) {
+        place.strText = NSTN_util::Trim(place.strText.c_str());  // as the reader: to a zero byte
         if (place.strText.empty() || place.strText.front() == '#')
             return;
         std::string strKey;
@@ -75,10 +86,15 @@ private:
                 "'" + strKey + "' again: this line counts, not the one at " + it->second.Text());
             it->second = place;
         }
-        if (LooksLikeNumber(strValue) && !NSTN_util::isHexDecStr(strValue))
+        if ((m_pKnown != nullptr || LooksLikeNumber(strValue)) && !NSTN_util::isHexDecStr(strValue))
             Add(ESeverity::WARNING, place, nValue,
                 "'" + strValue + "' is read as text only, not as an integer",
                 "decimal digits, or hexadecimal ones behind 0x");
+        else if (LooksLikeNumber(strValue) && Wraps(strValue))
+            Add(ESeverity::WARNING, place, nValue,
+                "'" + strValue + "' is read as " +
+                    std::to_string(NSTN_util::HexDecStr2Int(strValue)) + ", its low 32 bits",
+                "a number that 32 bits hold");
         CheckKnown(place, strKey, strValue, nValue);
     }
 

@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -84,7 +85,9 @@ public:
         const Handle folder(
             open(strFolder.empty() ? "/" : strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
         if (folder == -1 || fsync(folder) != 0)
-            Fail(strFile);
+            throw CommandError(
+                SYSTEM_FAILED,
+                strFile + ": written, but a power failure may undo it: " + std::strerror(errno));
     }
 
 private:
@@ -110,19 +113,45 @@ void CheckItem(const std::string& strKey, const std::string& strValue) {
         Refuse("the line gets over 1022 characters");
 }
 
-// Where the value of the last line of strKey stands; false when no line has the key.
+// Opens a plain file and waits until nobody else changes it; info becomes its properties.
+int LockFile(const std::string& strPath, struct stat& info) {
+    for (;;) {
+        struct stat now {};
+        if (stat(strPath.c_str(), &info) != 0)
+            Fail(strPath);
+        if (!S_ISREG(info.st_mode))
+            throw CommandError(SYSTEM_FAILED, strPath + ": no plain file");
+        const int nFile = open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+        if (nFile == -1)
+            Fail(strPath);
+        // Whoever waited finds another file in its place and waits for that one.
+        if (flock(nFile, LOCK_EX) == 0 && fstat(nFile, &info) == 0 &&
+            stat(strPath.c_str(), &now) == 0 && now.st_ino == info.st_ino &&
+            now.st_dev == info.st_dev)
+            return nFile;
+        close(nFile);
+    }
+}
+
+// Where a value stands in a text.
+struct Span {
+    std::size_t nFrom = 0;
+    std::size_t nTo = 0;
+};
+
+// Finds the value of the last line of strKey; false when no line has the key.
 bool FindValue(const std::string& strFile, const std::string& strText, const std::string& strKey,
-               std::size_t& nFrom, std::size_t& nTo) {
+               Span& value) {
     bool bFound = false;
     int nLine = 0;
     for (std::size_t nStart = 0; nStart < strText.size();) {
         const std::size_t nEnd = std::min(strText.find('\n', nStart), strText.size());
         const std::string strLine = strText.substr(nStart, nEnd - nStart);
         ++nLine;
-        if (strLine.size() > ITEM_LINE_MAX)
+        if (strLine.size() > ITEM_LINE_MAX || strLine.find('\0') != std::string::npos)
             throw CommandError(ANSWER_NO, strFile + ":" + std::to_string(nLine) +
-                                              ": line of over 1022 characters: what follows is "
-                                              "never read, so mend it first");
+                                              ": a line of over 1022 characters, or a zero byte, "
+                                              "hides from readers what follows");
         std::string strLeft;
         std::string strRight;
         const std::string strTrimmed = NSTN_util::Trim(strLine);
@@ -130,8 +159,7 @@ bool FindValue(const std::string& strFile, const std::string& strText, const std
             NSTN_util::SplitStrBySeparator(strTrimmed, "=", strLeft, strRight) &&
             strLeft == strKey) {
             bFound = true;
-            nFrom = nStart + strLine.find('=') + 1;
-            nTo = nStart + NSTN_util::RTrim(strLine).size();
+            value = {nStart + strLine.find('=') + 1, nStart + NSTN_util::RTrim(strLine).size()};
         }
         nStart = nEnd + 1;
     }
@@ -141,33 +169,41 @@ bool FindValue(const std::string& strFile, const std::string& strText, const std
 }  // namespace
 
 std::string SetItem(const std::string& strFile, const std::string& strKey,
-                    const std::string& strValue) {
+                    const std::string& strValue, bool bNew) {
     CheckItem(strKey, strValue);
+    if (bNew)  // nothing when it is there
+        close(open(strFile.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
     std::error_code error;
     const std::string strPath = std::filesystem::canonical(strFile, error).string();
     if (error)
         throw CommandError(SYSTEM_FAILED, strFile + ": " + error.message());
-    std::string strText;
     struct stat info {};
+    const Handle lock(LockFile(strPath, info));
+    std::string strText;
     if (const int nError = NSTN_util::ReadStrFromFile(strPath, strText); nError != 0)
         throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(nError));
-    if (stat(strPath.c_str(), &info) != 0)
-        Fail(strFile);
     std::string strBefore;
-    std::size_t nFrom = 0;
-    std::size_t nTo = 0;
-    if (FindValue(strFile, strText, strKey, nFrom, nTo)) {
-        strBefore = NSTN_util::Trim(strText.substr(nFrom, nTo - nFrom));
-        strText.replace(nFrom, nTo - nFrom, strValue.empty() ? "" : " " + strValue);
+    Span value;
+    if (FindValue(strFile, strText, strKey, value)) {
+        strBefore = NSTN_util::Trim(strText.substr(value.nFrom, value.nTo - value.nFrom));
+        strText.replace(value.nFrom, value.nTo - value.nFrom,
+                        strValue.empty() ? "" : " " + strValue);
         strBefore = strBefore == strValue
                         ? " (as before)"
                         : " (was " + (strBefore.empty() ? "empty" : strBefore) + ")";
     } else {
+        const bool bCarriageReturns = strText.find("\r\n") != std::string::npos;
+        const std::string strLineEnd = bCarriageReturns ? "\r\n" : "\n";
         if (!strText.empty() && strText.back() != '\n')
-            strText += '\n';
-        strText += strKey + " = " + strValue + "\n";
+            strText += strLineEnd;
+        strText += strKey + " = " + strValue + strLineEnd;
         strBefore = " (new)";
     }
+    // The line may have blanks of its own; and what is written must be what will be read.
+    Span written;
+    if (!FindValue(strFile, strText, strKey, written) ||
+        NSTN_util::Trim(strText.substr(written.nFrom, written.nTo - written.nFrom)) != strValue)
+        throw CommandError(ANSWER_NO, strFile + ": the item would not be read back");
     NewFile file(strPath);
     file.Write(strText, info);
     file.PutInPlace(strPath);

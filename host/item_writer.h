@@ -10,7 +10,8 @@ namespace host {
 // one than before, even within one second. Returns what to tell about the
 // value before. Throws CommandError, with the file untouched, when the item cannot be written so
 // that it is read back, or the system fails.
+// With bNew a file that is not there is made. Two calls for one file wait for each other.
 std::string SetItem(const std::string& strFile, const std::string& strKey,
-                    const std::string& strValue);
+                    const std::string& strValue, bool bNew);
 
 }  // namespace host

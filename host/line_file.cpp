@@ -44,6 +44,7 @@ LineFile::LineFile(const std::string& strFile) {
     if (const int nError = NSTN_util::ReadStrFromFile(strFile, strText); nError != 0)
         throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(nError));
     std::size_t nCarriageReturns = 0;
+    std::size_t nPlainEnds = 0;
     for (std::size_t nStart = 0; nStart < strText.size();) {
         const std::size_t nEnd = std::min(strText.find('\n', nStart), strText.size());
         const std::string strLine = strText.substr(nStart, nEnd - nStart);
@@ -54,19 +55,23 @@ LineFile::LineFile(const std::string& strFile) {
         line.place = {strFile, static_cast<int>(vecLine.size()) + 1,
                       nFirst == std::string::npos ? 1 : static_cast<int>(nFirst) + 1,
                       NSTN_util::Trim(strLine)};
-        if (!strLine.empty() && strLine.back() == '\r')
-            ++nCarriageReturns;
+        if (nEnd != strText.size())
+            ++(!strLine.empty() && strLine.back() == '\r' ? nCarriageReturns : nPlainEnds);
+        if (strLine.find('\0') != std::string::npos)
+            vecFinding.push_back(FindingAt(ESeverity::ERROR, line.place, 0,
+                                           "zero byte: readers of items drop what follows it",
+                                           "text"));
         vecLine.push_back(line);
     }
     if (strText.compare(0, 3, BYTE_ORDER_MARK) == 0)
         vecFinding.push_back(FindingAt(ESeverity::ERROR, vecLine[0].place, 0,
                                        "byte-order mark: it is read as part of the first line",
                                        "plain UTF-8 without one"));
-    if (nCarriageReturns != 0 && nCarriageReturns != vecLine.size())
+    if (nCarriageReturns != 0 && nPlainEnds != 0)
         vecFinding.push_back(FindingAt(ESeverity::WARNING, vecLine[0].place, 0,
-                                       Counted(nCarriageReturns, "line") + " of " +
-                                           std::to_string(vecLine.size()) +
-                                           " end with a carriage return",
+                                       Counted(nCarriageReturns, "line") +
+                                           " with a carriage return at the end, " +
+                                           std::to_string(nPlainEnds) + " without",
                                        "one kind of line end"));
 }
 

@@ -2,6 +2,7 @@
 
 #include "trail_holder.h"
 
+#include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/tnreqtimeout.h"
 
 #include "zemb/module.h"
@@ -79,17 +80,22 @@ bool Session::LoadTable(const std::string& strFile) {
     return bGood;
 }
 
-const std::vector<std::string>& Session::LoadTimeouts(const std::string& strFile) {
+std::string Session::LoadTimeouts(const std::string& strFile) {
     if (strFile.empty())
-        return m_vecTimeoutFile;
-    if (!std::filesystem::is_regular_file(strFile))
+        return m_strTimeoutFile;
+    if (!NSTN_util::IsFile(strFile))
         throw CommandError(SYSTEM_FAILED, strFile + ": no such time-out file");
+    TimeoutFile file(strFile);
     if (NSTE_util::TNReqTimeoutIF::Instance()->LoadTimeoutCfgFile(strFile) == 0) {
         std::cout << std::endl;  // behind what the library prints
         std::cerr << "tovelkarin: see 'tovelkarin check timeouts " << strFile << "'" << std::endl;
     }
-    m_vecTimeoutFile.push_back(strFile);
-    return m_vecTimeoutFile;
+    if (timeouts)
+        timeouts->LoadOver(file);
+    else
+        timeouts = std::move(file);
+    m_strTimeoutFile = strFile;
+    return strFile;
 }
 
 void Session::EchoTrace(bool bOn) {

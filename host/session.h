@@ -2,6 +2,7 @@
 
 #include "ledger.h"
 #include "output.h"
+#include "timeout_file.h"
 
 #include "tovelkarin/tnreadcfg.h"
 
@@ -9,8 +10,8 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace host {
 
@@ -35,8 +36,8 @@ public:
     bool LoadTable(const std::string& strFile);
 
     // Loads a request time-out file into the library; "": none but the root's own, which Start has
-    // loaded if there is one. Returns the files loaded so far, each over the one before.
-    const std::vector<std::string>& LoadTimeouts(const std::string& strFile);
+    // loaded if there is one. Returns the file that was loaded last, or "".
+    std::string LoadTimeouts(const std::string& strFile);
 
     // Shows the module's log lines on standard output as they are written.
     void EchoTrace(bool bOn);
@@ -49,6 +50,7 @@ public:
     Ledger ledger;
     std::map<std::string, std::unique_ptr<TrailHolder>> mapTrail;
     std::map<std::string, NSTN_util::TNReadCfg> mapCfg;  // by the path as given
+    std::optional<TimeoutFile> timeouts;  // what the time-out files said when they were loaded
     zemb::ScopedClock clock;
 
 private:
@@ -56,7 +58,7 @@ private:
     bool m_bStarted = false;
     bool m_bStopped = false;
     bool m_bTableLoaded = false;
-    std::vector<std::string> m_vecTimeoutFile;
+    std::string m_strTimeoutFile;
     bool m_bQuit = false;
 };
 

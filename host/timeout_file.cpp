@@ -148,8 +148,11 @@ void TimeoutFile::ReadCommand(const Place& place) {
     else if (nSeconds <= 0)
         Add(ESeverity::WARNING, place,
             std::to_string(nSeconds) + " seconds" +
-                (m_eSection == ESection::TIMEOUT ? ": 60 are taken instead" : ""),
+                (m_eSection == ESection::TIMEOUT ? ": where that stays so, 60 are taken" : ""),
             "a number above 0");
+    if (nSeconds == INT_MAX || nSeconds == INT_MIN)
+        Add(ESeverity::WARNING, place, "cut to " + std::to_string(nSeconds) + " seconds",
+            "a number that 32 bits hold");
     std::map<int, Fact>& mapFact = m_eSection == ESection::TIMEOUT ? mapTimeout : mapDual;
     const auto [it, bNew] = mapFact.try_emplace(nCmd, Fact{nSeconds, place});
     if (!bNew) {
@@ -168,8 +171,14 @@ void TimeoutFile::CheckWhole(const std::string& strFile) {
     if (defaultTimeout && defaultTimeout->nValue <= 0)
         Add(ESeverity::WARNING, defaultTimeout->place,
             "a default of " + std::to_string(defaultTimeout->nValue) +
-                " seconds: 60 are taken instead",
+                " seconds: 60, or the caller's default, are taken",
             "a number above 0");
+    if (offset && offset->nValue < 0)
+        for (const auto& [nCmd, fact] : mapTimeout)
+            if (fact.nValue > 0 && long{fact.nValue} + offset->nValue <= 0)
+                Add(ESeverity::WARNING, fact.place,
+                    "with the offset of " + std::to_string(offset->nValue) +
+                        " not above 0: 60 are taken");
 }
 
 }  // namespace host

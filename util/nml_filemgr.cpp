@@ -106,6 +106,12 @@ int ListFolder(const std::string& strDir, int nFlag, std::list<std::string>& lis
     return 0;
 }
 
+// A name of an entry, which leads out of no folder.
+bool IsEntryName(const std::string& strName) {
+    return !strName.empty() && strName != "." && strName != ".." &&
+           strName.find('/') == std::string::npos;
+}
+
 int RemoveFileOrError(const std::string& strPath) {
     return RemoveFile(strPath) == 0 ? 0 : errno;
 }
@@ -126,7 +132,7 @@ int DeleteLowest(const std::string& strDir, std::list<std::string>& listName, un
     listName.sort();
     std::size_t nDelete = listName.size() - nKeep;
     for (auto it = listName.begin(); nDelete > 0; --nDelete) {
-        const int nOne = fnDelete(SpliceDir(strDir, *it));
+        const int nOne = IsEntryName(*it) ? fnDelete(SpliceDir(strDir, *it)) : EINVAL;
         nResult = nResult == 0 ? nOne : nResult;
         it = nOne == 0 ? listName.erase(it) : std::next(it);
     }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <exception>
 #include <iostream>
 #include <memory>
 
@@ -15,6 +16,8 @@ namespace NSTN_util {
 namespace {
 
 constexpr std::size_t BLOCK = std::size_t{64} * 1024;
+// A file may claim any length; beyond this the room grows as the text does.
+constexpr std::size_t FIRST_ROOM_MOST = std::size_t{256} * 1024 * 1024;
 
 // Finds lines that are too long in a text that grows.
 class LineWatch {
@@ -37,11 +40,47 @@ private:
     std::size_t m_nSeen = 0;
 };
 
+// Opens a file for reading, but no pipe: its writer may never come.
+OpenFile OpenToRead(const std::string& strFile) {
+    struct stat info {};
+    if (ZEMB_OS::stat(strFile.c_str(), &info, PATH_CODE_SET) == 0 &&
+        (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode))) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    return OpenFile(ZEMB_OS::fopen(strFile.c_str(), "r", PATH_CODE_SET));
+}
+
+EReadFile ReadWhole(const std::string& strFile, std::string& strText) {
+    const OpenFile file = OpenToRead(strFile);
+    if (file == nullptr)
+        return EReadFile::NOT_OPENED;
+    const int nFile = fileno(file.get());
+    struct stat info {};
+    std::size_t nRoom = BLOCK;
+    if (fstat(nFile, &info) == 0 && S_ISREG(info.st_mode))
+        nRoom = std::min(static_cast<std::size_t>(info.st_size) + 1, FIRST_ROOM_MOST);
+    std::size_t nSize = 0;
+    ssize_t nRead = 0;
+    do {
+        if (strText.size() == nSize) {
+            strText.resize(nSize + nRoom);
+            nRoom = std::max(BLOCK, nSize);
+        }
+        nRead = read(nFile, strText.data() + nSize, strText.size() - nSize);
+        nSize += nRead > 0 ? static_cast<std::size_t>(nRead) : 0;
+    } while (nRead > 0 || (nRead == -1 && errno == EINTR));
+    strText.resize(nSize);
+    if (nRead == 0)
+        return EReadFile::WHOLE;
+    return strText.empty() ? EReadFile::NOT_OPENED : EReadFile::BROKEN_OFF;
+}
+
 }  // namespace
 
 EReadFile ReadBlocks(const std::string& strFile,
                      const std::function<bool(std::string_view)>& take) {
-    const OpenFile file(ZEMB_OS::fopen(strFile.c_str(), "r", PATH_CODE_SET));
+    const OpenFile file = OpenToRead(strFile);
     if (file == nullptr)
         return EReadFile::NOT_OPENED;
     const int nFile = fileno(file.get());
@@ -62,28 +101,13 @@ EReadFile ReadBlocks(const std::string& strFile,
 
 EReadFile ReadFile(const std::string& strFile, std::string& strText) {
     strText.clear();
-    const OpenFile file(ZEMB_OS::fopen(strFile.c_str(), "r", PATH_CODE_SET));
-    if (file == nullptr)
+    try {
+        return ReadWhole(strFile, strText);
+    } catch (const std::exception&) {
+        strText = std::string();
+        errno = ENOMEM;
         return EReadFile::NOT_OPENED;
-    const int nFile = fileno(file.get());
-    struct stat info {};
-    std::size_t nRoom = BLOCK;
-    if (fstat(nFile, &info) == 0 && S_ISREG(info.st_mode))
-        nRoom = static_cast<std::size_t>(info.st_size) + 1;  // the last read sees the end
-    std::size_t nSize = 0;
-    ssize_t nRead = 0;
-    do {
-        if (strText.size() == nSize) {
-            strText.resize(nSize + nRoom);
-            nRoom = std::max(BLOCK, nSize);
-        }
-        nRead = read(nFile, strText.data() + nSize, strText.size() - nSize);
-        nSize += nRead > 0 ? static_cast<std::size_t>(nRead) : 0;
-    } while (nRead > 0 || (nRead == -1 && errno == EINTR));
-    strText.resize(nSize);
-    if (nRead == 0)
-        return EReadFile::WHOLE;
-    return strText.empty() ? EReadFile::NOT_OPENED : EReadFile::BROKEN_OFF;
+    }
 }
 
 EReadFile ReadFile(const std::string& strFile, std::size_t nMaxLine, std::string& strText) {

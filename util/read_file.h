@@ -13,7 +13,8 @@ enum class EReadFile {
     BROKEN_OFF,  // reading failed on the way; strText holds what came before, the reason in errno
 };
 
-// Reads a file by large blocks, into a string that is made as long as the file at once.
+// Reads a file by large blocks, into a string that is made as long as the file at once. A pipe, and
+// what memory does not hold, counts as not opened.
 EReadFile ReadFile(const std::string& strFile, std::string& strText);
 
 // Hands a file over block by block, until take answers false: endless files end. NOT_OPENED when

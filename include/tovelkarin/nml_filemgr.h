@@ -78,16 +78,18 @@ TN_API int CheckFolerSize(const std::string& strDir, double& dBytes, unsigned& n
 TN_API double GetFolerSize(const std::string& strDir, unsigned nLimit);
 
 // Deletes the folders (files) of strDir that listName names, lowest names first, until nKeep are
-// left; time-stamped names go oldest first. With bFill listName is filled from strDir before.
-// listName then holds what is left, ascending. 0, or the first failure, which stops nothing.
-// Cost: n log n.
+// left; time-stamped names go oldest first. With bFill listName is filled from strDir before. A
+// list of no more than nKeep names stays as it is; otherwise listName then holds what is left,
+// ascending. 0, or the first failure, which stops nothing: EINVAL for "", ".", ".." and a name with
+// "/". Cost: n log n.
 TN_API int DeleteFolderByOrderName(const std::string& strDir, std::list<std::string>& listName,
                                    unsigned nKeep, bool bFill);
 TN_API int RemoveFileByOrderName(const std::string& strDir, std::list<std::string>& listName,
                                  unsigned nKeep, bool bFill);
 
-// Whole files. 0, or errno. Texts are written up to their first zero byte. A file that is written
-// anew is emptied first: what fails later is lost.
+// Whole files. 0, or errno; a pipe is not read (EINVAL), so that nobody waits for its other end.
+// Texts are written up to their first zero byte. A file that is written anew is emptied first: what
+// fails later is lost.
 
 // The texts one after the other.
 TN_API int WriteStrToFile(const std::string& strPath, const std::list<std::string>& listText);

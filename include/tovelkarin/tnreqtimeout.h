@@ -10,9 +10,10 @@ namespace NSTE_util {
 // How long to wait for the reply to a command request, in seconds, from the request time-out file
 // (docs/timeout-file.md); and single items of other configuration files.
 //
-// The file is read when LoadTimeoutCfgFile is called. If it asks for it ("need_auto_refresh"), it
-// is read again by itself: a query looks at most once per 301 seconds of the platform's clock, and
-// reads when the modification time has changed or the last load failed.
+// The file is read when LoadTimeoutCfgFile is called. If it asks for it ("need_auto_refresh"), it is
+// read again by itself: a query looks at most once per 301 seconds of the platform's clock, and
+// reads when the modification time has changed or the last load failed. Until a load has found that
+// wish, one that failed is not tried again.
 //
 // Any thread. Queries hold a readers' lock while they look, loads and GetItemValue the writers'
 // lock, also while they read the file. No operation throws. What is wrong with the file is printed

@@ -120,7 +120,9 @@ int DeleteContent(Folder& folder) {
             Folder inner(folder.Handle(), strName.c_str(), O_NOFOLLOW);
             KeepFirst(nError, DeleteContent(inner));
         }
-        if (unlinkat(folder.Handle(), strName.c_str(), bFolder ? AT_REMOVEDIR : 0) != 0)
+        // What somebody else has deleted meanwhile is gone too.
+        if (unlinkat(folder.Handle(), strName.c_str(), bFolder ? AT_REMOVEDIR : 0) != 0 &&
+            errno != ENOENT)
             KeepFirst(nError, errno);
     }
     return nError;
@@ -178,12 +180,16 @@ bool ZembFileUtil::isDir(const char* szPath, const char*) {
 }
 
 int ZembFileUtil::delDir(const char* szPath, const char*) {
+    // A "/" behind a link would have it followed.
+    std::string strPath = Text(szPath);
+    while (strPath.size() > 1 && strPath.back() == '/')
+        strPath.pop_back();
     int nError = 0;
     {
-        Folder folder(AT_FDCWD, Text(szPath), O_NOFOLLOW);
+        Folder folder(AT_FDCWD, strPath.c_str(), O_NOFOLLOW);
         nError = DeleteContent(folder);
     }
-    if (nError == 0 && ::rmdir(Text(szPath)) != 0)
+    if (nError == 0 && ::rmdir(strPath.c_str()) != 0)
         nError = errno;
     return nError;
 }

@@ -95,6 +95,14 @@ TEST_F(TNReadCfgTest, ReportsTheFirstReadOfAMissingFile) {
     EXPECT_FALSE(m_cfg.SetFileName(m_folder.Path()));  // a folder is no file
 }
 
+TEST_F(TNReadCfgTest, NeverReadsAFileOfTheTimeZero) {
+    m_tModify = -1;
+    Write("a = 1\n");
+    m_cfg.SetFileName(m_folder.Path("a.cfg"));
+    EXPECT_EQ(-77, Int("a"));
+    EXPECT_THAT(m_debug.Take(), IsEmpty());
+}
+
 TEST_F(TNReadCfgTest, TakesPathsOfBothKindsAndReadsOnlyWhatChanged) {
     Write("a = 1\nno equal\n");
     std::string strPath = m_folder.Path("a.cfg") + " ";

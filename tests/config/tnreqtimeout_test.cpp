@@ -117,6 +117,23 @@ TEST_F(TNReqTimeoutTest, ReadsItemsOfOtherFilesAndReportsThoseThatExist) {
     EXPECT_EQ(1U, m_debug.Take().size());  // another spelling is another reader
 }
 
+TEST_F(TNReqTimeoutTest, KeepsTheFileThatIsLoadedWhileAnotherThreadReadsTheOldOneAgain) {
+    const std::string strOld = m_folder.Write(
+        "old.cfg", "[cmdreq_common_config]\nneed_auto_refresh = 1\ndefault_timeout = 5\n");
+    const std::string strNew = m_folder.Write(
+        "new.cfg", "[cmdreq_common_config]\nneed_auto_refresh = 1\ndefault_timeout = 6\n");
+    for (int i = 1; i < 300; ++i) {
+        Service().LoadTimeoutCfgFile(strOld);
+        const timespec arrTime[] = {{i, 0}, {i, 0}};
+        utimensat(AT_FDCWD, strOld.c_str(), arrTime, 0);
+        m_clock.Advance(301);
+        std::thread asker([] { Service().GetReqDefaultTimeout(1); });
+        Service().LoadTimeoutCfgFile(strNew);
+        asker.join();
+        ASSERT_EQ(6, Service().GetReqDefaultTimeout(1)) << i;
+    }
+}
+
 TEST_F(TNReqTimeoutTest, AnswersWhileTheFileIsReadAgain) {
     Load("[cmdreq_common_config]\nneed_auto_refresh = 1\n[cmdreq_command_timeout]\n7 = 20\n");
     std::atomic<bool> bStop{false};

@@ -175,15 +175,31 @@ TEST_F(FileMgrTest, MakesAndDeletesFoldersWithoutFollowingLinks) {
     EXPECT_EQ(8, GetFolerSize(strDir, 6));
     EXPECT_EQ(-1, GetFolerSize(strDir, 5));
     EXPECT_EQ(ENOENT, CheckFolerSize(m_folder.Path("none"), dBytes, nCount, 100));
-    EXPECT_EQ(0, DeleteFolder(strDir));
+    EXPECT_EQ(ENOTDIR, DeleteFolder(strDir + "/link/"));  // the "/" does not make it be followed
+    m_debug.Take();
+    EXPECT_EQ(0, DeleteFolder(strDir + "/"));
     EXPECT_FALSE(IsFolder(strDir));
     EXPECT_EQ("kept", support::ReadAll(strOutside));
     EXPECT_EQ(ENOENT, DeleteFolder(strDir));
+    EXPECT_EQ(-1, MKFolder(m_folder.Path("x/y")));
     EXPECT_THAT(m_debug.Take(),
-                ElementsAre("NmlTrace:return: file:nml_filemgr,line:430, Info: MKFolder mkdir "
-                            "Failed! , result = -1",
-                            "NmlTrace:return: file:nml_filemgr,line:332, Info: ZembFileUtil delDir "
-                            "Failed! , result = 2"));
+                ElementsAre("NmlTrace:return: file:nml_filemgr,line:332, Info: ZembFileUtil delDir "
+                            "Failed! , result = 2",
+                            "NmlTrace:return: file:nml_filemgr,line:430, Info: MKFolder mkdir "
+                            "Failed! , result = -1"));
+}
+
+TEST_F(FileMgrTest, LeavesPipesAlone) {
+    const std::string strPipe = m_folder.Path("pipe");
+    ASSERT_EQ(0, mkfifo(strPipe.c_str(), 0600));
+    Items mapItem;
+    std::string strText;
+    std::list<std::string> listLine;
+    EXPECT_EQ(-1, ReadCfgItemFromFile(strPipe, mapItem));
+    EXPECT_EQ(EINVAL, ReadStrFromFile(strPipe, strText));
+    EXPECT_EQ(EINVAL, ReadStrFromFile(strPipe, listLine, 1));
+    EXPECT_EQ(EIO, ReadStrFromFile("/proc/self/mem", strText));  // opens, and cannot be read
+    EXPECT_EQ(-1, ReadCfgItemFromFile("/proc/self/mem", mapItem));
 }
 
 TEST_F(FileMgrTest, ListsInTheOrderOfTheBytes) {
@@ -216,6 +232,9 @@ TEST_F(FileMgrTest, PrunesTheLowestNames) {
     EXPECT_THAT(listName, ElementsAre("4", "2", "none"));
     EXPECT_EQ(ENOENT, RemoveFileByOrderName(strDir, listName, 0, false));
     EXPECT_THAT(listName, ElementsAre("none"));
+    listName = {"", "..", ".", "a/b", "none"};
+    EXPECT_EQ(EINVAL, DeleteFolderByOrderName(strDir, listName, 0, false));
+    EXPECT_THAT(listName, ElementsAre("", ".", "..", "a/b", "none"));
     EXPECT_EQ(0, DeleteFolderByOrderName(strDir, listName, 1, true));
     EXPECT_THAT(listName, ElementsAre("z"));
     std::list<std::string> listLeft;
