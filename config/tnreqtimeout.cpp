@@ -47,9 +47,9 @@ int PositiveOrDefault(long nSeconds) {
 }
 
 // The seconds of a command, nDefault without an entry.
-int SecondsOf(const std::map<int, int>& mapSeconds, int nCmd, int nDefault) {
-    const auto it = mapSeconds.find(nCmd);
-    return it == mapSeconds.end() ? nDefault : it->second;
+int SecondsOf(const std::unordered_map<int, int>& index, int nCmd, int nDefault) {
+    const auto it = index.find(nCmd);
+    return it == index.end() ? nDefault : it->second;
 }
 
 }  // namespace
@@ -78,6 +78,8 @@ void TNReqTimeoutImpl::Init() {
     m_bNeedAutoRefresh = false;
     m_mapCmdTimeout.clear();
     m_mapTimeDual.clear();
+    m_indexCmdTimeout.clear();
+    m_indexTimeDual.clear();
     m_strCfgFile.clear();
     m_tFileModifyTime = 0;
     m_bLoadSuccess = false;
@@ -99,6 +101,8 @@ int TNReqTimeoutImpl::Load_nolock(const std::string& strFile) {
         m_strCfgFile = strFile;
     m_tFileModifyTime = NSTN_util::GetModifyFileUTCTime(strFile);
     const int nResult = LoadCfg(strFile);
+    m_indexCmdTimeout = CmdIndex(m_mapCmdTimeout.begin(), m_mapCmdTimeout.end());
+    m_indexTimeDual = CmdIndex(m_mapTimeDual.begin(), m_mapTimeDual.end());
     m_bLoadSuccess = nResult != 0;
     return nResult;
 }
@@ -202,7 +206,7 @@ int TNReqTimeoutImpl::IscfgLoadSuccess() {
 int TNReqTimeoutImpl::GetReqTimeOutValue(int nCmd, int nCount, bool bOffset) {
     ReLoadCfgFileIfNeed();
     ReadGuard guard(m_rwLock);
-    long nSeconds = SecondsOf(m_mapCmdTimeout, nCmd, m_nDefaultTimeout);
+    long nSeconds = SecondsOf(m_indexCmdTimeout, nCmd, m_nDefaultTimeout);
     // Deliberate: half the count, rounded down; 2 and 3 are one unit.
     if (nCount > 1)
         nSeconds *= nCount / 2;
@@ -214,7 +218,7 @@ int TNReqTimeoutImpl::GetReqTimeOutValue(int nCmd, int nCount, bool bOffset) {
 int TNReqTimeoutImpl::GetReqTimeoutByDefault(int nCmd, int nDefault) {
     ReLoadCfgFileIfNeed();
     ReadGuard guard(m_rwLock);
-    return PositiveOrDefault(long{SecondsOf(m_mapCmdTimeout, nCmd, nDefault)} + m_nOffsetTime);
+    return PositiveOrDefault(long{SecondsOf(m_indexCmdTimeout, nCmd, nDefault)} + m_nOffsetTime);
 }
 
 int TNReqTimeoutImpl::GetReqDefaultTimeout(int nDefault) {
@@ -226,7 +230,7 @@ int TNReqTimeoutImpl::GetReqDefaultTimeout(int nDefault) {
 int TNReqTimeoutImpl::GetReqTimeDualValue(int nCmd) {
     ReLoadCfgFileIfNeed();
     ReadGuard guard(m_rwLock);
-    return SecondsOf(m_mapTimeDual, nCmd, DUAL_WITHOUT_ENTRY);
+    return SecondsOf(m_indexTimeDual, nCmd, DUAL_WITHOUT_ENTRY);
 }
 
 template <class Value>

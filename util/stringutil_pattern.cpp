@@ -292,10 +292,8 @@ void TransWildcardForSql(const std::string& strFrom, const std::string& strTo,
                          std::string& strText) {
     if (strFrom.empty())
         return;
-    if (strFrom.size() == 1) {
-        const std::string strCopy = strTo;  // it may be strText itself
-        return ReplaceCharacter(strText, strFrom.front(), strCopy);
-    }
+    if (strFrom.size() == 1)
+        return ReplaceCharacter(strText, strFrom.front(), strTo);
     Rebuilt out(strText);
     for (std::size_t nAt = 0; (nAt = FindText(strText, strFrom, nAt)) != NPOS;
          nAt += strFrom.size())

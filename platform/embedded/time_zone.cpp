@@ -172,7 +172,7 @@ ZonePeriod Zone::PeriodAt(long nSeconds) const {
 }
 
 bool Zone::FindUnique(long nLocal, long& nSeconds) const {
-    constexpr long FAR = 2 * 86400;  // longer than any offset and any step
+    constexpr long FAR = 2L * 86400;  // longer than any offset and any step
     const std::size_t i = IndexAt(nLocal);
     if (i + 1 >= m_vecPeriod.size() || m_vecPeriod[i].nFrom + FAR > nLocal ||
         m_vecPeriod[i + 1].nFrom - FAR < nLocal)
