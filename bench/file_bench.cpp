@@ -1,4 +1,5 @@
 #include "ratio.h"
+#include "row.h"
 
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/tnreadcfg.h"
@@ -29,19 +30,8 @@
 namespace {
 
 using namespace NSTN_util;
+using bench::Row;
 using Items = std::map<std::string, std::string>;
-
-template <class Call>
-void Row(const std::string& strRow, const char* szWho, Call call, std::int64_t nSize = 0) {
-    auto* const pBenchmark = benchmark::RegisterBenchmark(
-        (strRow + "/" + szWho).c_str(), [call](benchmark::State& state) mutable {
-            std::size_t i = 0;
-            for (auto _ : state)
-                benchmark::DoNotOptimize(call(i++));
-        });
-    if (nSize != 0)
-        pBenchmark->Arg(nSize);
-}
 
 std::string PathOf(const std::string& strName) {
     return bench::ScratchFolder() + "/" + strName;

@@ -1,4 +1,5 @@
 #include "ratio.h"
+#include "row.h"
 
 #include "tovelkarin/tntrace.h"
 
@@ -101,20 +102,9 @@ void LinesAppended(benchmark::State& state) {
 }
 BENCHMARK(LinesAppended)->Name("lines_appended/ours")->Arg(1000)->Arg(100000);
 
-// Numbers of every length.
-template <class Number>
-std::vector<Number> Numbers() {
-    std::mt19937_64 random(42);
-    std::vector<Number> vecNumber(1024);
-    for (Number& nValue : vecNumber)
-        nValue = static_cast<Number>(random() >>
-                                     (random() % (8 * sizeof(Number)) + 64 - 8 * sizeof(Number)));
-    return vecNumber;
-}
-
 template <class Number, class Convert>
 void NumberRow(benchmark::State& state, Convert convert) {
-    const std::vector<Number> vecNumber = Numbers<Number>();
+    const std::vector<Number> vecNumber = bench::Numbers<Number>();
     std::size_t i = 0;
     for (auto _ : state) {
         const auto text = convert(vecNumber[i++ & 1023]);

@@ -51,35 +51,45 @@ std::string_view WithoutLastSplit(std::string_view strPath) {
     return strPath;
 }
 
-// Takes every "/.." away with the name before it, in place and character by character, so that what
+// Takes every "/.." away with the name before it, in place, from one "." to the next, so that what
 // comes together is seen too. False when one has no "/" before it: the rest stays as it is.
 bool RemoveUpSteps(std::string& strPath) {
-    if (strPath.find("/..") == std::string::npos)
-        return true;
     char* const pStart = strPath.data();
     const char* const pEnd = pStart + strPath.size();
     char* pTo = pStart;
     bool bResult = true;
-    for (const char* pFrom = pStart; pFrom != pEnd; ++pFrom) {
-        *pTo++ = *pFrom;
-        if (*pFrom != '.' || pTo - pStart < 3 || pTo[-2] != '.' || pTo[-3] != '/')
+    for (const char* pFrom = pStart; pFrom != pEnd;) {
+        const void* const pDot = std::memchr(pFrom, '.', static_cast<std::size_t>(pEnd - pFrom));
+        const char* const pNext = pDot == nullptr ? pEnd : static_cast<const char*>(pDot) + 1;
+        const auto nSize = static_cast<std::size_t>(pNext - pFrom);
+        if (pTo != pFrom)
+            std::memmove(pTo, pFrom, nSize);
+        pTo += nSize;
+        pFrom = pNext;
+        if (pTo - pStart < 3 || std::memcmp(pTo - 3, "/..", 3) != 0)
             continue;
-        char* pBefore = pTo - 3;
-        while (pBefore != pStart && *--pBefore != '/') {
-        }
-        if (pBefore == pTo - 3 || *pBefore != '/') {
-            pTo = std::copy(pFrom + 1, pEnd, pTo);
+        void* const pBefore = memrchr(pStart, '/', static_cast<std::size_t>(pTo - 3 - pStart));
+        if (pBefore == nullptr) {
+            pTo = std::copy(pFrom, pEnd, pTo);
             bResult = false;
             break;
         }
-        pTo = pBefore;
+        pTo = static_cast<char*>(pBefore);
     }
     strPath.resize(static_cast<std::size_t>(pTo - pStart));
     return bResult;
 }
 
+// Whether "/./" stands in a text with few dots.
+bool HasHereStep(const std::string& strPath) {
+    for (std::size_t n = 0; (n = strPath.find('.', n)) != std::string::npos; ++n)
+        if (n > 0 && strPath[n - 1] == '/' && strPath[n + 1] == '/')
+            return true;
+    return false;
+}
+
 void RemoveHereSteps(std::string& strPath) {
-    if (strPath.find("/./") == std::string::npos)
+    if (!HasHereStep(strPath))
         return;
     char* const pStart = strPath.data();
     char* pTo = pStart;
@@ -210,7 +220,8 @@ void ConvertPathSplit(std::string& strPath) {
     const std::string_view strTrimmed = TrimBlanks(strPath);
     if (strTrimmed.size() != strPath.size())
         strPath = std::string(strTrimmed);
-    std::replace(strPath.begin(), strPath.end(), '\\', '/');
+    for (std::size_t n = 0; (n = strPath.find('\\', n)) != std::string::npos;)
+        strPath[n] = '/';
 }
 
 void ConvertAbsolutePath(std::string& strPath) {
