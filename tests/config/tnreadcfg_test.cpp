@@ -1,5 +1,7 @@
 #include "tovelkarin/tnreadcfg.h"
 
+#include "tests/naive/reload_check.h"
+#include "tests/random_bytes.h"
 #include "tests/support.h"
 
 #include <fcntl.h>
@@ -42,6 +44,10 @@ protected:
     TNReadCfg m_cfg;
     long m_tModify = 1000000000;
 };
+
+TEST_F(TNReadCfgTest, AgreesWithTheNaiveModel) {
+    support::CheckRandomly(naive::CheckReload, 3000, 200);
+}
 
 TEST_F(TNReadCfgTest, LooksAtAChangedFileOnlyAfter301Seconds) {
     Write("retry = 3\nhex = 0x1F\nbad = 12a\nneg = -1\n");
