@@ -66,6 +66,8 @@ Runner DefineFile(CLI::App& app);
 Runner DefineCfg(CLI::App& app);
 Runner DefineTimeout(CLI::App& app);
 Runner DefineTimeouts(CLI::App& app);
+Runner DefineFdn(CLI::App& app);
+Runner DefineFbType(CLI::App& app);
 Runner DefineSay(CLI::App& app);
 Runner DefineQuit(CLI::App& app);
 Runner DefineHelp(CLI::App& app);

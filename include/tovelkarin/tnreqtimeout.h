@@ -10,8 +10,8 @@ namespace NSTE_util {
 // How long to wait for the reply to a command request, in seconds, from the request time-out file
 // (docs/timeout-file.md); and single items of other configuration files.
 //
-// The file is read when LoadTimeoutCfgFile is called. If it asks for it ("need_auto_refresh"), it is
-// read again by itself: a query looks at most once per 301 seconds of the platform's clock, and
+// The file is read when LoadTimeoutCfgFile is called. If it asks for it ("need_auto_refresh"), it
+// is read again by itself: a query looks at most once per 301 seconds of the platform's clock, and
 // reads when the modification time has changed or the last load failed. Until a load has found that
 // wish, one that failed is not tried again.
 //

@@ -1,0 +1,122 @@
+#include "zemb/fdn.h"
+
+#include "embedded/item_line.h"
+
+#include <algorithm>
+#include <charconv>
+#include <climits>
+
+namespace FrameUtil {
+
+namespace {
+
+std::string_view ViewOf(const char* szText) {
+    return szText == nullptr ? std::string_view() : std::string_view(szText);
+}
+
+// The decimal number that a text begins with; false without one.
+bool ReadLeading(std::string_view strText, unsigned long& nValue) {
+    unsigned long nRead = 0;
+    const auto result = std::from_chars(strText.data(), strText.data() + strText.size(), nRead);
+    if (result.ec == std::errc::invalid_argument)
+        return false;
+    nValue = result.ec == std::errc() ? nRead : ULONG_MAX;
+    return true;
+}
+
+}  // namespace
+
+StrUIDParser::StrUIDParser() : m_nCur(0) {}
+StrUIDParser::~StrUIDParser() = default;
+
+bool StrUIDParser::Parse(const char* szText) {
+    m_vecPair.clear();
+    m_nCur = 0;
+    m_strText = ViewOf(szText);
+    const std::string_view strAll = m_strText;
+    for (std::size_t nStart = 0; nStart < strAll.size();) {
+        const std::size_t nEnd = std::min(strAll.find(',', nStart), strAll.size());
+        const std::string_view strPiece = strAll.substr(nStart, nEnd - nStart);
+        nStart = nEnd + 1;
+        const std::size_t nEqual = strPiece.find('=');
+        const std::string_view strKey = zemb::TrimOf(strPiece.substr(0, nEqual), " \t");
+        if (nEqual == std::string_view::npos || strKey.empty()) {
+            m_vecPair.clear();
+            return false;
+        }
+        m_vecPair.push_back({strKey, strPiece.substr(nEqual + 1)});
+    }
+    return !m_vecPair.empty();
+}
+
+void StrUIDParser::SetCurToFirst() {
+    m_nCur = 0;
+}
+
+const StrUIDParser::Pair* StrUIDParser::Find(const char* szKey, unsigned long nIndex) const {
+    const std::string_view strKey = ViewOf(szKey);
+    for (const Pair& pair : m_vecPair)
+        if (pair.strKey == strKey && nIndex-- == 0)
+            return &pair;
+    return nullptr;
+}
+
+bool StrUIDParser::GetValue(unsigned long& nValue, const char* szKey, unsigned long nIndex) const {
+    const Pair* const pPair = Find(szKey, nIndex);
+    return pPair != nullptr && ReadLeading(pPair->strValue, nValue);
+}
+
+bool StrUIDParser::GetValue(std::string& strValue, const char* szKey, unsigned long nIndex) const {
+    const Pair* const pPair = Find(szKey, nIndex);
+    if (pPair == nullptr)
+        return false;
+    strValue = pPair->strValue;
+    return true;
+}
+
+std::size_t StrUIDParser::Size() const {
+    return m_vecPair.size();
+}
+
+std::string_view StrUIDParser::Key(std::size_t nPair) const {
+    return m_vecPair[nPair].strKey;
+}
+
+std::string_view StrUIDParser::Value(std::size_t nPair) const {
+    return m_vecPair[nPair].strValue;
+}
+
+StrSpliter::StrSpliter(char cSeparator) : m_cSeparator(cSeparator), m_nNext(1) {}
+StrSpliter::~StrSpliter() = default;
+
+bool StrSpliter::Parse(const char* szText) {
+    m_strText = ViewOf(szText);
+    m_nNext = m_strText.empty() ? 1 : 0;
+    return !m_strText.empty();
+}
+
+StrSpliter& StrSpliter::operator>>(unsigned long& nValue) {
+    nValue = 0;
+    if (m_nNext > m_strText.size())
+        return *this;
+    const std::size_t nEnd = std::min(m_strText.find(m_cSeparator, m_nNext), m_strText.size());
+    ReadLeading(std::string_view(m_strText).substr(m_nNext, nEnd - m_nNext), nValue);
+    m_nNext = nEnd + 1;
+    return *this;
+}
+
+StrUIDFactory::StrUIDFactory() = default;
+StrUIDFactory::~StrUIDFactory() = default;
+
+void StrUIDFactory::Append(const char* szKey, long nValue) {
+    char szNumber[24];
+    char* const pEnd = std::to_chars(szNumber, szNumber + sizeof szNumber, nValue).ptr;
+    m_strText.append(ViewOf(szKey)).append("=");
+    m_strText.append(szNumber, static_cast<std::size_t>(pEnd - szNumber)).append(",");
+}
+
+std::string StrUIDFactory::GetStr() const {
+    return m_strText;
+}
+
+}  // namespace FrameUtil
