@@ -36,7 +36,7 @@ install: build
 	cmake --install build/release --prefix $(PREFIX)
 
 tidy: build
-	git ls-files 'frame/*.cpp' 'mutex/*.cpp' 'platform/*.cpp' 'trace/*.cpp' 'util/*.cpp' | \
+	git ls-files 'config/*.cpp' 'frame/*.cpp' 'mutex/*.cpp' 'object/*.cpp' 'platform/*.cpp' 'trace/*.cpp' 'util/*.cpp' | \
 	    xargs clang-tidy -p build/release --quiet
 
 format:

@@ -101,8 +101,6 @@ int TNReqTimeoutImpl::Load_nolock(const std::string& strFile) {
         m_strCfgFile = strFile;
     m_tFileModifyTime = NSTN_util::GetModifyFileUTCTime(strFile);
     const int nResult = LoadCfg(strFile);
-    m_indexCmdTimeout = CmdIndex(m_mapCmdTimeout.begin(), m_mapCmdTimeout.end());
-    m_indexTimeDual = CmdIndex(m_mapTimeDual.begin(), m_mapTimeDual.end());
     m_bLoadSuccess = nResult != 0;
     return nResult;
 }
@@ -126,8 +124,8 @@ int TNReqTimeoutImpl::LoadCfg(const std::string& strFile) {
         m_nOffsetTime = getattribute(itCommon->second, "offset_time", 0);
         m_bNeedAutoRefresh = getattribute(itCommon->second, "need_auto_refresh", 0) != 0;
     }
-    LoadCommands(mapSection, SECTION_TIMEOUT, m_mapCmdTimeout);
-    LoadCommands(mapSection, SECTION_DUAL, m_mapTimeDual);
+    LoadCommands(mapSection, SECTION_TIMEOUT, m_mapCmdTimeout, m_indexCmdTimeout);
+    LoadCommands(mapSection, SECTION_DUAL, m_mapTimeDual, m_indexTimeDual);
     return itCommon == mapSection.end() ? 0 : 1;
 }
 
@@ -152,7 +150,8 @@ int TNReqTimeoutImpl::getattribute(const Lines& vecLine, std::string_view strKey
 }
 
 void TNReqTimeoutImpl::LoadCommands(const NSTN_util::SectionLines& mapSection,
-                                    std::string_view strSection, CmdSeconds& mapSeconds) {
+                                    std::string_view strSection, CmdSeconds& mapSeconds,
+                                    CmdIndex& index) {
     const auto itSection = mapSection.find(strSection);
     if (itSection == mapSection.end())
         return;
@@ -160,8 +159,11 @@ void TNReqTimeoutImpl::LoadCommands(const NSTN_util::SectionLines& mapSection,
     for (const std::string_view strLine : itSection->second) {
         const NSTN_util::LongRead cmd = NSTN_util::ReadLong(strLine, 10);
         int nSeconds = 0;
-        if (cmd.nEnd != 0 && ReadBehindEqual(strLine, nSeconds))
-            itNext = std::next(mapSeconds.insert_or_assign(itNext, CutToInt(cmd.nValue), nSeconds));
+        if (cmd.nEnd == 0 || !ReadBehindEqual(strLine, nSeconds))
+            continue;
+        const int nCmd = CutToInt(cmd.nValue);
+        itNext = std::next(mapSeconds.insert_or_assign(itNext, nCmd, nSeconds));
+        index[nCmd] = nSeconds;
     }
 }
 

@@ -30,6 +30,7 @@ public:
 
 private:
     using CmdSeconds = std::map<int, int>;
+    using CmdIndex = std::unordered_map<int, int>;
     using Lines = std::vector<std::string_view>;
 
     void Init();
@@ -40,7 +41,7 @@ private:
                                    NSTN_util::SectionLines& mapSection);
     static int getattribute(const Lines& vecLine, std::string_view strKey, int nDefault);
     static void LoadCommands(const NSTN_util::SectionLines& mapSection, std::string_view strSection,
-                             CmdSeconds& mapSeconds);
+                             CmdSeconds& mapSeconds, CmdIndex& index);
     bool IsNeedReloadCfgFile();
     int ReLoadCfgFileIfNeed();
     int IscfgLoadSuccess();
@@ -61,9 +62,8 @@ private:
     std::atomic<std::int64_t> m_tLastCheckTime;  // seconds since 1970, UTC
     std::map<std::string, NSTN_util::TNReadCfg> m_mapReadCfg;
 
-    // What queries look into, made of the two ordered maps after each load: a look-up among 10,000
-    // commands takes a tenth of the time.
-    using CmdIndex = std::unordered_map<int, int>;
+    // The same as the two ordered maps, for the queries: a look-up among 10,000 commands takes a
+    // tenth of the time.
     CmdIndex m_indexCmdTimeout;
     CmdIndex m_indexTimeDual;
 };

@@ -4,9 +4,11 @@
 #include "tovelkarin/stringutil.h"
 #include "tovelkarin/tnfbtype.h"
 #include "tovelkarin/tnfdnmgr.h"
+#include "tovelkarin/tnotnlevelpathutil.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 
@@ -121,6 +123,35 @@ void ShowFdn(const Session& session, const std::string& strText) {
     session.out.Put(strAnswer, record);
 }
 
+void ShowOtn(const Session& session, const std::string& strText) {
+    std::list<NSTN_util::OTNLevelAndPathID> listLevel;
+    NSTN_util::TNOTNLevelPathUtil::GetLevelAndPathIDByStr(strText, listLevel);
+    std::vector<std::string> vecPart;
+    NSTN_util::TNOTNLevelPathUtil::SplitPathStrBySeperator(strText, vecPart);
+    const bool bKnown = std::none_of(listLevel.begin(), listLevel.end(),
+                                     [](const auto& level) { return level.level == 0; });
+    if (!bKnown || listLevel.empty() || listLevel.size() != vecPart.size())
+        throw CommandError(ANSWER_NO, "'" + strText +
+                                          "' is no OTN path; expected such as "
+                                          "ODU4:1-ODU2:3");
+    const std::string strWritten =
+        NSTN_util::TNOTNLevelPathUtil::GetLevelPathStrByLevelList(listLevel);
+    if (strWritten != strText)
+        WarnOfLoss(strText, strWritten);
+    Json::Value record;
+    record["path"] = strWritten;
+    std::vector<std::vector<std::string>> vecRow;
+    for (const NSTN_util::OTNLevelAndPathID& level : listLevel) {
+        Json::Value one;
+        one["level"] = level.level;
+        one["path"] = level.pathId;
+        record["levels"].append(one);
+        vecRow.push_back({"  " + NSTN_util::TNOTNLevelPathUtil::GetLevelPathStrByLevelList({level}),
+                          Hex(level.level), "path " + std::to_string(level.pathId)});
+    }
+    session.out.Put(strWritten + "\n" + Table(vecRow), record);
+}
+
 struct FdnArguments {
     Texts texts;
     std::vector<int> vecValue;
@@ -149,6 +180,14 @@ Runner DefineFbType(CLI::App& app) {
         if (*pTable || pTexts->IsEmpty())
             return ShowFbTypes(session);
         return pTexts->Each([&](const std::string& strText) { ShowFbType(session, strText); });
+    };
+}
+
+Runner DefineOtn(CLI::App& app) {
+    const auto pTexts = std::make_shared<Texts>();
+    pTexts->Define(app, "an OTN path: ODU4:1-ODU2:3");
+    return [pTexts](Session& session) {
+        return pTexts->Each([&](const std::string& strText) { ShowOtn(session, strText); });
     };
 }
 

@@ -41,6 +41,8 @@ const std::vector<Command>& Commands() {
                      DefineFile},
         {"fdn",      "take an FDN apart: pairs, port key, path; or build one",
                      "fdn 'NE=5,FR=0,S=3,LP=3|7|300,'\n  fdn build 1 7", true, DefineFdn},
+        {"otn",      "take a path through the optical transport hierarchy apart",
+                     "otn ODU4:1-ODU2:3", true, DefineOtn},
         {"fbtype",   "tell to which function block a detailed type belongs",
                      "fbtype 862\n  fbtype --table", true, DefineFbType},
         {"text",     "trim, turn, cut and replace text",

@@ -67,6 +67,7 @@ Runner DefineCfg(CLI::App& app);
 Runner DefineTimeout(CLI::App& app);
 Runner DefineTimeouts(CLI::App& app);
 Runner DefineFdn(CLI::App& app);
+Runner DefineOtn(CLI::App& app);
 Runner DefineFbType(CLI::App& app);
 Runner DefineSay(CLI::App& app);
 Runner DefineQuit(CLI::App& app);
