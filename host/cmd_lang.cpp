@@ -1,5 +1,6 @@
 #include "command.h"
 #include "lang_file.h"
+#include "texts.h"
 
 #include "tovelkarin/telangresmgr.h"
 
@@ -21,7 +22,7 @@ struct LangArguments {
     std::string strDir = LANG_DIR;
     std::string strLanguage;
     std::vector<std::string> vecFile;
-    std::string strKey;
+    Texts keys;
     std::string strFirst;
     std::string strSecond;
 };
@@ -54,15 +55,14 @@ int Load(const Session& session, const LangArguments& args) {
     return nMissing == 0 ? DONE : ANSWER_NO;
 }
 
-int Get(const Session& session, const LangArguments& args) {
-    const std::string strText = NSTN_util::TELangResMgr::Instance()->GetResourceStr(args.strKey);
+void Get(const Session& session, const std::string& strKey) {
+    const std::string strText = NSTN_util::TELangResMgr::Instance()->GetResourceStr(strKey);
     if (strText.empty())
-        throw CommandError(ANSWER_NO, args.strKey + ": no text of that key is loaded");
+        throw CommandError(ANSWER_NO, strKey + ": no text of that key is loaded");
     Json::Value record;
-    record["key"] = args.strKey;
+    record["key"] = strKey;
     record["text"] = strText;
     session.out.Put(strText, record);
-    return DONE;
 }
 
 int Missing(const Session& session, const LangArguments& args) {
@@ -98,7 +98,7 @@ Runner DefineLang(CLI::App& app) {
     pLoad->add_option("FILE", pArgs->vecFile, "names in the language folder; none: all");
     pLoad->add_option("--language", pArgs->strLanguage, "make this the language of the process");
     CLI::App* const pGet = app.add_subcommand("get", "look a key up in what is loaded");
-    pGet->add_option("KEY", pArgs->strKey, "the key, exactly")->required();
+    pArgs->keys.Define(*pGet, "a key, exactly");
     CLI::App* const pMissing =
         app.add_subcommand("missing", "list the keys that one of two languages lacks");
     pMissing->add_option("LANGUAGE", pArgs->strFirst, "a language folder")->required();
@@ -107,7 +107,9 @@ Runner DefineLang(CLI::App& app) {
     return [pArgs, pLoad, pGet](Session& session) {
         if (pLoad->parsed())
             return Load(session, *pArgs);
-        return pGet->parsed() ? Get(session, *pArgs) : Missing(session, *pArgs);
+        if (pGet->parsed())
+            return pArgs->keys.Each([&](const std::string& strKey) { Get(session, strKey); });
+        return Missing(session, *pArgs);
     };
 }
 
