@@ -1,5 +1,7 @@
 #include "tovelkarin/tnfdnmgr.h"
 
+#include "tests/naive/object_text_check.h"
+#include "tests/random_bytes.h"
 #include "tests/support.h"
 
 namespace {
@@ -15,6 +17,10 @@ protected:
 
     support::DebugCapture m_debug;
 };
+
+TEST_F(TNFdnMgrTest, AgreesWithTheNaiveModel) {
+    support::CheckRandomly(naive::CheckObjectText, 20000, 150);
+}
 
 TEST_F(TNFdnMgrTest, ReadsThePortOfAnFdn) {
     struct Case {
