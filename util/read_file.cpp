@@ -40,9 +40,9 @@ private:
     std::size_t m_nSeen = 0;
 };
 
-// Opens a file for reading, but no pipe: its writer may never come.
-OpenFile OpenToRead(const std::string& strFile) {
-    struct stat info {};
+// Opens a file for reading, but no pipe: its writer may never come. info tells what it is.
+OpenFile OpenToRead(const std::string& strFile, struct stat& info) {
+    info = {};
     if (ZEMB_OS::stat(strFile.c_str(), &info, PATH_CODE_SET) == 0 &&
         (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode))) {
         errno = EINVAL;
@@ -52,13 +52,13 @@ OpenFile OpenToRead(const std::string& strFile) {
 }
 
 EReadFile ReadWhole(const std::string& strFile, std::string& strText) {
-    const OpenFile file = OpenToRead(strFile);
+    struct stat info {};
+    const OpenFile file = OpenToRead(strFile, info);
     if (file == nullptr)
         return EReadFile::NOT_OPENED;
     const int nFile = fileno(file.get());
-    struct stat info {};
     std::size_t nRoom = BLOCK;
-    if (fstat(nFile, &info) == 0 && S_ISREG(info.st_mode))
+    if (S_ISREG(info.st_mode))
         nRoom = std::min(static_cast<std::size_t>(info.st_size) + 1, FIRST_ROOM_MOST);
     std::size_t nSize = 0;
     ssize_t nRead = 0;
@@ -80,7 +80,8 @@ EReadFile ReadWhole(const std::string& strFile, std::string& strText) {
 
 EReadFile ReadBlocks(const std::string& strFile,
                      const std::function<bool(std::string_view)>& take) {
-    const OpenFile file = OpenToRead(strFile);
+    struct stat info {};
+    const OpenFile file = OpenToRead(strFile, info);
     if (file == nullptr)
         return EReadFile::NOT_OPENED;
     const int nFile = fileno(file.get());
@@ -93,6 +94,9 @@ EReadFile ReadBlocks(const std::string& strFile,
         if (nRead > 0 && !take({pBlock.get(), static_cast<std::size_t>(nRead)}))
             return EReadFile::WHOLE;
         bTaken = bTaken || nRead > 0;
+        // A plain file gives less than was asked for at its end only.
+        if (nRead > 0 && nRead < static_cast<ssize_t>(BLOCK) && S_ISREG(info.st_mode))
+            return EReadFile::WHOLE;
         // A folder opens, and refuses the first read.
         if (nRead == -1 && errno != EINTR)
             return bTaken ? EReadFile::BROKEN_OFF : EReadFile::NOT_OPENED;
