@@ -13,8 +13,7 @@ namespace NSTN_util {
 
 namespace {
 
-constexpr std::size_t FAST_DIGITS = 9;  // so many always fit an int
-constexpr int SHORT_SPAN = 32;          // steps of a span that is filled number by number
+constexpr int SHORT_SPAN = 32;  // steps of a span that is filled number by number
 
 // Gathers text in a buffer of its own and appends it to a string by large pieces.
 class Gatherer {
@@ -70,16 +69,12 @@ void AppendSpan(std::vector<int>& vec, int nFirst, std::size_t nCount, int nStep
         p[i] = static_cast<int>(nFirst + nStep * static_cast<long>(i));
 }
 
-// Up to FAST_DIGITS digits from p on; returns where they end, p itself when there is no digit or
-// there are more.
+// ReadShortDigits into an int.
 const char* FastDigits(const char* p, const char* pEnd, int& nValue) {
-    const char* const pStart = p;
-    unsigned nRead = 0;
-    for (unsigned nDigit;
-         p != pEnd && (nDigit = static_cast<unsigned char>(*p) - unsigned{'0'}) < 10; ++p)
-        nRead = nRead * 10 + nDigit;
+    std::uint32_t nRead = 0;
+    const char* const pStop = ReadShortDigits(p, pEnd, nRead);
     nValue = static_cast<int>(nRead);
-    return static_cast<std::size_t>(p - pStart) <= FAST_DIGITS ? p : pStart;
+    return pStop;
 }
 
 bool AppendItem(std::string_view strItem, std::vector<int>& vec) {

@@ -94,8 +94,10 @@ EReadFile ReadBlocks(const std::string& strFile,
         if (nRead > 0 && !take({pBlock.get(), static_cast<std::size_t>(nRead)}))
             return EReadFile::WHOLE;
         bTaken = bTaken || nRead > 0;
-        // A plain file gives less than was asked for at its end only.
-        if (nRead > 0 && nRead < static_cast<ssize_t>(BLOCK) && S_ISREG(info.st_mode))
+        // A plain file gives less than was asked for at its end only; those that the system makes
+        // up while they are read, such as under /proc, are of size 0.
+        if (nRead > 0 && nRead < static_cast<ssize_t>(BLOCK) && S_ISREG(info.st_mode) &&
+            info.st_size > 0)
             return EReadFile::WHOLE;
         // A folder opens, and refuses the first read.
         if (nRead == -1 && errno != EINTR)

@@ -57,19 +57,17 @@ inline DigitRun ReadDigits(std::string_view strText, unsigned nBase) {
     return run;
 }
 
-// Up to nine digits of a text that a zero byte ends; returns where they end, szText itself when
-// there is none or there are more.
-inline const char* ReadShortDigits(const char* szText, std::uint32_t& nValue) {
-    constexpr int MOST = 9;  // so many always fit
-    const char* p = szText;
+// Up to nine digits from pStart on, which always fit an int; returns where they end, pStart itself
+// when there is none or there are more. A text that a zero byte ends needs no pEnd: null.
+inline const char* ReadShortDigits(const char* pStart, const char* pEnd, std::uint32_t& nValue) {
+    constexpr std::ptrdiff_t MOST = 9;
+    const char* p = pStart;
     std::uint32_t nRead = 0;
-    for (unsigned nDigit; (nDigit = static_cast<unsigned char>(*p) - unsigned{'0'}) < 10; ++p) {
-        if (p - szText == MOST)
-            return szText;
+    for (unsigned nDigit;
+         p != pEnd && (nDigit = static_cast<unsigned char>(*p) - unsigned{'0'}) < 10; ++p)
         nRead = nRead * 10 + nDigit;
-    }
     nValue = nRead;
-    return p;
+    return p - pStart <= MOST ? p : pStart;
 }
 
 // What strtol makes of a text, without the need for a zero byte behind it: blanks, a sign, in base

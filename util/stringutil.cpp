@@ -63,10 +63,10 @@ bool ReadPlainNeId(const char* szText, unsigned long& id) {
         return false;
     std::uint32_t nLeft = 0;
     std::uint32_t nRight = 0;
-    const char* const pDash = ReadShortDigits(szText, nLeft);
+    const char* const pDash = ReadShortDigits(szText, nullptr, nLeft);
     if (pDash == szText || *pDash != '-')
         return false;
-    const char* const pEnd = ReadShortDigits(pDash + 1, nRight);
+    const char* const pEnd = ReadShortDigits(pDash + 1, nullptr, nRight);
     if (pEnd == pDash + 1 || *pEnd != '\0')
         return false;
     id = (nLeft << HALF_BITS) | (nRight & HALF_MASK);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace naive {
 
@@ -48,6 +49,17 @@ private:
     std::size_t m_nSize;
     std::size_t m_nAt = 0;
 };
+
+// The pieces between the characters cSeparator, empty ones included.
+inline std::vector<std::string> Pieces(const std::string& strText, char cSeparator) {
+    std::vector<std::string> vecPiece(1);
+    for (const char c : strText)
+        if (c == cSeparator)
+            vecPiece.emplace_back();
+        else
+            vecPiece.back() += c;
+    return vecPiece;
+}
 
 // Throws when the library and the naive model disagree; ends a fuzz run and fails a test alike.
 inline void Expect(bool bAgree, const std::string& strWhat) {

@@ -15,20 +15,10 @@
 // FDNs and OTN paths, taken apart piece by piece.
 namespace naive {
 
-inline std::vector<std::string> PiecesOf(const std::string& strText, char cSeparator) {
-    std::vector<std::string> vecPiece(1);
-    for (const char c : strText)
-        if (c == cSeparator)
-            vecPiece.emplace_back();
-        else
-            vecPiece.back() += c;
-    return vecPiece;
-}
-
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
 inline bool ReadFdn(const std::string& strText, Pairs& vecPair) {
-    std::vector<std::string> vecPiece = PiecesOf(strText, ',');
+    std::vector<std::string> vecPiece = Pieces(strText, ',');
     if (vecPiece.back().empty())
         vecPiece.pop_back();
     for (const std::string& strPiece : vecPiece) {
@@ -85,7 +75,7 @@ inline void CheckFdn(const std::string& strFdn) {
            "board of " + strFdn);
     if (bPorts) {
         unsigned long arrPort[3] = {};
-        std::vector<std::string> vecPort = PiecesOf(strPorts, '|');
+        std::vector<std::string> vecPort = Pieces(strPorts, '|');
         for (std::size_t i = 0; i < 3 && i < vecPort.size(); ++i)
             Leading(vecPort[i], arrPort[i]);
         Expect(key.portPos == static_cast<std::uint32_t>(arrPort[0] << 16) + (arrPort[2] & 0xFFFF),
@@ -119,7 +109,7 @@ inline void CheckOtnPath(const std::string& strPath) {
     NSTN_util::TNOTNLevelPathUtil::GetLevelAndPathIDByStr(strPath, listLevel);
     auto it = listLevel.begin();
     std::string strWritten;
-    for (const std::string& strPiece : PiecesOf(strPath, '-')) {
+    for (const std::string& strPiece : Pieces(strPath, '-')) {
         const std::size_t nColon = strPiece.find(':');
         if (nColon == std::string::npos)
             continue;

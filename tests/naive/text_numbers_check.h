@@ -101,16 +101,6 @@ inline bool Span(const std::string& strText, int& nFirst, int& nLast) {
     return ToInt(strText.substr(nDash + 1), nLast, 10) && bFirst && 0 <= nFirst && nFirst <= nLast;
 }
 
-inline std::vector<std::string> Pieces(const std::string& strText, char cSeparator) {
-    std::vector<std::string> vecPiece(1);
-    for (const char c : strText)
-        if (c == cSeparator)
-            vecPiece.emplace_back();
-        else
-            vecPiece.back() += c;
-    return vecPiece;
-}
-
 inline bool Ip(const std::string& strText, unsigned long& ip) {
     ip = 0;
     std::vector<std::string> vecPiece = Pieces(strText, '.');

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <stdexcept>
@@ -147,6 +148,14 @@ TEST_F(FileMgrTest, WritesWholeFilesAndReadsThemBack) {
     EXPECT_EQ(EISDIR, ReadStrFromFile(m_folder.Path(), listLine, 0));
     EXPECT_EQ("no end", listLine.front());
     EXPECT_EQ(ENOENT, WriteStrToFile(m_folder.Path("none/f"), strText));
+}
+
+TEST_F(FileMgrTest, ReadsFilesThatTheSystemMakesUp) {
+    std::list<std::string> listLine;
+    ASSERT_EQ(0, ReadStrFromFile("/proc/self/smaps", listLine, 0));  // comes in small pieces
+    EXPECT_TRUE(std::any_of(listLine.begin(), listLine.end(), [](const std::string& strLine) {
+        return strLine.find("[stack]") != std::string::npos;  // stands near the end
+    }));
 }
 
 TEST_F(FileMgrTest, TellsThatTheDiskIsFull) {
