@@ -18,6 +18,7 @@ struct ListNotation {
 };
 
 constexpr ListNotation PLAIN_LIST = {"", ',', 0};  // no runs
+constexpr ListNotation AMPERSAND_JOINED = {"", '&', 0};
 constexpr ListNotation SPAN_LIST = {"-", ',', 2};
 constexpr ListNotation AMPERSAND_LIST = {"&&", '&', 3};
 
