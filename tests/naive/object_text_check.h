@@ -128,6 +128,30 @@ inline void CheckOtnPath(const std::string& strPath) {
            "text of " + strPath);
 }
 
+// A location ID gives its own path or none, and a path its own ID or none.
+inline void CheckLocation(std::uint32_t nLocationID, unsigned short n) {
+    using Util = NSTN_util::TNOTNLevelPathUtil;
+    std::list<NSTN_util::OTNLevelAndPathID> listLevel;
+    const bool bPath = Util::GetLevelPathByLocationID(nLocationID, listLevel, n);
+    Expect(bPath ? Util::GetOtnLP2LocationIDEX(listLevel, n) == nLocationID : listLevel.empty(),
+           "path of location " + std::to_string(nLocationID));
+    Expect(Util::GetLevelPathStrByLocation(nLocationID, n) ==
+               Util::GetLevelPathStrByLevelList(listLevel),
+           "text of location " + std::to_string(nLocationID));
+}
+
+inline void CheckPathLocation(const std::string& strPath) {
+    using Util = NSTN_util::TNOTNLevelPathUtil;
+    const std::uint32_t nLocationID = Util::GetLocationIDByPathStr(strPath);
+    if (nLocationID == 0)
+        return;
+    std::list<NSTN_util::OTNLevelAndPathID> listLevel;
+    Util::GetLevelAndPathIDByStr(strPath, listLevel);
+    Expect(
+        Util::GetLevelPathStrByLocation(nLocationID) == Util::GetLevelPathStrByLevelList(listLevel),
+        "path back from " + strPath);
+}
+
 inline void CheckObjectText(const std::uint8_t* pData, std::size_t nSize) {
     static const char* const KEYS[] = {"NE", "FR",  "S",   "SS",   "LP",
                                        "PP", "VC4", "VC3", "VC12", "OCH"};
@@ -152,6 +176,10 @@ inline void CheckObjectText(const std::uint8_t* pData, std::size_t nSize) {
         strPath += nLevels == 1 ? "" : "-";
     }
     CheckOtnPath(strPath);
+    CheckPathLocation(strPath);
+    const auto nFlags = static_cast<std::uint32_t>(source.Byte() << 8 | source.Byte());
+    const auto nSlot = static_cast<std::uint32_t>(source.Byte() << 8 | source.Byte());
+    CheckLocation(nFlags << 16 | nSlot, static_cast<unsigned short>(source.Below(5)));
 }
 
 }  // namespace naive

@@ -106,4 +106,102 @@ TEST(OtnPathTest, MultipliesRates) {
     EXPECT_EQ(2147418113, Util::GetRealLevelVelocity(65535, 0x7FFFFFFF));
 }
 
+struct PackedLevel {
+    const char* szName;
+    int nRate;
+};
+constexpr PackedLevel PACKED[] = {{"ODUflex", 1}, {"ODU0", 1},   {"ODU1", 2},  {"TDUflex", 4},
+                                  {"ODU2", 8},    {"ODU25", 20}, {"ODU3", 32}, {"ODUX5", 40},
+                                  {"ODU4", 80},   {"ODUCn", 240}};  // n = 3
+constexpr int SLOTS = 300;
+
+// Adds every path below strPath that begins within SLOTS, with its ID.
+void AddPaths(int nAbove, int nCarrier, int nSlot, unsigned nFlags, const std::string& strPath,
+              std::map<std::uint32_t, std::string>& mapPath) {
+    for (int i = 0; i < nAbove; ++i)
+        for (int nPath = 1;
+             nSlot + (nPath - 1) * PACKED[i].nRate < SLOTS && nPath * PACKED[i].nRate <= nCarrier;
+             ++nPath) {
+            const std::string strBelow = strPath + (strPath.empty() ? "" : "-") + PACKED[i].szName +
+                                         ":" + std::to_string(nPath);
+            const int nBegin = nSlot + (nPath - 1) * PACKED[i].nRate;
+            const unsigned nBelow = nFlags | 1U << (16 + i);
+            ASSERT_TRUE(mapPath.emplace(nBelow | static_cast<unsigned>(nBegin), strBelow).second);
+            AddPaths(i, PACKED[i].nRate, nBegin, nBelow, strBelow, mapPath);
+        }
+}
+
+TEST(OtnLocationTest, GivesEveryPathAnIdOfItsOwnAndBack) {
+    constexpr unsigned short N = 3;
+    std::map<std::uint32_t, std::string> mapPath;
+    AddPaths(10, 100000, 0, 0, "", mapPath);
+    const zemb::ScopedDebugSink silence([](const zemb::DebugLine&) {});
+    std::size_t nPaths = 0;
+    for (std::uint32_t nFlags = 0; nFlags < 2048; ++nFlags)
+        for (std::uint32_t nSlot = 0; nSlot < SLOTS; ++nSlot) {
+            const std::uint32_t nLocationID = nFlags << 16 | nSlot;
+            const auto it = mapPath.find(nLocationID);
+            const std::string strPath = it == mapPath.end() ? "" : it->second;
+            ASSERT_EQ(strPath, Util::GetLevelPathStrByLocation(nLocationID, N)) << nLocationID;
+            if (strPath.empty())
+                continue;
+            ASSERT_EQ(nLocationID, Util::GetLocationIDByPathStr(strPath, N)) << strPath;
+            ++nPaths;
+        }
+    EXPECT_EQ(mapPath.size(), nPaths);
+}
+
+TEST(OtnLocationTest, RefusesOtherPathsWithOneLine) {
+    support::DebugCapture debug;
+    for (const char* const szPath :
+         {"", "ODU4", "ODU4:1-", "ODU4:0", "ODU4:1-ODU4:1", "ODU2:1-ODU4:1", "ODU4:1-ODU2:11",
+          "ODU4:1-OSUFlex:1", "XYZ:1", "OCh:1", "ODU25:1-ODU2:3", "ODUCn:1-ODU4:2", "ODU4:821",
+          "ODUflex:65537", "ODU4:2147483647-ODU0:1"}) {
+        EXPECT_EQ(0U, Util::GetLocationIDByPathStr(szPath)) << szPath;
+        EXPECT_THAT(debug.Take(), ElementsAre(std::string("error string string=") + szPath +
+                                              ",otn_levelpath_util,236"));
+    }
+    EXPECT_EQ(0U, Util::GetOtnLP2LocationID({{7, 1}}));
+    EXPECT_THAT(debug.TakeWhole(),
+                ElementsAre("tovelkarin 1 error string string=:1,otn_levelpath_util,236"));
+    std::list<OTNLevelAndPathID> listLevel = {{1, 2}};
+    for (const auto& [nLocationID, strText] :
+         std::map<std::uint32_t, std::string>{{0, "0"},
+                                              {100, "64"},
+                                              {0x01000001, "1000001"},
+                                              {0x04000000, "4000000"},
+                                              {0x00100000 | 0x00200000 | 16, "300010"},
+                                              {0xFFFFFFFF, "FFFFFFFF"}}) {
+        EXPECT_FALSE(Util::GetLevelPathByLocationIDNew(nLocationID, listLevel));
+        EXPECT_THAT(debug.Take(),
+                    ElementsAre("error string string=0x" + strText + ",otn_levelpath_util,271"));
+    }
+    EXPECT_EQ(1U, listLevel.size());
+    EXPECT_EQ(0, Util::GetLowPathIDFromLPList({}));
+    EXPECT_THAT(debug.Take(), ElementsAre("error string string=,otn_levelpath_util,302"));
+}
+
+TEST(OtnLocationTest, ConvertsListsAndVectors) {
+    support::DebugCapture debug;
+    EXPECT_EQ(0x01100010U, Util::GetLocationIDByPathStr("ODU4:1-ODU2:3"));
+    EXPECT_EQ(0x01120064U, Util::GetLocationIDByPathStr("ODU4:2-ODU2:3-ODU0:5"));
+    EXPECT_EQ(0x0001FFFFU, Util::GetLocationIDByPathStr("ODUflex:65536"));
+    const std::list<OTNLevelAndPathID> listCn = {{12324, 2}, {12325, 3}};
+    EXPECT_EQ(0x030001E0U, Util::GetOtnLP2LocationIDEX(listCn, 4));
+    std::vector<OTNLevelAndPathID> vecLevel = {{1, 2}};
+    EXPECT_TRUE(Util::TransferLocationIdToVector(0x030001E0, vecLevel, 4));
+    ASSERT_EQ(3U, vecLevel.size());
+    EXPECT_EQ(12324U, vecLevel[1].level);
+    EXPECT_EQ(3, vecLevel[2].pathId);
+    std::list<OTNLevelAndPathID> listLevel = {{5, 6}};
+    Util::TransferVectorToList(vecLevel, listLevel);
+    EXPECT_EQ(4U, listLevel.size());
+    EXPECT_EQ(3, Util::GetLowPathIDFromLPList(listLevel));
+    EXPECT_TRUE(Util::GetLevelPathByLocationID(0x01100010, listLevel));
+    EXPECT_EQ(6U, listLevel.size());
+    EXPECT_EQ(3, listLevel.back().pathId);
+    EXPECT_EQ(0x01100010U, Util::GetOtnLP2LocationIDNew({{12325, 1}, {12327, 3}}));
+    EXPECT_THAT(debug.Take(), IsEmpty());
+}
+
 }  // namespace
