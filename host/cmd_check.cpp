@@ -1,3 +1,4 @@
+#include "backup_text.h"
 #include "command.h"
 #include "item_check.h"
 #include "lang_file.h"
@@ -102,6 +103,9 @@ Runner DefineCheck(CLI::App& app) {
     CLI::App* const pTimeouts = app.add_subcommand("timeouts", "request time-out files");
     pTimeouts->add_option("FILE", pArgs->vecFile, "time-out files")->required();
     pTimeouts->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
+    CLI::App* const pBackup = app.add_subcommand("backup", "backup texts of objects");
+    pBackup->add_option("FILE", pArgs->vecFile, "backup texts; -: standard input")->required();
+    pBackup->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
     app.require_subcommand(1);
     return [=](Session& session) {
         if (pMutex->parsed())
@@ -110,6 +114,8 @@ Runner DefineCheck(CLI::App& app) {
             return CheckLang(session, *pArgs);
         if (pItems->parsed())
             return CheckEach(session, *pArgs, CheckItemFile);
+        if (pBackup->parsed())
+            return CheckEach(session, *pArgs, CheckBackupFile);
         return CheckEach(session, *pArgs, [](const std::string& strFile) {
             return TimeoutFile(strFile).vecFinding;
         });

@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 #include <memory>
 
@@ -123,7 +124,113 @@ void ShowFdn(const Session& session, const std::string& strText) {
     session.out.Put(strAnswer, record);
 }
 
-void ShowOtn(const Session& session, const std::string& strText) {
+struct OtnArguments {
+    Texts texts;
+    unsigned short n = 0;
+};
+
+std::string LocationText(std::uint32_t nLocationID) {
+    const std::string strDigits = Hex(nLocationID).substr(2);
+    return "0x" + std::string(8 - strDigits.size(), '0') + strDigits;
+}
+
+// The slots that a level takes: where its second path begins.
+int RateOf(std::uint32_t nLevel, unsigned short n) {
+    constexpr std::uint32_t ODUCN = 0x3024;
+    using Util = NSTN_util::TNOTNLevelPathUtil;
+    const auto nRate = static_cast<int>(Util::GetOtnLP2LocationID({{nLevel, 2}}) & 0xFFFF);
+    return nLevel == ODUCN ? Util::GetRealLevelVelocity(n, nRate) : nRate;
+}
+
+constexpr std::size_t ROW_SLOTS = 40;
+constexpr std::size_t ROWS_MOST = 8;
+
+// The carrier's slots: '#' those of the path itself, '+' those of the levels that carry it, '.' the
+// others. Of a large carrier only the rows with the path in them.
+std::string SlotPicture(const std::list<NSTN_util::OTNLevelAndPathID>& listLevel,
+                        const std::vector<int>& vecRate) {
+    std::string strSlots(static_cast<std::size_t>(vecRate.front()), '.');
+    std::size_t nBegin = 0;
+    for (std::size_t i = 1; i < vecRate.size(); ++i) {
+        const auto nRate = static_cast<std::size_t>(vecRate[i]);
+        nBegin += static_cast<std::size_t>(
+                      std::next(listLevel.begin(), static_cast<long>(i))->pathId - 1) *
+                  nRate;
+        strSlots.replace(nBegin, nRate, nRate, i + 1 == vecRate.size() ? '#' : '+');
+    }
+    if (vecRate.size() == 1)
+        strSlots.assign(strSlots.size(), '#');
+    std::string strPicture;
+    const bool bLarge = strSlots.size() > ROWS_MOST * ROW_SLOTS;
+    for (std::size_t nRow = 0; nRow < strSlots.size(); nRow += ROW_SLOTS) {
+        const std::string strRow = strSlots.substr(nRow, ROW_SLOTS);
+        if (bLarge && strRow.find('#') == std::string::npos)
+            continue;
+        const std::string strFirst = std::to_string(nRow + 1);
+        strPicture += "\n  " + std::string(strFirst.size() < 7 ? 7 - strFirst.size() : 0, ' ') +
+                      strFirst + "  " + strRow;
+    }
+    return strPicture;
+}
+
+void PutOtn(const Session& session, const std::list<NSTN_util::OTNLevelAndPathID>& listLevel,
+            unsigned short n) {
+    using Util = NSTN_util::TNOTNLevelPathUtil;
+    const std::string strPath = Util::GetLevelPathStrByLevelList(listLevel);
+    Json::Value record;
+    record["path"] = strPath;
+    std::vector<std::vector<std::string>> vecRow;
+    for (const NSTN_util::OTNLevelAndPathID& level : listLevel) {
+        Json::Value one;
+        one["level"] = level.level;
+        one["path"] = level.pathId;
+        record["levels"].append(one);
+        vecRow.push_back({"  " + Util::GetLevelPathStrByLevelList({level}), Hex(level.level),
+                          "path " + std::to_string(level.pathId)});
+    }
+    std::string strAnswer = strPath + "\n" + Table(vecRow);
+    const zemb::ScopedNoDebugChannel silent;  // a path without a location ID is no fault here
+    const std::uint32_t nLocationID = Util::GetOtnLP2LocationIDEX(listLevel, n);
+    if (nLocationID == 0) {
+        session.out.Put(strAnswer + "\n  no location ID", record);
+        return;
+    }
+    std::vector<int> vecRate;
+    for (const NSTN_util::OTNLevelAndPathID& level : listLevel)
+        vecRate.push_back(RateOf(level.level, n));
+    const std::uint32_t nSlot = nLocationID & 0xFFFF;
+    const auto nOffset =
+        nSlot - static_cast<std::uint32_t>((listLevel.front().pathId - 1) * vecRate.front());
+    record["location"] = nLocationID;
+    record["slot"] = nSlot;
+    record["slots"] = vecRate.back();
+    strAnswer += "\n  location ID " + LocationText(nLocationID) + ": slot " +
+                 std::to_string(nSlot) + "\n  " +
+                 Counted(static_cast<std::size_t>(vecRate.back()), "slot") + " of " +
+                 std::to_string(vecRate.front()) + " of " +
+                 Util::GetLevelPathStrByLevelList({listLevel.front()}) + ", from " +
+                 std::to_string(nOffset + 1) + ":" + SlotPicture(listLevel, vecRate);
+    session.out.Put(strAnswer, record);
+}
+
+void ShowLocation(const Session& session, const std::string& strText, unsigned short n) {
+    char* szEnd = nullptr;
+    const int nBase = strText.compare(0, 2, "0x") == 0 ? 16 : 10;
+    const unsigned long nRead = std::strtoul(strText.c_str(), &szEnd, nBase);
+    const auto nLocationID = static_cast<std::uint32_t>(nRead);
+    if (*szEnd != '\0' || nLocationID != nRead)
+        throw CommandError(WRONG_USAGE,
+                           "otn: '" + strText + "' is no location ID; expected such as 0x01100010");
+    std::list<NSTN_util::OTNLevelAndPathID> listLevel;
+    if (!NSTN_util::TNOTNLevelPathUtil::GetLevelPathByLocationID(nLocationID, listLevel, n))
+        throw CommandError(ANSWER_NO, "'" + strText + "' is the location ID of no path" +
+                                          (n == 0 ? "; of an ODUCn --n tells more" : ""));
+    PutOtn(session, listLevel, n);
+}
+
+void ShowOtn(const Session& session, const std::string& strText, unsigned short n) {
+    if (!strText.empty() && strText.front() >= '0' && strText.front() <= '9')
+        return ShowLocation(session, strText, n);
     std::list<NSTN_util::OTNLevelAndPathID> listLevel;
     NSTN_util::TNOTNLevelPathUtil::GetLevelAndPathIDByStr(strText, listLevel);
     std::vector<std::string> vecPart;
@@ -138,18 +245,7 @@ void ShowOtn(const Session& session, const std::string& strText) {
         NSTN_util::TNOTNLevelPathUtil::GetLevelPathStrByLevelList(listLevel);
     if (strWritten != strText)
         WarnOfLoss(strText, strWritten);
-    Json::Value record;
-    record["path"] = strWritten;
-    std::vector<std::vector<std::string>> vecRow;
-    for (const NSTN_util::OTNLevelAndPathID& level : listLevel) {
-        Json::Value one;
-        one["level"] = level.level;
-        one["path"] = level.pathId;
-        record["levels"].append(one);
-        vecRow.push_back({"  " + NSTN_util::TNOTNLevelPathUtil::GetLevelPathStrByLevelList({level}),
-                          Hex(level.level), "path " + std::to_string(level.pathId)});
-    }
-    session.out.Put(strWritten + "\n" + Table(vecRow), record);
+    PutOtn(session, listLevel, n);
 }
 
 struct FdnArguments {
@@ -184,10 +280,12 @@ Runner DefineFbType(CLI::App& app) {
 }
 
 Runner DefineOtn(CLI::App& app) {
-    const auto pTexts = std::make_shared<Texts>();
-    pTexts->Define(app, "an OTN path: ODU4:1-ODU2:3");
-    return [pTexts](Session& session) {
-        return pTexts->Each([&](const std::string& strText) { ShowOtn(session, strText); });
+    const auto pArgs = std::make_shared<OtnArguments>();
+    pArgs->texts.Define(app, "an OTN path, ODU4:1-ODU2:3, or a location ID, 0x01100010");
+    app.add_option("--n", pArgs->n, "how many times 80 slots an ODUCn has");
+    return [pArgs](Session& session) {
+        return pArgs->texts.Each(
+            [&](const std::string& strText) { ShowOtn(session, strText, pArgs->n); });
     };
 }
 

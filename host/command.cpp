@@ -41,8 +41,11 @@ const std::vector<Command>& Commands() {
                      DefineFile},
         {"fdn",      "take an FDN apart: pairs, port key, path; or build one",
                      "fdn 'NE=5,FR=0,S=3,LP=3|7|300,'\n  fdn build 1 7", true, DefineFdn},
-        {"otn",      "take a path through the optical transport hierarchy apart",
-                     "otn ODU4:1-ODU2:3", true, DefineOtn},
+        {"otn",      "take a path through the optical transport hierarchy, or its location ID, apart",
+                     "otn ODU4:1-ODU2:3 0x01100010", true, DefineOtn},
+        {"backup",   "show the backup text of an object, read a value of it, build one",
+                     "backup view port.txt\n  backup get port.txt SUBS/C1[2]/label\n"
+                     "  backup build PORT id=5 'label=a,b' vlans:list=1-3,7", false, DefineBackup},
         {"fbtype",   "tell to which function block a detailed type belongs",
                      "fbtype 862\n  fbtype --table", true, DefineFbType},
         {"text",     "trim, turn, cut and replace text",

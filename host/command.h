@@ -69,6 +69,7 @@ Runner DefineTimeouts(CLI::App& app);
 Runner DefineFdn(CLI::App& app);
 Runner DefineOtn(CLI::App& app);
 Runner DefineFbType(CLI::App& app);
+Runner DefineBackup(CLI::App& app);
 Runner DefineSay(CLI::App& app);
 Runner DefineQuit(CLI::App& app);
 Runner DefineHelp(CLI::App& app);

@@ -1,0 +1,231 @@
+#include "backup_text.h"
+#include "command.h"
+
+#include "tovelkarin/nml_commondataapi.h"
+#include "tovelkarin/stringutil.h"
+#include "tovelkarin/tnbackupobjstr.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+namespace host {
+
+namespace {
+
+using NSTN_util::TNBackupObjStr;
+
+constexpr std::size_t INDENT_MOST = 40;
+
+struct BackupArguments {
+    std::string strFile;
+    std::string strName;
+    std::vector<std::string> vecItem;
+    std::vector<std::string> vecGroup;
+};
+
+int PutNodes(const Session& session, const BackupText& text) {
+    static const char* const KINDS[] = {"object", "attribute", "group"};
+    for (const BackupNode& node : text.vecNode) {
+        const std::string strName(node.strName);
+        const std::string strValue(node.strValue);
+        Json::Value record;
+        record["kind"] = KINDS[static_cast<int>(node.eKind)];
+        record["depth"] = static_cast<Json::UInt64>(node.nDepth);
+        record["name"] = strName;
+        std::string strLine(2 * std::min(node.nDepth, INDENT_MOST), ' ');
+        if (node.eKind == BackupNode::EKind::ATTRIBUTE) {
+            record["value"] = strValue;
+            record["quoted"] = node.bQuoted;
+            strLine += strName + " = " + (node.bQuoted ? "\"" + strValue + "\"" : strValue);
+        } else if (node.eKind == BackupNode::EKind::GROUP) {
+            record["children"] = static_cast<Json::UInt64>(node.nChildren);
+            strLine += strName + " (" + std::to_string(node.nChildren) + ")";
+        } else {
+            strLine += strName;
+        }
+        session.out.Put(strLine, record);
+    }
+    return DONE;
+}
+
+// Findings of a text that is at hand go to standard error.
+int TellFindings(const std::vector<Finding>& vecFinding) {
+    bool bErrors = false;
+    for (const Finding& finding : vecFinding) {
+        const bool bError = finding.eSeverity == ESeverity::ERROR;
+        bErrors = bErrors || bError;
+        std::cerr << "tovelkarin: " << finding.place.Text() << ":" << finding.place.nColumn
+                  << (bError ? ": error: " : ": warning: ") << finding.strWhat
+                  << (finding.strExpected.empty() ? "" : "; expected " + finding.strExpected)
+                  << std::endl;
+    }
+    return bErrors ? ANSWER_NO : DONE;
+}
+
+int View(const Session& session, const BackupArguments& args) {
+    const BackupText text(args.strFile, ReadWhole(args.strFile));
+    PutNodes(session, text);
+    return TellFindings(text.vecFinding);
+}
+
+std::vector<std::string> Words(const std::string& strText, char cSeparator) {
+    std::vector<std::string> vecWord;
+    std::istringstream stream(strText);
+    for (std::string strWord; std::getline(stream, strWord, cSeparator);)
+        vecWord.push_back(strWord);
+    return vecWord;
+}
+
+// One step of a path: "PORTS/PORT[2]" or "label".
+struct Step {
+    std::string strGroup;
+    std::string strChild;
+    std::size_t nChild = 1;
+};
+
+Step ReadStep(const std::string& strGroup, std::string strChild) {
+    Step step;
+    step.strGroup = strGroup;
+    const std::size_t nBracket = strChild.find('[');
+    if (nBracket != std::string::npos) {
+        int nChild = 0;
+        if (strChild.back() != ']' ||
+            !NSTN_util::StrToInt(strChild.substr(nBracket + 1, strChild.size() - nBracket - 2),
+                                 nChild, 10) ||
+            nChild < 1)
+            throw CommandError(WRONG_USAGE, "backup get: '" + strChild +
+                                                "' is no child; expected such as PORT[2]");
+        step.nChild = static_cast<std::size_t>(nChild);
+        strChild.resize(nBracket);
+    }
+    step.strChild = strChild;
+    return step;
+}
+
+// Goes the way that a server process goes, by the library's own readers.
+int Get(const Session& session, const BackupArguments& args) {
+    const std::vector<std::string> vecWord = Words(args.strName, '/');
+    std::string strText = ReadWhole(args.strFile);
+    std::size_t i = 0;
+    for (; i + 1 < vecWord.size(); i += 2) {
+        const Step step = ReadStep(vecWord[i], vecWord[i + 1]);
+        std::vector<std::string> vecChild;
+        if (!TNBackupObjStr(strText, "").GetObjStrByObjName(step.strGroup, step.strChild, vecChild))
+            throw CommandError(ANSWER_NO, args.strFile + ": no group " + step.strGroup +
+                                              " with objects " + step.strChild);
+        if (vecChild.size() < step.nChild)
+            throw CommandError(ANSWER_NO, args.strFile + ": group " + step.strGroup + " holds " +
+                                              Counted(vecChild.size(), "object") + " " +
+                                              step.strChild);
+        strText = vecChild[step.nChild - 1];
+    }
+    Json::Value record;
+    record["path"] = args.strName;
+    if (i == vecWord.size()) {
+        record["text"] = strText;
+        session.out.Put(strText, record);
+        return DONE;
+    }
+    std::string strValue;
+    if (!TNBackupObjStr(strText, "").GetValueStrByName(vecWord[i], strValue, false))
+        throw CommandError(ANSWER_NO,
+                           args.strFile + ": no value of '" + vecWord[i] +
+                               "' that a reader gives back; 'backup view' shows what is there");
+    record["value"] = strValue;
+    session.out.Put(strValue, record);
+    return DONE;
+}
+
+// Adds "name=value" or "name:type=value".
+void AddItem(TNBackupObjStr& object, const std::string& strItem) {
+    const std::size_t nEqual = strItem.find('=');
+    if (nEqual == std::string::npos || nEqual == 0)
+        throw CommandError(WRONG_USAGE,
+                           "backup build: '" + strItem + "' is no attribute; expected name=value");
+    std::string strName = strItem.substr(0, nEqual);
+    const std::string strValue = strItem.substr(nEqual + 1);
+    const std::size_t nColon = strName.rfind(':');
+    std::string strType;
+    if (nColon != std::string::npos) {
+        strType = strName.substr(nColon + 1);
+        strName.resize(nColon);
+    }
+    int nValue = 0;
+    std::vector<int> vecNumber;
+    if (strType == "list" && NSTN_util::StrToNumList(strValue, vecNumber)) {
+        object.AddAttributePara(strName.c_str(), vecNumber, false);
+    } else if (strType == "texts") {
+        std::vector<std::string> vecText;
+        NSTN_util::TEStr2StrVec(strValue.c_str(), vecText);
+        object.AddAttributePara(strName.c_str(), vecText, true);
+    } else if (strType == "text" ||
+               (strType.empty() && !NSTN_util::StrToInt(strValue, nValue, 10))) {
+        object.AddAttributePara(strName.c_str(), strValue, true);
+    } else if ((strType.empty() || strType == "int") && NSTN_util::StrToInt(strValue, nValue, 10)) {
+        object.AddAttributePara(strName.c_str(), nValue, false);
+    } else {
+        throw CommandError(WRONG_USAGE, "backup build: '" + strItem +
+                                            "' is no such value; types are int, text, list "
+                                            "(numbers 1-3,7) and texts (a,b)");
+    }
+}
+
+void AddGroup(TNBackupObjStr& object, const std::string& strGroup) {
+    const std::size_t nEqual = strGroup.find('=');
+    if (nEqual == std::string::npos || nEqual == 0)
+        throw CommandError(WRONG_USAGE,
+                           "backup build: '" + strGroup + "' is no group; expected NAME=FILE");
+    const std::string strFile = strGroup.substr(nEqual + 1);
+    const BackupText text(strFile, ReadWhole(strFile));
+    if (TellFindings(text.vecFinding) != DONE)
+        throw CommandError(ANSWER_NO, strFile + ": no clean backup text");
+    object.AddObejctPara({text.vecObject.begin(), text.vecObject.end()},
+                         strGroup.substr(0, nEqual));
+}
+
+int Build(const Session& session, const BackupArguments& args) {
+    TNBackupObjStr object(args.strName);
+    for (const std::string& strItem : args.vecItem)
+        AddItem(object, strItem);
+    for (const std::string& strGroup : args.vecGroup)
+        AddGroup(object, strGroup);
+    Json::Value record;
+    record["text"] = object.GetObjStr();
+    session.out.Put(object.GetObjStr(), record);
+    return TellFindings(BackupText(args.strName, object.GetObjStr()).vecFinding);
+}
+
+}  // namespace
+
+Runner DefineBackup(CLI::App& app) {
+    const auto pArgs = std::make_shared<BackupArguments>();
+    CLI::App* const pView =
+        app.add_subcommand("view", "show the objects, groups and attributes of a text as a tree");
+    pView->add_option("FILE", pArgs->strFile, "a backup text; -: standard input")->required();
+    CLI::App* const pGet = app.add_subcommand("get", "read one value, or cut out one child");
+    pGet->add_option("FILE", pArgs->strFile, "a backup text; -: standard input")->required();
+    pGet->add_option("PATH", pArgs->strName,
+                     "an attribute; before it, or alone, GROUP/OBJECT[n], the first for no n")
+        ->required();
+    CLI::App* const pBuild = app.add_subcommand("build", "write the text of an object");
+    pBuild->add_option("NAME", pArgs->strName, "the object's name")->required();
+    pBuild->add_option("ITEM", pArgs->vecItem,
+                       "attributes: name=value, a number or a text, or name:TYPE=value with TYPE "
+                       "int, text, list (numbers 1-3,7), texts (a,b)");
+    pBuild->add_option("--group", pArgs->vecGroup,
+                       "GROUP=FILE: a group of the texts in a file; -: standard input");
+    app.require_subcommand(1);
+    return [pArgs, pView, pGet](Session& session) {
+        if (pView->parsed())
+            return View(session, *pArgs);
+        if (pGet->parsed())
+            return Get(session, *pArgs);
+        return Build(session, *pArgs);
+    };
+}
+
+}  // namespace host
