@@ -79,6 +79,17 @@ constexpr Goal GOALS[] = {
     {"tree_size",                       1.0 },
     {"folder_list",                     1.0 },
     {"path_absolute",                   1.25},
+    {"backup_build/100",                1.0 },
+    {"backup_read/100",                 0.4 },
+    {"backup_read/10000",               0.35},
+    {"backup_children",                 1.0 },
+    {"backup_list_write/1000000",       0.7 },
+    {"backup_list_read/1000000",        0.7 },
+    {"fdn_port",                        0.6 },
+    {"fdn_build",                       0.9 },
+    {"otn_read",                        0.55},
+    {"otn_write",                       0.55},
+    {"fbtype",                          1.0 },
 };
 
 constexpr Growth GROWTHS[] = {
@@ -106,6 +117,11 @@ constexpr Growth GROWTHS[] = {
     {"tree_size",      "linear", 2.5, 1000},
     {"path_absolute",  "linear", 2.5, 1000},
     {"replace_two",    "linear", 2.5, 1024},
+    {"backup_build",   "linear", 2.5, 1000},
+    {"backup_read",    "linear", 2.5, 1000},
+    {"backup_children", "linear", 2.5, 1000},
+    {"backup_list_write", "linear", 2.5, 1000},
+    {"backup_list_read", "linear", 2.5, 1000},
 };
 // clang-format on
 

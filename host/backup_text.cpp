@@ -70,10 +70,8 @@ bool BackupText::ReadPart() {
         return false;
     if (IsAt("</"))
         return ReadEnd();
-    if (vecNode[m_vecOpen.back().nNode].eKind == BackupNode::EKind::GROUP) {
-        ++vecNode[m_vecOpen.back().nNode].nChildren;
-        return ReadObject();
-    }
+    if (vecNode[m_vecOpen.back().nNode].eKind == BackupNode::EKind::GROUP)
+        return ReadChild();
     if (IsObjectHere()) {
         Add(ESeverity::ERROR, m_nAt,
             "<" + Shown(TagName()) + "> stands in no group: no reader cuts it out");
@@ -85,6 +83,23 @@ bool BackupText::ReadPart() {
     CheckGroup(strName);
     Push(BackupNode::EKind::GROUP, strName);
     return true;
+}
+
+bool BackupText::ReadChild() {
+    const Open group = m_vecOpen.back();
+    ++vecNode[group.nNode].nChildren;
+    const std::string_view strName = TagName();
+    const auto it = m_mapTags.find(strName);
+    if (it != m_mapTags.end()) {
+        // Readers take every tag of the name inside of the group.
+        const auto itFirst = std::lower_bound(it->second.begin(), it->second.end(), group.nBegin);
+        if (itFirst != it->second.end() && m_setSibling.count({group.nNode, strName}) == 0)
+            Add(ESeverity::ERROR, m_nAt,
+                "readers of " + Quoted(strName) + " in this group find the <" + Shown(strName) +
+                    "> at " + Where(*itFirst) + " first");
+    }
+    m_setSibling.emplace(group.nNode, strName);
+    return ReadObject();
 }
 
 bool BackupText::ReadObject() {
@@ -112,7 +127,7 @@ bool BackupText::ReadAttributes() {
     }
     CheckNames(nFirstNode, vecBegin, nEnd);
     for (std::size_t i = 0; i < vecBegin.size(); ++i)
-        CheckValue(vecNode[nFirstNode + i], vecBegin[i]);
+        CheckValue(vecNode[nFirstNode + i], vecBegin[i], vecBegin[i] == m_nAt);
     m_nAt = nEnd + LIST_END.size();
     return Take(OBJECTS_BEGIN) ||
            Fail(m_nAt, "no groups behind the attributes", std::string(OBJECTS_BEGIN));
@@ -122,8 +137,8 @@ bool BackupText::ReadAttributes() {
 std::size_t BackupText::ReadItem(std::size_t nItem, std::size_t nEnd) {
     const std::string_view strList = std::string_view(m_strText).substr(0, nEnd);
     const std::size_t nComma = std::min(strList.find(',', nItem), nEnd);
-    const std::size_t nEqual = strList.find('=', nItem);
-    if (nEqual == NPOS || nEqual > nComma) {
+    const std::size_t nEqual = strList.substr(0, nComma).find('=', nItem);
+    if (nEqual == NPOS) {
         Add(ESeverity::ERROR, nItem,
             Quoted(strList.substr(nItem, nComma - nItem)) +
                 " is no item: a comma in a value before it cut it off, or '=' is missing",
@@ -140,12 +155,14 @@ std::size_t BackupText::ReadItem(std::size_t nItem, std::size_t nEnd) {
     if (!strRest.empty() && strRest.front() == '"') {
         const std::size_t nQuote = ClosingQuote(strRest);
         if (nQuote == NPOS) {
+            const bool bComma = strRest.substr(1, 1) == ",";
             Add(ESeverity::ERROR, nEqual + 1,
                 "the quote of " + Quoted(node.strName) +
-                    (strRest.substr(1, 1) == "," ? " begins with a comma" : " is not closed") +
+                    (bComma ? " begins with a comma" : " is not closed") +
                     ": no reader gives the value back",
-                "a quote and a comma behind the value");
-            return nEnd;
+                bComma ? "another character before it" : "a quote and a comma behind the value");
+            const std::size_t nNext = strRest.find("\",", 1);
+            return nNext == NPOS ? nComma + 1 : nEqual + 1 + nNext + 2;
         }
         node.bQuoted = true;
         node.strValue = strRest.substr(1, nQuote - 1);
@@ -168,27 +185,28 @@ void BackupText::CheckNames(std::size_t nFirstNode, const std::vector<std::size_
                             std::size_t nEnd) {
     std::map<std::string_view, std::size_t> mapFirst;
     std::map<std::string_view, std::size_t> mapFirstQuoted;
-    for (std::size_t nEqual = m_strText.find('=', m_nAt); nEqual < nEnd;
-         nEqual = m_strText.find('=', nEqual + 1)) {
+    const std::string_view strList = std::string_view(m_strText).substr(0, nEnd);
+    for (std::size_t nEqual = strList.find('=', m_nAt); nEqual != NPOS;
+         nEqual = strList.find('=', nEqual + 1)) {
         std::size_t nBegin = nEqual;
-        while (nBegin > m_nAt && m_strText[nBegin - 1] != ',' && m_strText[nBegin - 1] != '=')
+        while (nBegin > m_nAt && strList[nBegin - 1] != ',' && strList[nBegin - 1] != '=')
             --nBegin;
-        if (nBegin != m_nAt && m_strText[nBegin - 1] != ',')
+        if (nBegin != m_nAt && strList[nBegin - 1] != ',')
             continue;
-        const std::string_view strName =
-            std::string_view(m_strText).substr(nBegin, nEqual - nBegin);
+        const std::string_view strName = strList.substr(nBegin, nEqual - nBegin);
         mapFirst.emplace(strName, nBegin);
-        if (nBegin == m_nAt || m_strText[nEqual + 1] == '"')
+        if (nBegin == m_nAt || strList.substr(nEqual + 1, 1) == "\"")
             mapFirstQuoted.emplace(strName, nBegin);
     }
     for (std::size_t i = 0; i < vecBegin.size(); ++i) {
         const BackupNode& node = vecNode[nFirstNode + i];
-        const auto& mapPlace = node.bQuoted ? mapFirstQuoted : mapFirst;
-        const auto it = mapPlace.find(node.strName);
-        if (it != mapPlace.end() && it->second < vecBegin[i])
-            Add(ESeverity::ERROR, vecBegin[i],
-                "readers of " + Quoted(node.strName) + " find the one at " + Where(it->second) +
-                    " first");
+        const auto itFirst = mapFirst.find(node.strName);
+        const auto itQuoted = mapFirstQuoted.find(node.strName);
+        const bool bText = node.bQuoted && itQuoted->second == vecBegin[i];
+        if (itFirst->second < vecBegin[i])
+            Add(bText ? ESeverity::WARNING : ESeverity::ERROR, vecBegin[i],
+                "readers of " + std::string(bText ? "numbers " : "") + Quoted(node.strName) +
+                    " find the one at " + Where(itFirst->second) + " first");
     }
 }
 
@@ -203,21 +221,33 @@ std::size_t BackupText::ClosingQuote(std::string_view strRest) const {
     }
 }
 
-void BackupText::CheckValue(const BackupNode& node, std::size_t nItem) {
+void BackupText::CheckValue(const BackupNode& node, std::size_t nItem, bool bFirst) {
     if (node.strName.empty())
         Add(ESeverity::ERROR, nItem, "an item without a name: no reader finds it", "name=value,");
-    if (node.strValue.find('<') != NPOS)
+    if (node.strValue.find("<object>") != NPOS || node.strValue.find("<attribute>") != NPOS)
+        Add(ESeverity::ERROR, nItem,
+            "the value of " + Quoted(node.strName) +
+                " holds a tag of the text itself: no attribute of the object is read");
+    else if (node.strValue.find('<') != NPOS)
         Add(ESeverity::WARNING, nItem,
             "the value of " + Quoted(node.strName) +
                 " holds '<': readers take what looks like a tag for one");
+    if (node.bQuoted && node.strValue.find("=\"") != NPOS)
+        Add(ESeverity::WARNING, nItem,
+            "the value of " + Quoted(node.strName) +
+                " holds what looks like another value: perhaps its own quote is not closed");
     if (node.bQuoted)
         return;
+    if (node.strValue.empty())
+        Add(ESeverity::WARNING, nItem,
+            "the value of " + Quoted(node.strName) +
+                " is empty: readers of numbers and lists refuse it");
     if (node.strValue.find('"') != NPOS)
         Add(ESeverity::WARNING, nItem,
             "the value of " + Quoted(node.strName) +
                 " holds a quote: perhaps a value before it was cut at a quote and comma");
     const bool bNumbers = node.strValue.find_first_not_of("0123456789&-+ ") == NPOS;
-    if (!node.strValue.empty() && !bNumbers)
+    if (!bFirst && !node.strValue.empty() && !bNumbers)
         Add(ESeverity::WARNING, nItem,
             "the text of " + Quoted(node.strName) +
                 " is not quoted: readers of texts find it only as the first item");
@@ -244,11 +274,15 @@ bool BackupText::ReadEnd() {
 
 // A group of this name deeper in an earlier group is what readers find.
 void BackupText::CheckGroup(std::string_view strName) {
-    const auto it = m_mapLastTag.find(strName);
-    if (it != m_mapLastTag.end() && it->second > m_vecOpen.back().nBegin)
+    const auto it = m_mapTags.find(strName);
+    if (it == m_mapTags.end())
+        return;
+    const std::size_t nParent = m_vecOpen.back().nBegin;
+    const auto itFirst = std::lower_bound(it->second.begin(), it->second.end(), nParent);
+    if (itFirst != it->second.end())
         Add(ESeverity::ERROR, m_nAt,
             "readers of group " + Quoted(strName) + " find the <" + Shown(strName) + "> at " +
-                Where(it->second) + " first");
+                Where(*itFirst) + " first");
 }
 
 // An end tag of this name ends, for readers, whatever of the name is open around it.
@@ -265,7 +299,11 @@ void BackupText::CheckCut(std::string_view strName, std::size_t nEndTag) {
 }
 
 void BackupText::Push(BackupNode::EKind eKind, std::string_view strName) {
-    m_mapLastTag[strName] = m_nAt;
+    if (strName == "attribute" || strName == "object")
+        Add(ESeverity::ERROR, m_nAt,
+            "<" + Shown(strName) + "> is a tag of the text itself: readers go wrong with it",
+            "another name");
+    m_mapTags[strName].push_back(m_nAt);
     m_mapOpen[strName].push_back(m_vecOpen.size());
     vecNode.push_back({eKind, m_vecOpen.size(), strName, {}, false, 0});
     m_vecOpen.push_back({vecNode.size() - 1, m_nAt});
@@ -282,7 +320,8 @@ bool BackupText::Take(std::string_view strTag) {
 std::string_view BackupText::TagName() const {
     const std::string_view strRest = Rest();
     const std::size_t nEnd = strRest.find_first_of("<>", 1);
-    if (strRest.empty() || strRest.front() != '<' || nEnd == NPOS || strRest[nEnd] == '<')
+    if (strRest.empty() || strRest.front() != '<' || nEnd == NPOS || strRest[nEnd] == '<' ||
+        strRest[1] == '/')
         return {};
     return strRest.substr(1, nEnd - 1);
 }

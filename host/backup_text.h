@@ -4,8 +4,10 @@
 
 #include <cstddef>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace host {
@@ -42,13 +44,14 @@ private:
 
     void Read();
     bool ReadPart();
+    bool ReadChild();
     bool ReadObject();
     bool ReadAttributes();
     std::size_t ReadItem(std::size_t nItem, std::size_t nEnd);
     std::size_t ClosingQuote(std::string_view strRest) const;
     void CheckNames(std::size_t nFirstNode, const std::vector<std::size_t>& vecBegin,
                     std::size_t nEnd);
-    void CheckValue(const BackupNode& node, std::size_t nItem);
+    void CheckValue(const BackupNode& node, std::size_t nItem, bool bFirst);
     bool ReadEnd();
     void Push(BackupNode::EKind eKind, std::string_view strName);
     void CheckGroup(std::string_view strName);
@@ -70,8 +73,9 @@ private:
     std::size_t m_nAt = 0;
     std::vector<std::size_t> m_vecLineBegin;
     std::vector<Open> m_vecOpen;
-    std::map<std::string_view, std::size_t> m_mapLastTag;            // where it began last
-    std::map<std::string_view, std::vector<std::size_t>> m_mapOpen;  // indices of m_vecOpen
+    std::map<std::string_view, std::vector<std::size_t>> m_mapTags;   // where it begins, rising
+    std::set<std::pair<std::size_t, std::string_view>> m_setSibling;  // group, name of a child
+    std::map<std::string_view, std::vector<std::size_t>> m_mapOpen;   // indices of m_vecOpen
 };
 
 // The whole text of a file, or of standard input for "-". Throws CommandError.

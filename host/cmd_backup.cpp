@@ -1,16 +1,21 @@
 #include "backup_text.h"
 #include "command.h"
+#include "texts.h"
 
 #include "tovelkarin/nml_commondataapi.h"
 #include "tovelkarin/stringutil.h"
 #include "tovelkarin/tnbackupobjstr.h"
 
+#include "zemb/control.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <sstream>
+#include <utility>
 
 namespace host {
 
@@ -25,7 +30,21 @@ struct BackupArguments {
     std::string strName;
     std::vector<std::string> vecItem;
     std::vector<std::string> vecGroup;
+    bool bText = false;
 };
+
+// Line breaks and other control characters as \x0A: a value must not look like more of the tree.
+std::string OnOneLine(const std::string& strText) {
+    std::string strShown;
+    for (const char c : strText) {
+        const auto nByte = static_cast<unsigned char>(c);
+        const std::string strHex = Hex(nByte).substr(2);
+        strShown += nByte >= ' ' && nByte != 0x7F ? std::string(1, c)
+                    : nByte < 16                  ? "\\x0" + strHex
+                                                  : "\\x" + strHex;
+    }
+    return strShown;
+}
 
 int PutNodes(const Session& session, const BackupText& text) {
     static const char* const KINDS[] = {"object", "attribute", "group"};
@@ -40,7 +59,8 @@ int PutNodes(const Session& session, const BackupText& text) {
         if (node.eKind == BackupNode::EKind::ATTRIBUTE) {
             record["value"] = strValue;
             record["quoted"] = node.bQuoted;
-            strLine += strName + " = " + (node.bQuoted ? "\"" + strValue + "\"" : strValue);
+            strLine += strName + " = " +
+                       (node.bQuoted ? "\"" + OnOneLine(strValue) + "\"" : OnOneLine(strValue));
         } else if (node.eKind == BackupNode::EKind::GROUP) {
             record["children"] = static_cast<Json::UInt64>(node.nChildren);
             strLine += strName + " (" + std::to_string(node.nChildren) + ")";
@@ -74,7 +94,7 @@ int View(const Session& session, const BackupArguments& args) {
 
 std::vector<std::string> Words(const std::string& strText, char cSeparator) {
     std::vector<std::string> vecWord;
-    std::istringstream stream(strText);
+    std::istringstream stream(strText + cSeparator);
     for (std::string strWord; std::getline(stream, strWord, cSeparator);)
         vecWord.push_back(strWord);
     return vecWord;
@@ -131,7 +151,7 @@ int Get(const Session& session, const BackupArguments& args) {
         return DONE;
     }
     std::string strValue;
-    if (!TNBackupObjStr(strText, "").GetValueStrByName(vecWord[i], strValue, false))
+    if (!TNBackupObjStr(strText, "").GetValueStrByName(vecWord[i], strValue, args.bText))
         throw CommandError(ANSWER_NO,
                            args.strFile + ": no value of '" + vecWord[i] +
                                "' that a reader gives back; 'backup view' shows what is there");
@@ -140,41 +160,88 @@ int Get(const Session& session, const BackupArguments& args) {
     return DONE;
 }
 
-// Adds "name=value" or "name:type=value".
-void AddItem(TNBackupObjStr& object, const std::string& strItem) {
-    const std::size_t nEqual = strItem.find('=');
-    if (nEqual == std::string::npos || nEqual == 0)
-        throw CommandError(WRONG_USAGE,
-                           "backup build: '" + strItem + "' is no attribute; expected name=value");
-    std::string strName = strItem.substr(0, nEqual);
-    const std::string strValue = strItem.substr(nEqual + 1);
-    const std::size_t nColon = strName.rfind(':');
-    std::string strType;
-    if (nColon != std::string::npos) {
-        strType = strName.substr(nColon + 1);
-        strName.resize(nColon);
-    }
-    int nValue = 0;
-    std::vector<int> vecNumber;
-    if (strType == "list" && NSTN_util::StrToNumList(strValue, vecNumber)) {
-        object.AddAttributePara(strName.c_str(), vecNumber, false);
-    } else if (strType == "texts") {
-        std::vector<std::string> vecText;
-        NSTN_util::TEStr2StrVec(strValue.c_str(), vecText);
-        object.AddAttributePara(strName.c_str(), vecText, true);
-    } else if (strType == "text" ||
-               (strType.empty() && !NSTN_util::StrToInt(strValue, nValue, 10))) {
-        object.AddAttributePara(strName.c_str(), strValue, true);
-    } else if ((strType.empty() || strType == "int") && NSTN_util::StrToInt(strValue, nValue, 10)) {
-        object.AddAttributePara(strName.c_str(), nValue, false);
-    } else {
-        throw CommandError(WRONG_USAGE, "backup build: '" + strItem +
-                                            "' is no such value; types are int, text, list "
-                                            "(numbers 1-3,7) and texts (a,b)");
-    }
-}
+// Writes the object, and remembers what its readers should give back.
+class Builder {
+public:
+    explicit Builder(const std::string& strName) : m_object(strName) {}
 
-void AddGroup(TNBackupObjStr& object, const std::string& strGroup) {
+    // "name=value" or "name:type=value".
+    void AddItem(const std::string& strItem) {
+        const std::size_t nEqual = strItem.find('=');
+        std::string strName = strItem.substr(0, nEqual);
+        const std::size_t nColon = strName.rfind(':');
+        std::string strType;
+        if (nColon != std::string::npos) {
+            strType = strName.substr(nColon + 1);
+            strName.resize(nColon);
+        }
+        if (nEqual == std::string::npos || strName.empty())
+            throw CommandError(WRONG_USAGE, "backup build: '" + strItem +
+                                                "' is no attribute; expected name=value");
+        if (!AddTyped(strName, strType, strItem.substr(nEqual + 1)))
+            throw CommandError(WRONG_USAGE, "backup build: '" + strItem +
+                                                "' is no such value; types are int, text, list "
+                                                "(numbers 1-3,7) and texts (a,b)");
+    }
+
+    void AddGroup(const std::vector<std::string>& vecChild, const std::string& strGroup) {
+        m_object.AddObejctPara(vecChild, strGroup);
+    }
+
+    std::string Text() const { return m_object.GetObjStr(); }
+
+    // Tells what will not be read back as it was given.
+    int Check() const {
+        const zemb::ScopedNoDebugChannel silent;
+        int nStatus = DONE;
+        for (const auto& [strName, IsBack] : m_vecBack) {
+            if (IsBack(m_object))
+                continue;
+            std::cerr << "tovelkarin: backup build: '" << strName
+                      << "' will not be read back as it was given" << std::endl;
+            nStatus = ANSWER_NO;
+        }
+        return nStatus;
+    }
+
+private:
+    template <class Value>
+    void Add(const std::string& strName, const Value& value, bool bQuoted) {
+        m_object.AddAttributePara(strName.c_str(), value, bQuoted);
+        m_vecBack.emplace_back(strName, [strName, value](const TNBackupObjStr& object) {
+            Value back{};
+            return object.GetAttributePara(strName.c_str(), back) && back == value;
+        });
+    }
+
+    bool AddTyped(const std::string& strName, const std::string& strType,
+                  const std::string& strValue) {
+        int nValue = 0;
+        std::vector<int> vecNumber;
+        const bool bNumber = NSTN_util::StrToInt(strValue, nValue, 10);
+        if (strType == "list" && NSTN_util::StrToNumList(strValue, vecNumber)) {
+            Add(strName, vecNumber, false);
+        } else if (strType == "texts") {
+            std::vector<std::string> vecText;
+            NSTN_util::TEStr2StrVec(strValue.c_str(), vecText);
+            Add(strName, vecText, true);
+        } else if (strType == "text" || (strType.empty() && !bNumber)) {
+            Add(strName, strValue, true);
+        } else if (bNumber && (strType.empty() || strType == "int")) {
+            if (std::to_string(nValue) != strValue)
+                WarnOfLoss(strValue, std::to_string(nValue));
+            Add(strName, nValue, false);
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+    TNBackupObjStr m_object;
+    std::vector<std::pair<std::string, std::function<bool(const TNBackupObjStr&)>>> m_vecBack;
+};
+
+void AddGroup(Builder& builder, const std::string& strGroup) {
     const std::size_t nEqual = strGroup.find('=');
     if (nEqual == std::string::npos || nEqual == 0)
         throw CommandError(WRONG_USAGE,
@@ -183,20 +250,20 @@ void AddGroup(TNBackupObjStr& object, const std::string& strGroup) {
     const BackupText text(strFile, ReadWhole(strFile));
     if (TellFindings(text.vecFinding) != DONE)
         throw CommandError(ANSWER_NO, strFile + ": no clean backup text");
-    object.AddObejctPara({text.vecObject.begin(), text.vecObject.end()},
-                         strGroup.substr(0, nEqual));
+    builder.AddGroup({text.vecObject.begin(), text.vecObject.end()}, strGroup.substr(0, nEqual));
 }
 
 int Build(const Session& session, const BackupArguments& args) {
-    TNBackupObjStr object(args.strName);
+    Builder builder(args.strName);
     for (const std::string& strItem : args.vecItem)
-        AddItem(object, strItem);
+        builder.AddItem(strItem);
     for (const std::string& strGroup : args.vecGroup)
-        AddGroup(object, strGroup);
+        AddGroup(builder, strGroup);
     Json::Value record;
-    record["text"] = object.GetObjStr();
-    session.out.Put(object.GetObjStr(), record);
-    return TellFindings(BackupText(args.strName, object.GetObjStr()).vecFinding);
+    record["text"] = builder.Text();
+    session.out.Put(builder.Text(), record);
+    const int nStatus = TellFindings(BackupText(args.strName, builder.Text()).vecFinding);
+    return std::max(nStatus, builder.Check());
 }
 
 }  // namespace
@@ -211,13 +278,16 @@ Runner DefineBackup(CLI::App& app) {
     pGet->add_option("PATH", pArgs->strName,
                      "an attribute; before it, or alone, GROUP/OBJECT[n], the first for no n")
         ->required();
+    pGet->add_flag("--text", pArgs->bText, "read as a text: only quoted values, or the first item");
     CLI::App* const pBuild = app.add_subcommand("build", "write the text of an object");
     pBuild->add_option("NAME", pArgs->strName, "the object's name")->required();
     pBuild->add_option("ITEM", pArgs->vecItem,
                        "attributes: name=value, a number or a text, or name:TYPE=value with TYPE "
                        "int, text, list (numbers 1-3,7), texts (a,b)");
-    pBuild->add_option("--group", pArgs->vecGroup,
-                       "GROUP=FILE: a group of the texts in a file; -: standard input");
+    pBuild
+        ->add_option("--group", pArgs->vecGroup,
+                     "GROUP=FILE: a group of the texts in a file; -: standard input")
+        ->allow_extra_args(false);
     app.require_subcommand(1);
     return [pArgs, pView, pGet](Session& session) {
         if (pView->parsed())

@@ -162,10 +162,13 @@ std::string SlotPicture(const std::list<NSTN_util::OTNLevelAndPathID>& listLevel
         strSlots.assign(strSlots.size(), '#');
     std::string strPicture;
     const bool bLarge = strSlots.size() > ROWS_MOST * ROW_SLOTS;
+    std::size_t nRows = 0;
     for (std::size_t nRow = 0; nRow < strSlots.size(); nRow += ROW_SLOTS) {
         const std::string strRow = strSlots.substr(nRow, ROW_SLOTS);
         if (bLarge && strRow.find('#') == std::string::npos)
             continue;
+        if (++nRows > ROWS_MOST)
+            return strPicture + "\n        ...";
         const std::string strFirst = std::to_string(nRow + 1);
         strPicture += "\n  " + std::string(strFirst.size() < 7 ? 7 - strFirst.size() : 0, ' ') +
                       strFirst + "  " + strRow;
@@ -228,13 +231,16 @@ void ShowLocation(const Session& session, const std::string& strText, unsigned s
     PutOtn(session, listLevel, n);
 }
 
+constexpr std::size_t LEVELS_MOST = 100;
+
 void ShowOtn(const Session& session, const std::string& strText, unsigned short n) {
     if (!strText.empty() && strText.front() >= '0' && strText.front() <= '9')
         return ShowLocation(session, strText, n);
     std::list<NSTN_util::OTNLevelAndPathID> listLevel;
-    NSTN_util::TNOTNLevelPathUtil::GetLevelAndPathIDByStr(strText, listLevel);
     std::vector<std::string> vecPart;
     NSTN_util::TNOTNLevelPathUtil::SplitPathStrBySeperator(strText, vecPart);
+    if (vecPart.size() <= LEVELS_MOST)  // each bad piece gives a line with the whole text
+        NSTN_util::TNOTNLevelPathUtil::GetLevelAndPathIDByStr(strText, listLevel);
     const bool bKnown = std::none_of(listLevel.begin(), listLevel.end(),
                                      [](const auto& level) { return level.level == 0; });
     if (!bKnown || listLevel.empty() || listLevel.size() != vecPart.size())

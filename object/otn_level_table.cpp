@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstddef>
-#include <iostream>
 #include <iterator>
 
 namespace NSTN_util {
@@ -48,8 +47,9 @@ constexpr std::size_t NAME_MOST = 7;  // so that a name is one word
 constexpr std::size_t SLOTS = 64;
 constexpr std::uint64_t FACTOR = 0x9E3779B97F4A7C15UL;
 
+// The name's letters behind its length, which tells leading zero bytes from none.
 constexpr std::uint64_t WordOf(std::string_view strName) {
-    std::uint64_t nWord = 0;
+    std::uint64_t nWord = strName.size();
     for (const char c : strName)
         nWord = nWord << 8 | static_cast<unsigned char>(c);
     return nWord;

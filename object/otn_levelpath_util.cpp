@@ -3,6 +3,7 @@
 #include "object/otn_level_table.h"
 #include "trace/number_text.h"
 #include "trace/trace_line.h"
+#include "util/gatherer.h"
 #include "util/read_number.h"
 
 #include <algorithm>
@@ -25,8 +26,8 @@ void ReportText(std::string_view strText, int nLine) {
     Report("error string string=%s,%s,%d", std::string(strText), FILE_WORD, nLine);
 }
 
-int NumberOf(std::string_view strText) {
-    return static_cast<int>(ReadLong(strText, 10).nValue);
+long NumberOf(std::string_view strText) {
+    return ReadLong(strText, 10).nValue;
 }
 
 // Calls take with each piece between "-"; with none for "".
@@ -52,6 +53,7 @@ constexpr std::size_t PACKED = std::size(PACKED_LEVELS);
 constexpr std::size_t ODUCN = PACKED - 1;
 constexpr unsigned FLAG_SHIFT = 16;
 constexpr long SLOT_MAX = 0xFFFF;
+constexpr long PATH_MAX_ID = SLOT_MAX + 1;  // at the smallest rate
 
 long RateOf(std::size_t nIndex, unsigned short n) {
     const int nRate = PACKED_LEVELS[nIndex].nRate;
@@ -70,10 +72,10 @@ class LocationPacker {
 public:
     explicit LocationPacker(unsigned short n) : m_n(n) {}
 
-    void Add(std::uint32_t nCode, int nPathId) {
+    void Add(std::uint32_t nCode, long nPathId) {
         const std::size_t nIndex = IndexOfCode(nCode);
         // PACKED is the index of every other code, and what the first level must be below.
-        m_bValid = m_bValid && nIndex < m_nAbove && nPathId >= 1;
+        m_bValid = m_bValid && nIndex < m_nAbove && nPathId >= 1 && nPathId <= PATH_MAX_ID;
         if (!m_bValid)
             return;
         const long nRate = RateOf(nIndex, m_n);
@@ -126,17 +128,20 @@ bool LevelsOf(std::uint32_t nLocationID, unsigned short n,
 template <class Unknown>
 std::string TextOfLevels(const std::list<OTNLevelAndPathID>& listLevel, Unknown unknown) {
     std::string strPath;
+    Gatherer<256> out(strPath);
+    bool bFirst = true;
     for (const OTNLevelAndPathID& level : listLevel) {
         const std::string_view strName = NameOfLevel(level.level);
         if (strName.empty())
             unknown(level.level);
-        char szNumber[INTEGER_ROOM];
-        const char* const pEnd = WriteInteger(szNumber, level.pathId);
-        if (!strPath.empty())
-            strPath += '-';
-        strPath.append(strName).append(":").append(szNumber,
-                                                   static_cast<std::size_t>(pEnd - szNumber));
+        if (!bFirst)
+            out.Char('-');
+        bFirst = false;
+        out.Text(strName);
+        out.Char(':');
+        out.Number(level.pathId);
     }
+    out.Flush();
     return strPath;
 }
 
@@ -154,7 +159,8 @@ std::string TextOfLocation(std::uint32_t nLocationID) {
 
 void TNOTNLevelPathUtil::SplitPathStrBySeperator(const std::string& strPath,
                                                  std::vector<std::string>& vecPart) {
-    EachPiece(strPath, [&](std::string_view strPiece) { vecPart.emplace_back(strPiece); });
+    const std::string strCopy = strPath;  // it may be one of the parts
+    EachPiece(strCopy, [&](std::string_view strPiece) { vecPart.emplace_back(strPiece); });
 }
 
 void TNOTNLevelPathUtil::GetLevelAndPathIDByStr(const std::string& strPath,
@@ -167,7 +173,7 @@ void TNOTNLevelPathUtil::GetLevelAndPathIDByStr(const std::string& strPath,
         const std::uint32_t nCode = CodeOfLevel(strName);
         if (nCode == 0)
             ReportText(strName, LINE_NAME);
-        listLevel.push_back({nCode, NumberOf(strPiece.substr(nColon + 1))});
+        listLevel.push_back({nCode, static_cast<int>(NumberOf(strPiece.substr(nColon + 1)))});
     });
 }
 
@@ -186,7 +192,7 @@ bool TNOTNLevelPathUtil::GetPathIDForOSUFlexByPathStr(const std::string& strPath
         ReportText(strPath, LINE_OSUFLEX);
         return false;
     }
-    nPathId = NumberOf(std::string_view(strPath).substr(nColon + 1));
+    nPathId = static_cast<int>(NumberOf(std::string_view(strPath).substr(nColon + 1)));
     return true;
 }
 

@@ -16,15 +16,14 @@ namespace NSTN_util {
 namespace {
 
 constexpr std::size_t NPOS = std::string_view::npos;
-constexpr std::string_view ATTRIBUTES_BEGIN = "<attribute>";
-constexpr std::string_view ATTRIBUTES_END = "</attribute>";
-constexpr std::string_view OBJECTS_BEGIN = "<object>";
-constexpr std::string_view OBJECTS_END = "</object>";
+constexpr std::size_t USUAL_ROOM = 256;
 
-using Pieces = std::initializer_list<std::string_view>;
-
-std::string Joined(Pieces pieces) {
+std::string Joined(std::initializer_list<std::string_view> pieces) {
+    std::size_t nSize = 0;
+    for (const std::string_view strPiece : pieces)
+        nSize += strPiece.size();
     std::string strText;
+    strText.reserve(nSize);
     for (const std::string_view strPiece : pieces)
         strText += strPiece;
     return strText;
@@ -46,19 +45,44 @@ bool AttributeMissing() {
     return false;
 }
 
+// Whether strTag, of a size known here, stands at nAt.
+template <std::size_t SIZE>
+bool IsTag(std::string_view strText, std::size_t nAt, const char (&strTag)[SIZE]) {
+    return strText.size() - nAt >= SIZE - 1 && std::memcmp(&strText[nAt], strTag, SIZE - 1) == 0;
+}
+
+// The place of the first "</attribute>". One walk over the "<": most texts hold few before it.
+std::size_t ListEndOf(std::string_view strObj) {
+    std::size_t nAt = strObj.find('<');
+    while (nAt != NPOS && !IsTag(strObj, nAt, "</attribute>"))
+        nAt = strObj.find('<', nAt + 1);
+    return nAt;
+}
+
+// Inserts name=value, with the value in quotes if it shall be.
 bool InsertItem(std::string& strObj, std::string_view strName, std::string_view strValue,
-                std::string_view strQuote) {
-    const std::size_t nAt = FindText(strObj, ATTRIBUTES_END, 0);
+                bool bQuoted) {
+    const std::size_t nAt = ListEndOf(strObj);
     if (nAt == NPOS)
         return AttributeMissing();
-    InsertPieces(strObj, nAt, Pieces{strName, "=", strQuote, strValue, strQuote, ","});
+    const std::size_t nQuotes = bQuoted ? 2 : 0;
+    strObj.insert(nAt, strName.size() + 1 + strValue.size() + nQuotes + 1, ',');
+    char* p = &strObj[nAt];
+    std::memcpy(p, strName.data(), strName.size());
+    p += strName.size();
+    *p++ = '=';
+    if (bQuoted)
+        *p++ = '"';
+    std::memcpy(p, strValue.data(), strValue.size());
+    if (bQuoted)
+        p[strValue.size()] = '"';
     return true;
 }
 
 // A writer's steps around the value's text.
 bool AddItem(std::string& strObj, const char* szName, std::string_view strValue, bool bQuoted) {
     const std::string_view strName = ViewOf(szName);
-    return !strName.empty() && InsertItem(strObj, strName, strValue, bQuoted ? "\"" : "");
+    return !strName.empty() && InsertItem(strObj, strName, strValue, bQuoted);
 }
 
 bool AddNumber(std::string& strObj, const char* szName, int nValue, bool bQuoted) {
@@ -71,28 +95,47 @@ bool AddNumber(std::string& strObj, const char* szName, int nValue, bool bQuoted
 std::string_view AttributesOf(std::string_view strObj) {
     std::size_t nBegin = NPOS;
     for (std::size_t nAt = strObj.find('<'); nAt != NPOS; nAt = strObj.find('<', nAt + 1)) {
-        const std::string_view strTag = strObj.substr(nAt, ATTRIBUTES_END.size());
-        if (strTag == ATTRIBUTES_END)
+        if (IsTag(strObj, nAt, "</attribute>"))
             return nBegin == NPOS ? std::string_view() : strObj.substr(nBegin, nAt - nBegin);
-        if (strTag.substr(0, OBJECTS_BEGIN.size()) == OBJECTS_BEGIN)
+        if (IsTag(strObj, nAt, "<object>"))
             return {};
-        if (nBegin == NPOS && strTag.substr(0, ATTRIBUTES_BEGIN.size()) == ATTRIBUTES_BEGIN)
-            nBegin = nAt + ATTRIBUTES_BEGIN.size();
+        if (nBegin == NPOS && IsTag(strObj, nAt, "<attribute>"))
+            nBegin = nAt + std::strlen("<attribute>");
     }
     return {};
 }
 
-std::size_t FindItem(std::string_view strAttributes, std::string_view strName, bool bQuoted) {
+// Whether the item strName stands at nAt, and a quote follows it, if it must.
+bool IsItem(std::string_view strAttributes, std::size_t nAt, std::string_view strName,
+            bool bQuoted) {
+    const std::size_t nBehind = nAt + strName.size() + 1;
+    return nAt != 0 && strAttributes[nAt - 1] == ',' &&
+           (!bQuoted || (nBehind < strAttributes.size() && strAttributes[nBehind] == '"'));
+}
+
+// Key by key, as a name with "=" in it overlaps with itself; one without overlaps with nothing.
+std::size_t FindOddItem(std::string_view strAttributes, std::string_view strName, bool bQuoted) {
     const std::string strKey = Joined({strName, "="});
     std::size_t nAt = FindText(strAttributes, strKey, 0);
-    // Deliberate: the first item of the list is taken whether its value is quoted or not.
-    while (nAt != 0 && nAt != NPOS) {
-        const std::size_t nBehind = nAt + strKey.size();
-        if (strAttributes[nAt - 1] == ',' && (!bQuoted || strAttributes.substr(nBehind, 1) == "\""))
-            break;
-        nAt = FindText(strAttributes, strKey, nBehind);
-    }
+    while (nAt != 0 && nAt != NPOS && !IsItem(strAttributes, nAt, strName, bQuoted))
+        nAt = FindText(strAttributes, strKey, nAt + strKey.size());
     return nAt;
+}
+
+// Looks for the end of the name and the "=": of the names in a list the ends differ most.
+std::size_t FindItem(std::string_view strAttributes, std::string_view strName, bool bQuoted) {
+    if (strName.empty() || std::memchr(strName.data(), '=', strName.size()) != nullptr)
+        return FindOddItem(strAttributes, strName, bQuoted);
+    const std::size_t nBefore = strName.size() - 1;
+    for (std::size_t nEnd = FindPair(strAttributes, strName.back(), '=', nBefore); nEnd != NPOS;
+         nEnd = FindPair(strAttributes, strName.back(), '=', nEnd + 2)) {
+        const std::size_t nAt = nEnd - nBefore;
+        // Deliberate: the first item of the list is taken whether its value is quoted or not.
+        if ((nAt == 0 || IsItem(strAttributes, nAt, strName, bQuoted)) &&
+            std::memcmp(&strAttributes[nAt], strName.data(), nBefore) == 0)
+            return nAt;
+    }
+    return NPOS;
 }
 
 // Whether the number of backslashes right before nQuote is odd; the opening quote, at 0, is not
@@ -105,9 +148,9 @@ bool IsEscaped(std::string_view strText, std::size_t nQuote) {
 }
 
 std::size_t FindClosingQuote(std::string_view strText) {
-    std::size_t nQuote = FindText(strText, "\",", 0);
+    std::size_t nQuote = FindPair(strText, '"', ',', 0);
     while (nQuote != 0 && nQuote != NPOS && IsEscaped(strText, nQuote))
-        nQuote = FindText(strText, "\",", nQuote + 1);
+        nQuote = FindPair(strText, '"', ',', nQuote + 1);
     if (nQuote != 0 && nQuote != NPOS)
         return nQuote;
     Report("FindStringEnd failed,the string is %s", std::string(strText));
@@ -212,10 +255,12 @@ void AppendNumbers(std::string_view strValue, std::vector<Number>& vecNumber) {
 TNBackupObjStr::TNBackupObjStr(const std::string& objStr, const std::string& objName)
     : m_objStr(objStr), m_objName(objName) {}
 
-TNBackupObjStr::TNBackupObjStr(const std::string& objName)
-    : m_objStr(Joined({"<", objName, ">", ATTRIBUTES_BEGIN, ATTRIBUTES_END, OBJECTS_BEGIN,
-                       OBJECTS_END, "</", objName, ">"})),
-      m_objName(objName) {}
+TNBackupObjStr::TNBackupObjStr(const std::string& objName) : m_objName(objName) {
+    m_objStr.reserve(USUAL_ROOM);  // spares the first growths
+    m_objStr.append("<").append(objName).append(">");
+    m_objStr.append("<attribute></attribute><object></object>");
+    m_objStr.append("</").append(objName).append(">");
+}
 
 std::string TNBackupObjStr::GetObjStr() const {
     return m_objStr;
@@ -244,7 +289,7 @@ bool TNBackupObjStr::GetValueStrByName(const std::string& name, std::string& val
 }
 
 bool TNBackupObjStr::InsertAttributeString(const std::string& name, const std::string& value) {
-    return InsertItem(m_objStr, name, value, "");
+    return InsertItem(m_objStr, name, value, false);
 }
 
 bool TNBackupObjStr::AddAttributePara(const char* name, int value, bool quoted) {
@@ -289,7 +334,7 @@ bool TNBackupObjStr::AddAttributePara(const char* name, const std::vector<std::s
 
 bool TNBackupObjStr::AddObejctPara(const std::vector<std::string>& objs,
                                    const std::string& varName) {
-    const std::size_t nEnds = OBJECTS_END.size() + m_objName.size() + 3;  // "</object></name>"
+    const std::size_t nEnds = std::strlen("</object>") + std::strlen("</>") + m_objName.size();
     if (m_objStr.size() < nEnds)
         throw std::out_of_range("TNBackupObjStr::AddObejctPara: the text is too short");
     const std::size_t nAt = m_objStr.size() - nEnds;
@@ -376,7 +421,7 @@ bool TNBackupObjStr::GetObjStrByObjName(const std::string& varName, const std::s
         Report("not finding valiableName ");
         return false;
     }
-    // An end tag before the begin tag makes the length wrap around: the group is all of the rest.
+    // Deliberate: with the end tag first the length wraps around, mostly to all of the rest.
     const std::string_view strGroup =
         strObj.substr(nGroup, nGroupEnd - nGroup + varName.size() + 3);
     const std::string strBeginTag = Joined({"<", objName, ">"});

@@ -3,6 +3,10 @@
 #include "trace/trace_line.h"
 #include "util/singleton.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 namespace NSTN_util {
 
 namespace {
@@ -50,8 +54,10 @@ void AppendFdns(const std::list<int>& listValue, std::vector<std::string>& vecFd
         }
         ++nIndex;
     }
-    for (const FrameUtil::StrUIDFactory& fdn : arrFdn)
-        vecFdn.push_back(fdn.GetStr());
+    if (vecFdn.capacity() - vecFdn.size() < std::size(arrFdn))
+        vecFdn.reserve(std::max(vecFdn.size() + std::size(arrFdn), 2 * vecFdn.capacity()));
+    for (FrameUtil::StrUIDFactory& fdn : arrFdn)
+        vecFdn.push_back(std::move(fdn).GetStr());
 }
 
 }  // namespace

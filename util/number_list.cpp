@@ -2,6 +2,7 @@
 
 #include "tovelkarin/stringutil.h"
 #include "trace/guarded_call.h"
+#include "util/gatherer.h"
 #include "util/read_number.h"
 
 #include <algorithm>
@@ -14,43 +15,6 @@ namespace NSTN_util {
 namespace {
 
 constexpr int SHORT_SPAN = 32;  // steps of a span that is filled number by number
-
-// Gathers text in a buffer of its own and appends it to a string by large pieces.
-class Gatherer {
-public:
-    explicit Gatherer(std::string& strOut) : m_strOut(strOut) {}
-
-    void Number(int nValue) {
-        MakeRoom(INTEGER_ROOM);
-        m_p = WriteInteger(m_p, nValue);
-    }
-
-    void Text(const char* szText) {
-        MakeRoom(2);
-        while (*szText != '\0')
-            *m_p++ = *szText++;
-    }
-
-    void Char(char c) {
-        MakeRoom(1);
-        *m_p++ = c;
-    }
-
-    void Flush() {
-        m_strOut.append(m_szBuffer, static_cast<std::size_t>(m_p - m_szBuffer));
-        m_p = m_szBuffer;
-    }
-
-private:
-    void MakeRoom(std::size_t nSize) {
-        if (static_cast<std::size_t>(m_szBuffer + sizeof m_szBuffer - m_p) < nSize)
-            Flush();
-    }
-
-    std::string& m_strOut;
-    char m_szBuffer[1024];
-    char* m_p = m_szBuffer;
-};
 
 bool IsNext(int nBefore, int nValue) {
     return nBefore != INT_MAX && nValue == nBefore + 1;
@@ -194,7 +158,7 @@ bool ReadList(std::string_view strText, char cItem, std::vector<int>& vec, Reade
 void WriteNumberList(const std::vector<int>& vec, const ListNotation& notation,
                      std::string& strOut) {
     strOut.clear();
-    Gatherer out(strOut);
+    Gatherer<1024> out(strOut);
     for (std::size_t i = 0; i < vec.size();) {
         std::size_t nEnd = i + 1;
         if (notation.nShortestRun != 0)

@@ -12,7 +12,7 @@ namespace NSTN_util {
 //   <PORT><attribute>id=5,label="a,b",vlans=10&20,</attribute><object><SUBS>...</SUBS></object>
 //   </PORT>
 // without the line break: attributes, then groups of child objects, each a text like this one.
-// Nothing is escaped: what a quoted value must not hold, check backup of the program finds.
+// Nothing is escaped; what will not be read back, "check backup" of the program tells.
 //
 // One instance is for one thread at a time; it keeps no index: the text is searched where it lies.
 // Results bool: true on success. Every failure writes the lines named with the operation.
@@ -27,8 +27,9 @@ public:
     // A copy of the whole text.
     std::string GetObjStr() const;
 
-    // The attributes of the object itself: "id=5,label=..."; "" for a text without them, and when
-    // "<object>" or "</attribute>" stands before "<attribute>". Cost: linear in the attributes.
+    // The attributes of the object itself: "id=5,label=..."; "" for a text without them, when
+    // "</attribute>" stands before "<attribute>", and when "<object>" stands before either. Cost:
+    // linear in the attributes.
     std::string GetAttributeStr() const;
 
     // The place of the quote that closes the value which text begins with: the first quote with a
@@ -43,8 +44,8 @@ public:
                                       bool quoted) const;
 
     // The text of an attribute's value, without its quotes; backslashes stay. Untouched on failure
-    // (line: "not finding attribute Name", or "not finding string attribute end \",", or "not
-    // finding string attribute first \""). Cost: linear in the attributes, without a copy of them.
+    // (line: "not finding attribute Name", or "not finding string attribute first \"", or, behind
+    // that of FindStringEnd, "not finding string attribute end \","). Cost: linear in the attributes, without a copy of them.
     bool GetValueStrByName(const std::string& name, std::string& value, bool quoted) const;
 
     // Appends name=value, to the attributes; a name may be there already, readers find the first.
@@ -73,7 +74,7 @@ public:
 
     // Read an attribute. False, with the value untouched, for a name that is null or empty (no
     // line), and when the attribute is absent or unreadable (lines: that of GetValueStrByName and
-    // "not finding attribute "; the second once more for the five types behind int).
+    // "not finding attribute "; the second once more for the six types behind int).
     // Numbers are read as by strtol, cut to int and then to the type: text that is no number is 0;
     // an empty value is a failure (lines as for an absent attribute, but for the first).
     bool GetAttributePara(const char* name, int& value) const;

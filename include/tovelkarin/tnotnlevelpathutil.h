@@ -25,7 +25,7 @@ public:
 
     // Appends one level for each piece "NAME:number"; the number is read as by strtol. A name that
     // is not known gives code 0, a piece without ":" nothing (line for both: "error string
-    // string=%s,%s,%d").
+    // string=%s,%s,%d", with the name, or the whole path).
     static void GetLevelAndPathIDByStr(const std::string& strPath,
                                        std::list<OTNLevelAndPathID>& listLevel);
 
@@ -57,7 +57,7 @@ public:
     static std::uint32_t GetOtnLP2LocationIDNew(const std::list<OTNLevelAndPathID>& listLevel);
     static std::uint32_t GetOtnLP2LocationIDEX(const std::list<OTNLevelAndPathID>& listLevel,
                                                unsigned short n);
-    // The path text must be whole: a piece without ":" has no ID.
+    // Pieces are read as by GetLevelAndPathIDByStr; one without ":" leaves the path without an ID.
     static std::uint32_t GetLocationIDByPathStr(const std::string& strPath, unsigned short n = 0);
 
     // Back again: append the levels, highest first, or give the path's text.

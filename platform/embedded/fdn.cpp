@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <charconv>
 #include <climits>
+#include <cstring>
+#include <utility>
 
 namespace FrameUtil {
 
@@ -13,6 +15,8 @@ namespace {
 std::string_view ViewOf(const char* szText) {
     return szText == nullptr ? std::string_view() : std::string_view(szText);
 }
+
+constexpr std::size_t USUAL_PAIRS = 8;
 
 // The decimal number that a text begins with; false without one.
 bool ReadLeading(std::string_view strText, unsigned long& nValue) {
@@ -34,17 +38,22 @@ bool StrUIDParser::Parse(const char* szText) {
     m_nCur = 0;
     m_strText = ViewOf(szText);
     const std::string_view strAll = m_strText;
+    m_vecPair.reserve(USUAL_PAIRS);
+    // Keys and values are short: character by character is faster than a search for each end.
     for (std::size_t nStart = 0; nStart < strAll.size();) {
-        const std::size_t nEnd = std::min(strAll.find(',', nStart), strAll.size());
-        const std::string_view strPiece = strAll.substr(nStart, nEnd - nStart);
-        nStart = nEnd + 1;
-        const std::size_t nEqual = strPiece.find('=');
-        const std::string_view strKey = zemb::TrimOf(strPiece.substr(0, nEqual), " \t");
-        if (nEqual == std::string_view::npos || strKey.empty()) {
+        std::size_t nEqual = nStart;
+        while (nEqual < strAll.size() && strAll[nEqual] != '=' && strAll[nEqual] != ',')
+            ++nEqual;
+        const std::string_view strKey = zemb::TrimOf(strAll.substr(nStart, nEqual - nStart), " \t");
+        if (nEqual == strAll.size() || strAll[nEqual] == ',' || strKey.empty()) {
             m_vecPair.clear();
             return false;
         }
-        m_vecPair.push_back({strKey, strPiece.substr(nEqual + 1)});
+        std::size_t nEnd = nEqual + 1;
+        while (nEnd < strAll.size() && strAll[nEnd] != ',')
+            ++nEnd;
+        m_vecPair.push_back({strKey, strAll.substr(nEqual + 1, nEnd - nEqual - 1)});
+        nStart = nEnd + 1;
     }
     return !m_vecPair.empty();
 }
@@ -111,12 +120,21 @@ StrUIDFactory::~StrUIDFactory() = default;
 void StrUIDFactory::Append(const char* szKey, long nValue) {
     char szNumber[24];
     char* const pEnd = std::to_chars(szNumber, szNumber + sizeof szNumber, nValue).ptr;
-    m_strText.append(ViewOf(szKey)).append("=");
-    m_strText.append(szNumber, static_cast<std::size_t>(pEnd - szNumber)).append(",");
+    const std::string_view strKey = ViewOf(szKey);
+    const auto nDigits = static_cast<std::size_t>(pEnd - szNumber);
+    const std::size_t nAt = m_strText.size();
+    m_strText.append(strKey.size() + 1 + nDigits + 1, ',');  // the last one stays
+    strKey.copy(&m_strText[nAt], strKey.size());
+    m_strText[nAt + strKey.size()] = '=';
+    std::memcpy(&m_strText[nAt + strKey.size() + 1], szNumber, nDigits);
 }
 
-std::string StrUIDFactory::GetStr() const {
+std::string StrUIDFactory::GetStr() const& {
     return m_strText;
+}
+
+std::string StrUIDFactory::GetStr() && {
+    return std::move(m_strText);
 }
 
 }  // namespace FrameUtil

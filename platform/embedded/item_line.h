@@ -6,10 +6,17 @@ namespace zemb {
 
 // strText without the characters strCut at both ends.
 inline std::string_view TrimOf(std::string_view strText, std::string_view strCut = " \t\n\r") {
-    const std::size_t nFirst = strText.find_first_not_of(strCut);
-    if (nFirst == std::string_view::npos)
-        return {};
-    return strText.substr(nFirst, strText.find_last_not_of(strCut) - nFirst + 1);
+    const auto IsCut = [strCut](char c) {
+        for (const char cCut : strCut)
+            if (c == cCut)
+                return true;
+        return false;
+    };
+    while (!strText.empty() && IsCut(strText.front()))
+        strText.remove_prefix(1);
+    while (!strText.empty() && IsCut(strText.back()))
+        strText.remove_suffix(1);
+    return strText;
 }
 
 // Divides a line "key = value" at its first "="; false for a blank line, a comment ("#" first) or

@@ -190,6 +190,35 @@ inline void CheckBackupReaders(const NSTN_util::TNBackupObjStr& object, BackupMo
     Expect(object.GetAttributePara(strName.c_str(), nShort) == bNumber &&
                nShort == static_cast<unsigned short>(nExpected),
            "short " + strWhere);
+    // The readers of the other types are this one's.
+    const auto AsNumber = [&](auto value) {
+        using Value = decltype(value);
+        if (!model.Number(strName, nIgnored))
+            model.vecLine.push_back("not finding attribute ");
+        Expect(object.GetAttributePara(strName.c_str(), value) == bNumber &&
+                   value == (bNumber ? static_cast<Value>(nExpected) : Value{}),
+               "converted " + strWhere);
+    };
+    AsNumber(0UL);
+    AsNumber(0U);
+    AsNumber('\0');
+    AsNumber(static_cast<unsigned char>(0));
+    AsNumber(false);
+    std::string strText;
+    std::string strModel;
+    const bool bText = model.Value(strName, strModel, true);
+    if (!bText)
+        model.vecLine.push_back("not finding attribute ");
+    Expect(object.GetAttributePara(strName.c_str(), strText) == bText && strText == strModel,
+           "text " + strWhere);
+    std::vector<char> vecChar;
+    const auto chars = model.List(strName, false, false);
+    std::vector<char> vecModelChar;
+    for (const std::string& strChar : chars.value_or(std::vector<std::string>()))
+        vecModelChar.push_back(static_cast<char>(std::strtol(strChar.c_str(), nullptr, 10)));
+    Expect(object.GetAttributePara(strName.c_str(), vecChar) == chars.has_value() &&
+               vecChar == vecModelChar,
+           "chars " + strWhere);
     std::vector<std::string> vecText;
     const auto texts = model.List(strName, true, false);
     Expect(object.GetAttributePara(strName.c_str(), vecText) == texts.has_value() &&
@@ -198,8 +227,8 @@ inline void CheckBackupReaders(const NSTN_util::TNBackupObjStr& object, BackupMo
     std::vector<int> vecNumber;
     const auto numbers = model.List(strName, false, true);
     std::vector<int> vecExpected;
-    for (const std::string& strText : numbers.value_or(std::vector<std::string>()))
-        vecExpected.push_back(static_cast<int>(std::strtol(strText.c_str(), nullptr, 10)));
+    for (const std::string& strNumber : numbers.value_or(std::vector<std::string>()))
+        vecExpected.push_back(static_cast<int>(std::strtol(strNumber.c_str(), nullptr, 10)));
     Expect(object.GetAttributePara(strName.c_str(), vecNumber) == numbers.has_value() &&
                vecNumber == vecExpected,
            "numbers " + strWhere);
@@ -258,7 +287,7 @@ inline void CheckAnyBackup(ByteSource& source, const std::vector<std::string>& v
     }
     Expect(object.GetObjStr() == model.Text(), "text of " + strObj);
     Expect(object.GetAttributeStr() == model.Attributes(), "attributes of " + model.Text());
-    for (const char* const szName : {"a", "b", "", "N"})
+    for (const char* const szName : {"a", "b", "", "a=", "a=,a"})
         CheckBackupReaders(object, model, szName);
     for (const char* const szGroup : {"G", "object", ""})
         for (const char* const szChild : {"C", "N", "G"}) {
@@ -275,7 +304,7 @@ inline void CheckAnyBackup(ByteSource& source, const std::vector<std::string>& v
 }
 
 // What is written clean is read back.
-inline void CheckCleanBackup(ByteSource& source) {
+inline void CheckCleanBackup(ByteSource& source, const std::vector<std::string>& vecLine) {
     NSTN_util::TNBackupObjStr object("PORT");
     std::vector<int> vecNumber;
     std::vector<char> vecChar;
@@ -322,6 +351,7 @@ inline void CheckCleanBackup(ByteSource& source) {
                "last in " + strChild);
     Expect(back.GetAttributePara("texts", vecTextBack) && vecTextBack == vecText,
            "texts in " + strChild);
+    Expect(vecLine.empty(), "no line about " + strChild);
 }
 
 inline void CheckBackup(const std::uint8_t* pData, std::size_t nSize) {
@@ -330,7 +360,7 @@ inline void CheckBackup(const std::uint8_t* pData, std::size_t nSize) {
     const zemb::ScopedDebugSink sink(
         [&](const zemb::DebugLine& line) { vecLine.push_back(line.strText); });
     if (source.Below(4) == 0)
-        return CheckCleanBackup(source);
+        return CheckCleanBackup(source, vecLine);
     CheckAnyBackup(source, vecLine);
 }
 

@@ -6,7 +6,9 @@
 #include "tovelkarin/tnotnlevelpathutil.h"
 #include "zemb/control.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <map>
 #include <string>
 #include <utility>
@@ -128,6 +130,29 @@ inline void CheckOtnPath(const std::string& strPath) {
            "text of " + strPath);
 }
 
+// The ID of a path, 0 for none, by the positions of its slots.
+inline std::uint32_t LocationOf(const std::list<NSTN_util::OTNLevelAndPathID>& listLevel, int n) {
+    static const unsigned PACKED[] = {0x3030, 0x302C, 0x3029, 0x3032, 0x3027,
+                                      0x3022, 0x3026, 0x3023, 0x3025, 0x3024};
+    const long RATES[] = {1, 1, 2, 4, 8, 20, 32, 40, 80, n == 0 ? 80 : 80L * n};
+    std::uint32_t nFlags = 0;
+    long nFirst = 0;  // of the slots that the level takes, and the first one behind them
+    long nEnd = 1L << 40;
+    for (const NSTN_util::OTNLevelAndPathID& level : listLevel) {
+        const auto nIndex = static_cast<std::size_t>(
+            std::find(std::begin(PACKED), std::end(PACKED), level.level) - PACKED);
+        if (nIndex == std::size(PACKED) || (nFlags & ((2U << (16 + nIndex)) - 1)) != 0 ||
+            level.pathId < 1)
+            return 0;
+        nFlags |= 1U << (16 + nIndex);
+        nFirst += (level.pathId - 1) * RATES[nIndex];
+        if (nFirst + RATES[nIndex] > nEnd)
+            return 0;
+        nEnd = nFirst + RATES[nIndex];
+    }
+    return nFirst > 0xFFFF || nFlags == 0 ? 0 : nFlags | static_cast<std::uint32_t>(nFirst);
+}
+
 // A location ID gives its own path or none, and a path its own ID or none.
 inline void CheckLocation(std::uint32_t nLocationID, unsigned short n) {
     using Util = NSTN_util::TNOTNLevelPathUtil;
@@ -143,10 +168,17 @@ inline void CheckLocation(std::uint32_t nLocationID, unsigned short n) {
 inline void CheckPathLocation(const std::string& strPath) {
     using Util = NSTN_util::TNOTNLevelPathUtil;
     const std::uint32_t nLocationID = Util::GetLocationIDByPathStr(strPath);
-    if (nLocationID == 0)
-        return;
     std::list<NSTN_util::OTNLevelAndPathID> listLevel;
     Util::GetLevelAndPathIDByStr(strPath, listLevel);
+    const std::vector<std::string> vecPiece = Pieces(strPath, '-');
+    const bool bWhole = std::all_of(
+        vecPiece.begin(), vecPiece.end(),
+        [](const std::string& strPiece) { return strPiece.find(':') != std::string::npos; });
+    Expect(nLocationID == (bWhole ? LocationOf(listLevel, 0) : 0), "location of " + strPath);
+    Expect(Util::GetOtnLP2LocationIDEX(listLevel, 3) == LocationOf(listLevel, 3),
+           "location with n = 3 of " + strPath);
+    if (nLocationID == 0)
+        return;
     Expect(
         Util::GetLevelPathStrByLocation(nLocationID) == Util::GetLevelPathStrByLevelList(listLevel),
         "path back from " + strPath);
@@ -155,7 +187,7 @@ inline void CheckPathLocation(const std::string& strPath) {
 inline void CheckObjectText(const std::uint8_t* pData, std::size_t nSize) {
     static const char* const KEYS[] = {"NE", "FR",  "S",   "SS",   "LP",
                                        "PP", "VC4", "VC3", "VC12", "OCH"};
-    static const char* const LEVELS[] = {"OMS", "OCH", "OCh", "ODU4", "ODU2"};
+    static const char* const LEVELS[] = {"OMS", "OCh", "ODUCn", "ODU4", "ODU3", "ODU2", "ODU0"};
     const zemb::ScopedDebugSink silence([](const zemb::DebugLine&) {});
     ByteSource source(pData, nSize);
     std::string strFdn;
@@ -169,8 +201,8 @@ inline void CheckObjectText(const std::uint8_t* pData, std::size_t nSize) {
     CheckFdn(strFdn.c_str());
     std::string strPath;
     for (int nLevels = source.Below(6); nLevels > 0; --nLevels) {
-        const int nKind = source.Below(8);
-        strPath += nKind < 5 ? LEVELS[nKind] : source.TextOf("ODU4xh", 5).c_str();
+        const int nKind = source.Below(9);
+        strPath += nKind < 7 ? LEVELS[nKind] : source.TextOf("ODU4xh", 5).c_str();
         strPath += source.Below(7) == 0 ? "" : ":";
         strPath += source.TextOf("0123456789 :-", 4).c_str();
         strPath += nLevels == 1 ? "" : "-";

@@ -221,10 +221,12 @@ TEST(BackupObjStrTest, GetsThroughLargeTexts) {
         while (strFill.size() < LARGE / 20)
             strFill += szPiece;
         TNBackupObjStr object = WithList("a=\"" + strFill);
-        object.GetAttributePara("a", strValue);
-        object.GetAttributePara("b", nValue);
-        object.AddObejctPara({strFill, "<C>", strFill, "<C></C>"}, "G");
-        object.GetObjStrByObjName("G", "C", vecText);
+        EXPECT_FALSE(object.GetAttributePara("a", strValue)) << szPiece;
+        EXPECT_FALSE(object.GetAttributePara("b", nValue)) << szPiece;
+        EXPECT_TRUE(object.AddObejctPara({strFill, "<C>", strFill, "<C></C>"}, "G"));
+        vecText.clear();
+        EXPECT_TRUE(object.GetObjStrByObjName("G", "C", vecText)) << szPiece;
+        EXPECT_THAT(vecText.back(), testing::EndsWith("</C>"));
     }
     std::string strList;
     for (int i = 0; i < 100000; ++i)

@@ -72,7 +72,8 @@ public:
     ~StrUIDFactory();
     // Adds "key=value,".
     void Append(const char* szKey, long nValue);
-    std::string GetStr() const;
+    std::string GetStr() const&;
+    std::string GetStr() &&;
 
 private:
     std::string m_strText;
