@@ -3,7 +3,6 @@
 #include "trace/number_text.h"
 
 #include <cstddef>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -23,8 +22,7 @@ public:
     // Of at most ROOM characters.
     void Text(std::string_view strText) {
         MakeRoom(strText.size());
-        std::memcpy(m_p, strText.data(), strText.size());
-        m_p += strText.size();
+        m_p += strText.copy(m_p, strText.size());
     }
 
     void Char(char c) {

@@ -45,7 +45,8 @@ public:
 
     // The text of an attribute's value, without its quotes; backslashes stay. Untouched on failure
     // (line: "not finding attribute Name", or "not finding string attribute first \"", or, behind
-    // that of FindStringEnd, "not finding string attribute end \","). Cost: linear in the attributes, without a copy of them.
+    // that of FindStringEnd, "not finding string attribute end \","). Cost: linear in the
+    // attributes, without a copy of them.
     bool GetValueStrByName(const std::string& name, std::string& value, bool quoted) const;
 
     // Appends name=value, to the attributes; a name may be there already, readers find the first.
