@@ -1,8 +1,10 @@
 #include "frame/module.h"
 
 #include "frame/settings.h"
+#include "task/operlog_handler.h"
 #include "trace/trace_line.h"
 
+#include "zemb/event.h"
 #include "zemb/settings.h"
 
 UtilIF::~UtilIF() = default;
@@ -33,6 +35,25 @@ unsigned long UtilIFImpl::Reserved7(unsigned long /*nFirst*/, unsigned long /*nS
 
 namespace {
 
+// Null until the first start; each start makes another one, and none is deleted.
+NSTN_util::TNWriteOperLogHandler* g_pOperLogHandler = nullptr;
+
+constexpr int HANDLED_EVENTS[] = {NSTN_util::EVENT_WRITE_OPERLOG};
+constexpr int REGISTER_FLAG = 1;
+
+void RegisterOperLogHandler() {
+    g_pOperLogHandler = new NSTN_util::TNWriteOperLogHandler;
+    for (const int nEvent : HANDLED_EVENTS)
+        TEEventMgr::Instance()->RegisterHandler(g_pOperLogHandler, nEvent, REGISTER_FLAG);
+}
+
+void UnRegisterOperLogHandler() {
+    if (g_pOperLogHandler == nullptr)
+        return;
+    for (const int nEvent : HANDLED_EVENTS)
+        TEEventMgr::Instance()->UnRegisterHandler(g_pOperLogHandler, nEvent);
+}
+
 // Handed to the task creator at load and back at stop; never looked into.
 ZembTaskCreatorRecord g_recordTaskCreator;
 
@@ -54,12 +75,14 @@ int tovelkarin::GetModuleNumber() {
 
 int tovelkarin::Start() {
     NSTN_util::LoadSettings();
+    NSTN_util::GuardedCall(RegisterOperLogHandler);
     started = 1;
     return 0;
 }
 
 // The task-creator record is not registered again when the module is started once more.
 int tovelkarin::Stop() {
+    NSTN_util::GuardedCall(UnRegisterOperLogHandler);
     int nResult = -1;
     NSTN_util::GuardedCall(
         [&] { nResult = ZembTaskCreator::Instance()->UnRegister(&g_recordTaskCreator); });

@@ -1,5 +1,6 @@
 #include "frame/settings.h"
 
+#include "tovelkarin/tntraceif.h"
 #include "tovelkarin/utilif.h"
 #include "trace/trace_line.h"
 
@@ -20,6 +21,7 @@ constexpr std::size_t ROOT_PATH_MAX = 245;
 constexpr const char* TRANS_EMS_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/trans_ems.cfg";
 constexpr int EXPORT_INTERVAL_MIN = 300;  // seconds
 constexpr int FOUND = 1;
+constexpr int FROM_FILE = -1;
 
 struct TNBoolSetting {
     const char* szKey;
@@ -64,6 +66,7 @@ void LoadSettings() noexcept {
         const std::string strRoot = NSTE_util::GetZEMBRootPath();
         if (strRoot.empty() || strRoot.size() > ROOT_PATH_MAX)
             return Report("PrintAlarmInfo Can not find the Environment variant.");
+        RefreshAdvAsnTraceSwitch(FROM_FILE);
         for (const TNBoolSetting& setting : EMS_SWITCHES)
             ReadSetting(setting, NSTE_util::emscfgfile);
         for (const TNIntSetting& setting : EMS_NUMBERS)

@@ -1,9 +1,13 @@
 #include "frame/module.h"
 
+#include "tovelkarin/tntraceif.h"
 #include "tovelkarin/utilif.h"
 
 #include "tests/support.h"
 
+#include "zemb/event.h"
+#include "zemb/operlog.h"
+#include "zemb/operlog_store.h"
 #include "zemb/settings.h"
 
 #include <climits>
@@ -26,6 +30,8 @@ class ModuleTest : public testing::Test {
 protected:
     ModuleTest() {
         zemb::SetRootPath(m_folder.Path());
+        m_folder.Write("etc/oss_cfg/e2e/nml_common/common.cfg",
+                       "AdvanceAsnTrace = 1\nbExplicityTrace = 0\n");
         Set(false, false, false, false);
         NSTN_util::g_OverTime_low = 300;
         NSTN_util::g_OverTime_mid = 600;
@@ -114,7 +120,8 @@ TEST_F(ModuleTest, StartReadsTheSettingsThatAreThere) {
     EXPECT_EQ(1, Module().started);
     EXPECT_THAT(Settings(), ElementsAre(1, 1, 0, 1, 16, 600, 1800, 900))
         << "what is missing or no number stays as it was";
-    EXPECT_THAT(m_debug.Take(), IsEmpty()) << "a missing key is silent";
+    EXPECT_THAT(m_debug.Take(), ElementsAre("GetTNReadcfg_nolock  InitByFileName failed!"))
+        << "a missing key is silent";
     EXPECT_EQ(0, Module().Stop());
     EXPECT_EQ(0, Module().started);
 }
@@ -185,13 +192,43 @@ TEST_F(ModuleTest, StartsWithoutSettingsWhenTheRootIsUnusable) {
         EXPECT_EQ(test.bUsable ? 2 : 300, NSTN_util::g_OverTime_low) << test.strRoot;
         EXPECT_EQ(test.bUsable ? 300 : 7, NSTN_util::g_nVCNExportTimerInterval) << test.strRoot;
         if (test.bUsable)
-            EXPECT_THAT(m_debug.Take(), IsEmpty());
+            EXPECT_THAT(m_debug.Take(),
+                        testing::Contains(" read bExplicityTrace failed! file = " + test.strRoot +
+                                          "/etc/oss_cfg/e2e/nml_common/common.cfg"));
         else
             EXPECT_THAT(m_debug.TakeWhole(),
                         ElementsAre("tovelkarin 1 PrintAlarmInfo Can not find the Environment "
                                     "variant."));
     }
     Module().Stop();
+}
+
+TEST_F(ModuleTest, WritesOperationLogEntriesBetweenStartAndStop) {
+    zemb::SetStatePath(m_folder.Path("state"));
+    ZembLogInfo info;
+    info.nUserId = 7;
+    // Those that other tests have started and not stopped.
+    const int nBefore = TEEventMgr::Instance()->SendEvent(51, nullptr);
+    const auto SendAndCount = [&] {
+        std::filesystem::remove_all(m_folder.Path("state"));
+        const int nHandled = TEEventMgr::Instance()->SendEvent(51, &info) - nBefore;
+        int nRows = 0;
+        std::string strError;
+        const auto Count = [&](const zemb::OperLogRow&) { return ++nRows > 0; };
+        EXPECT_TRUE(zemb::ReadOperLog({}, Count, strError)) << strError;
+        return std::make_pair(nHandled, nRows - nBefore);
+    };
+    EXPECT_EQ(std::make_pair(0, 0), SendAndCount());
+    m_folder.Write("etc/oss_cfg/e2e/nml_common/common.cfg",
+                   "AdvanceAsnTrace = 1\nbExplicityTrace = 5\n");
+    EXPECT_EQ(0, Module().Start());
+    EXPECT_TRUE(NSTN_util::IsExplicityTrace());
+    EXPECT_EQ(std::make_pair(1, 1), SendAndCount());
+    EXPECT_EQ(0, Module().Start());  // started again: a further handler beside the first
+    EXPECT_EQ(std::make_pair(2, 2), SendAndCount());
+    EXPECT_EQ(0, Module().Stop());
+    EXPECT_EQ(std::make_pair(1, 1), SendAndCount());
+    zemb::ResetStatePath();
 }
 
 }  // namespace

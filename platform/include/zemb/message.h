@@ -14,6 +14,11 @@ struct ZembCmdMSG {
     std::uint32_t nLength;  // bytes of payload behind the header
 };
 
+// A command message as the frameworks of the server processes hand it on.
+struct TECmdMsg {
+    ZembCmdMSG msg;
+};
+
 constexpr std::size_t ZEMB_MSG_CLIENT_ADDR = 4;
 constexpr std::size_t ZEMB_MSG_REQUEST_WORDS[] = {4, 8, 12, 16};
 constexpr std::size_t ZEMB_MSG_CMD = 20;

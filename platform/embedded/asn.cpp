@@ -1,0 +1,98 @@
+#include "zemb/asn.h"
+
+#include "zemb/debug.h"
+
+AsnType::~AsnType() = default;
+
+namespace {
+
+constexpr const char* INDENT = "    ";
+constexpr const char* LABEL = " --";
+constexpr const char* HEX = "0123456789ABCDEF";
+constexpr int TRACE_LEVEL = 1;
+
+// Control characters and backslashes as "\n", "\\", "\x07": a text stays on its line.
+void AppendEscaped(std::string& strOut, const std::string& strText) {
+    for (const char c : strText) {
+        const auto nByte = static_cast<unsigned char>(c);
+        if (c == '\n')
+            strOut += "\\n";
+        else if (c == '\\')
+            strOut += "\\\\";
+        else if (nByte < ' ' || nByte == 0x7F)
+            strOut.append("\\x").append(1, HEX[nByte >> 4]).append(1, HEX[nByte & 15]);
+        else
+            strOut += c;
+    }
+}
+
+void AppendPart(std::string& strOut, std::size_t nDepth, const std::string& strName,
+                const AsnType* pValue) {
+    for (std::size_t i = 0; i < nDepth; ++i)
+        strOut += INDENT;
+    strOut += LABEL;
+    AppendEscaped(strOut, strName);
+    const std::string strType = pValue == nullptr ? "" : pValue->GetTypeName();
+    if (!strType.empty()) {
+        strOut += strName.empty() ? "(" : " (";
+        AppendEscaped(strOut, strType);
+        strOut += ")";
+    }
+    if (pValue != nullptr)
+        pValue->AppendText(strOut, nDepth);
+    else
+        strOut += ": \n";
+}
+
+}  // namespace
+
+void AsnInt::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
+    strOut.append(": ").append(std::to_string(m_nValue)).append("\n");
+}
+
+void AsnOcts::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
+    strOut += ": 0x";
+    for (const char c : m_strData)
+        strOut.append(1, HEX[static_cast<unsigned char>(c) >> 4]).append(1, HEX[c & 15]);
+    strOut += "\n";
+}
+
+void AsnText::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
+    strOut += ": \"";
+    AppendEscaped(strOut, m_strText);
+    strOut += "\"\n";
+}
+
+void AsnTree::Add(std::string strName, std::shared_ptr<const AsnType> pPart) {
+    m_vecPart.push_back({std::move(strName), std::move(pPart)});
+}
+
+void AsnTree::AppendText(std::string& strOut, std::size_t nDepth) const {
+    strOut += m_eKind == EKind::LIST ? ": " + std::to_string(m_vecPart.size()) + " elements\n"
+                                     : (m_eKind == EKind::CHOICE ? ": choice\n" : ":\n");
+    std::size_t nPlace = 0;
+    for (const Part& part : m_vecPart) {
+        const std::string strPlace = "[" + std::to_string(nPlace++) + "]";
+        AppendPart(strOut, nDepth + 1, m_eKind == EKind::LIST ? strPlace : part.strName,
+                   part.pValue.get());
+    }
+}
+
+namespace NSTE_util {
+
+std::string toString(const AsnType& value) {
+    std::string strText;
+    AppendPart(strText, 0, "", &value);
+    return strText;
+}
+
+void AsnTrace(const AsnType& value, TEDebugInterface& debug) {
+    const std::string strText = toString(value);
+    for (std::size_t nStart = 0; nStart < strText.size();) {
+        const std::size_t nEnd = strText.find('\n', nStart);
+        debug.Trace(TRACE_LEVEL, strText.substr(nStart, nEnd - nStart).c_str());
+        nStart = nEnd + 1;
+    }
+}
+
+}  // namespace NSTE_util

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace zemb {
+
+// What SQLite answered, with its text.
+class DatabaseError : public std::runtime_error {
+public:
+    DatabaseError(int nCodeOf, const std::string& strText)
+        : std::runtime_error(strText), nCode(nCodeOf & 0xFF) {}
+    const int nCode;
+};
+
+// A connection; not for two threads at a time. Failures are thrown as DatabaseError.
+class Database {
+public:
+    // nFlags as of sqlite3_open_v2.
+    Database(const std::string& strFile, int nFlags, int nBusyMilliseconds);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    void Run(const char* szSql);
+    std::int64_t Number(const char* szSql);  // of the first column of the first row
+    int Changes() const { return sqlite3_changes(m_pHandle); }
+    void SetBusyTimeout(int nMilliseconds) { sqlite3_busy_timeout(m_pHandle, nMilliseconds); }
+    sqlite3* Handle() const { return m_pHandle; }
+
+private:
+    sqlite3* m_pHandle = nullptr;
+};
+
+// A prepared statement.
+class Statement {
+public:
+    Statement(const Database& database, const std::string& strSql);
+    ~Statement();
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    // Parameters count from 1. A bound text must live until the statement is reset.
+    void Bind(int nParameter, std::int64_t nValue);
+    void Bind(int nParameter, std::string_view strText);
+    bool Step();  // true: there is a row
+    void Reset();
+    std::int64_t Number(int nColumn) const;
+    std::string Text(int nColumn) const;
+
+private:
+    void Check(int nCode) const;
+
+    sqlite3* m_pHandle;
+    sqlite3_stmt* m_pStatement = nullptr;
+};
+
+}  // namespace zemb

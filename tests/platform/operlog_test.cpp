@@ -1,0 +1,290 @@
+#include "zemb/operlog.h"
+
+#include "tests/support.h"
+#include "zemb/operlog_store.h"
+
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <map>
+#include <random>
+#include <set>
+#include <thread>
+
+namespace {
+
+using FrameUtil::WriteOperationLog;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+// A connection of somebody else.
+class OtherConnection {
+public:
+    explicit OtherConnection(const std::string& strFile) {
+        EXPECT_EQ(SQLITE_OK, sqlite3_open(strFile.c_str(), &m_pHandle));
+    }
+    ~OtherConnection() { sqlite3_close(m_pHandle); }
+    void Run(const char* szSql) {
+        EXPECT_EQ(SQLITE_OK, sqlite3_exec(m_pHandle, szSql, nullptr, nullptr, nullptr))
+            << sqlite3_errmsg(m_pHandle);
+    }
+
+private:
+    sqlite3* m_pHandle = nullptr;
+};
+
+class OperLogStoreTest : public testing::Test {
+protected:
+    OperLogStoreTest() { zemb::SetStatePath(m_folder.Path("state")); }
+    ~OperLogStoreTest() override {
+        zemb::SetOperLogRoom(10000);
+        zemb::ResetStatePath();
+    }
+
+    static ZembLogInfo Info(int nUserId, const char* szDesc = "") {
+        ZembLogInfo info;
+        info.nUserId = nUserId;
+        std::strcpy(info.szDesc, szDesc);
+        return info;
+    }
+
+    static std::vector<int> Users(const zemb::OperLogFilter& filter = {}) {
+        std::vector<int> vecUser;
+        std::string strError;
+        const auto Take = [&](const zemb::OperLogRow& row) {
+            vecUser.push_back(row.nUserId);
+            return true;
+        };
+        EXPECT_TRUE(zemb::ReadOperLog(filter, Take, strError)) << strError;
+        return vecUser;
+    }
+
+    support::TempFolder m_folder;
+    support::DebugCapture m_debug;
+};
+
+TEST_F(OperLogStoreTest, FindsEntriesByTheirFields) {
+    EXPECT_THAT(Users(), IsEmpty());
+    zemb::ScopedClock clock;
+    clock.Freeze(1772352000000000LL);  // 2026-03-01 08:00
+    for (int i = 0; i < 6; ++i) {
+        ZembLogInfo info = Info(i % 3, i < 3 ? "made NE_5" : "lost NEx5");
+        info.nCmd = 100 + static_cast<unsigned>(i);
+        info.nResultKind = i == 5 ? 2 : 0;
+        std::strcpy(info.szObject, i == 4 ? "port" : "trail");
+        EXPECT_EQ(1, WriteOperationLog(info, 0));
+        clock.Advance(60);
+    }
+    zemb::OperLogFilter filter;
+    filter.nUserId = 1;
+    EXPECT_THAT(Users(filter), ElementsAre(1, 1));
+    filter.nLast = 1;
+    filter.nCmd = 101;
+    EXPECT_THAT(Users(filter), ElementsAre(1));
+    filter = {};
+    filter.nLast = 2;
+    EXPECT_THAT(Users(filter), ElementsAre(1, 2));
+    filter = {};
+    filter.nResultKind = 2;
+    EXPECT_THAT(Users(filter), ElementsAre(2));
+    filter = {};
+    filter.strFrom = "2026-03-01 08:02";
+    filter.strTo = "2026-03-01 08:04";
+    EXPECT_THAT(Users(filter), ElementsAre(2, 0));
+    filter = {};
+    filter.strDescLike = "%NE\\_%";
+    filter.strObjectLike = "tr_il";
+    EXPECT_THAT(Users(filter), ElementsAre(0, 1, 2));
+    filter = {};
+    filter.nAfterId = 4;
+    EXPECT_THAT(Users(filter), ElementsAre(1, 2));
+    std::string strError;
+    long long nDeleted = 0;
+    EXPECT_TRUE(zemb::PruneOperLog("2026-03-01 08:05", nDeleted, strError));
+    EXPECT_EQ(5, nDeleted);
+    EXPECT_THAT(Users(), ElementsAre(2));
+    EXPECT_THAT(zemb::VerifyOperLog(), IsEmpty());
+    EXPECT_THAT(m_debug.Take(), IsEmpty());
+}
+
+TEST_F(OperLogStoreTest, WritersFromManyThreadsLoseNothing) {
+    constexpr int THREADS = 8;
+    constexpr int ENTRIES = 100;
+    std::vector<std::thread> vecThread;
+    for (int i = 0; i < THREADS; ++i)
+        vecThread.emplace_back([i] {
+            for (int n = 0; n < ENTRIES; ++n)
+                EXPECT_EQ(1, WriteOperationLog(Info(i), 0));
+        });
+    for (std::thread& thread : vecThread)
+        thread.join();
+    std::map<int, int> mapCount;
+    for (const int nUser : Users())
+        ++mapCount[nUser];
+    ASSERT_THAT(mapCount, SizeIs(THREADS));
+    for (const auto& [nUser, nCount] : mapCount)
+        EXPECT_EQ(ENTRIES, nCount) << nUser;
+}
+
+TEST_F(OperLogStoreTest, KeepsEntriesWhileTheDiskFails) {
+    const std::pair<const char*, int> arrFault[] = {{"pwrite64", ENOSPC},
+                                                    {"pwrite", ENOSPC},
+                                                    {"pwrite64", EIO},
+                                                    {"open", EROFS},
+                                                    {"open", EMFILE}};
+    std::vector<int> vecExpected;
+    int nUser = 0;
+    for (const auto& [szCall, nErrno] : arrFault) {
+        std::set<int> setResult;
+        vecExpected.push_back(++nUser);
+        {
+            const zemb::ScopedStoreFault fault(szCall, nErrno);
+            // "open" fails only when the database is opened: another one is.
+            zemb::SetStatePath(m_folder.Path("other"));
+            zemb::SetStatePath(m_folder.Path(std::string("state") + std::to_string(nErrno)));
+            setResult.insert(WriteOperationLog(Info(nUser), 0));
+            if (*setResult.begin() == 0)
+                EXPECT_EQ(0, WriteOperationLog(Info(nUser + 100), 0)) << szCall;
+            else
+                WriteOperationLog(Info(nUser + 100), 0);
+        }
+        EXPECT_EQ(0U, zemb::FlushOperLog()) << szCall;
+        EXPECT_THAT(Users(), testing::IsSupersetOf({nUser, nUser + 100})) << szCall;
+        const std::vector<std::string> vecLine = m_debug.Take();
+        if (*setResult.begin() == 0) {
+            ASSERT_THAT(vecLine, SizeIs(2)) << szCall;
+            EXPECT_THAT(vecLine[0], HasSubstr("entries are kept in memory"));
+            EXPECT_THAT(vecLine[1], HasSubstr("can be written again; 2 entries were kept, 0 lost"));
+        } else {
+            EXPECT_THAT(vecLine, IsEmpty()) << szCall;
+        }
+    }
+}
+
+TEST_F(OperLogStoreTest, WaitsForALockAndThenKeepsWhatThereIsRoomFor) {
+    EXPECT_EQ(1, WriteOperationLog(Info(1), 0));
+    zemb::SetOperLogRoom(2);
+    {
+        OtherConnection other(zemb::OperLogFile());
+        other.Run("BEGIN IMMEDIATE");
+        std::thread releaser([&] { other.Run("COMMIT"); });
+        EXPECT_EQ(1, WriteOperationLog(Info(2), 0));  // the lock goes while it waits
+        releaser.join();
+        const zemb::ScopedStoreFault fault("open", EIO);
+        zemb::SetStatePath(m_folder.Path("state2"));
+        EXPECT_EQ(0, WriteOperationLog(Info(3), 0));
+        EXPECT_EQ(0, WriteOperationLog(Info(4), 0));
+        EXPECT_EQ(-1, WriteOperationLog(Info(5), 0));
+        EXPECT_EQ(-1, WriteOperationLog(Info(6), 0));
+        EXPECT_EQ(2U, zemb::FlushOperLog());
+    }
+    zemb::SetStatePath(m_folder.Path("state"));
+    EXPECT_EQ(0U, zemb::FlushOperLog());
+    EXPECT_THAT(Users(), ElementsAre(1, 2, 3, 4));
+    const std::vector<std::string> vecLine = m_debug.Take();
+    ASSERT_THAT(vecLine, SizeIs(3));
+    EXPECT_THAT(vecLine[1], HasSubstr("no room for more than 2 entries"));
+    EXPECT_THAT(vecLine[2], HasSubstr("2 entries were kept, 2 lost"));
+}
+
+TEST_F(OperLogStoreTest, MovesADamagedFileAside) {
+    for (const char* const szWhat : {"no database at all, but long enough to be looked at", ""}) {
+        m_folder.Write("state/operlog.db", szWhat);
+        EXPECT_EQ(1, WriteOperationLog(Info(1), 0)) << szWhat;
+    }
+    // The second file was empty, which is a database without tables.
+    std::vector<std::string> vecAside;
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path("state")))
+        if (entry.path().string().find("damaged") != std::string::npos)
+            vecAside.push_back(entry.path());
+    ASSERT_THAT(vecAside, SizeIs(1));
+    EXPECT_THAT(support::ReadAll(vecAside[0]), testing::StartsWith("no database"));
+    EXPECT_THAT(m_debug.Take(), ElementsAre(HasSubstr("is damaged; it is kept as")));
+}
+
+TEST_F(OperLogStoreTest, LeavesANewerDatabaseAlone) {
+    EXPECT_EQ(1, WriteOperationLog(Info(1), 0));
+    OtherConnection(zemb::OperLogFile()).Run("PRAGMA user_version = 2");
+    zemb::SetStatePath(m_folder.Path("other"));
+    EXPECT_EQ(1, WriteOperationLog(Info(2), 0));
+    zemb::SetStatePath(m_folder.Path("state"));
+    EXPECT_EQ(0, WriteOperationLog(Info(3), 0));
+    std::string strError;
+    EXPECT_FALSE(zemb::ReadOperLog(
+        {}, [](const zemb::OperLogRow&) { return true; }, strError));
+    EXPECT_THAT(strError, HasSubstr("newer version 2"));
+    EXPECT_THAT(zemb::VerifyOperLog(), SizeIs(1));
+    OtherConnection(zemb::OperLogFile()).Run("PRAGMA user_version = 1");
+    EXPECT_EQ(0U, zemb::FlushOperLog());
+    EXPECT_THAT(Users(), ElementsAre(1, 3));
+}
+
+TEST_F(OperLogStoreTest, BeginsAnewWhereTheFolderVanished) {
+    EXPECT_EQ(1, WriteOperationLog(Info(1), 0));
+    std::filesystem::remove_all(m_folder.Path("state"));
+    EXPECT_EQ(1, WriteOperationLog(Info(2), 0));
+    EXPECT_THAT(Users(), ElementsAre(2));
+}
+
+// A child writes from four threads and tells of every entry that was acknowledged.
+void WriteUntilKilled(int nPipe, int nFirst) {
+    std::vector<std::thread> vecThread;
+    for (int i = 0; i < 4; ++i)
+        vecThread.emplace_back([=] {
+            for (int n = nFirst + i; WriteOperationLog(
+                                         [n] {
+                                             ZembLogInfo info;
+                                             info.nUserId = n;
+                                             return info;
+                                         }(),
+                                         0) == 1;
+                 n += 4)
+                if (write(nPipe, &n, sizeof n) != sizeof n)
+                    return;
+        });
+    for (std::thread& thread : vecThread)
+        thread.join();
+}
+
+TEST_F(OperLogStoreTest, LosesNoAcknowledgedEntryWhenTheProcessIsKilled) {
+    std::mt19937 random(1);
+    std::set<int> setAcknowledged;
+    const int nKills =
+        getenv("TOVELKARIN_KILLS") != nullptr ? atoi(getenv("TOVELKARIN_KILLS")) : 20;
+    for (int nKill = 0; nKill < nKills; ++nKill) {
+        int arrPipe[2];
+        ASSERT_EQ(0, pipe(arrPipe));
+        const pid_t nChild = fork();
+        if (nChild == 0) {
+            close(arrPipe[0]);
+            WriteUntilKilled(arrPipe[1], nKill * 1000000);
+            _exit(0);
+        }
+        close(arrPipe[1]);
+        // Killed after a random number of entries, at whatever the threads are doing then.
+        int nUser = 0;
+        for (int n = static_cast<int>(random() % 60);
+             n >= 0 && read(arrPipe[0], &nUser, sizeof nUser) == sizeof nUser; --n)
+            setAcknowledged.insert(nUser);
+        kill(nChild, SIGKILL);
+        while (read(arrPipe[0], &nUser, sizeof nUser) == sizeof nUser)
+            setAcknowledged.insert(nUser);
+        close(arrPipe[0]);
+        waitpid(nChild, nullptr, 0);
+    }
+    const std::vector<int> vecUser = Users();
+    const std::set<int> setUser(vecUser.begin(), vecUser.end());
+    EXPECT_TRUE(std::includes(setUser.begin(), setUser.end(), setAcknowledged.begin(),
+                              setAcknowledged.end()));
+    EXPECT_LE(static_cast<std::size_t>(nKills), setAcknowledged.size());
+    EXPECT_THAT(zemb::VerifyOperLog(), IsEmpty());
+}
+
+}  // namespace
