@@ -8,7 +8,7 @@ if(TOVELKARIN_PLATFORM STREQUAL "embedded")
   install(DIRECTORY platform/include/zemb platform/embedded/include/zemb
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
   install(TARGETS zembedded EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-  install(DIRECTORY share/root share/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/tovelkarin)
+  install(DIRECTORY share/asn share/root share/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/tovelkarin)
 endif()
 install(EXPORT tovelkarin NAMESPACE tovelkarin:: FILE tovelkarinTargets.cmake
         DESTINATION ${package_dir})

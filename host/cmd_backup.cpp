@@ -33,19 +33,6 @@ struct BackupArguments {
     bool bText = false;
 };
 
-// Line breaks and other control characters as \x0A: a value must not look like more of the tree.
-std::string OnOneLine(const std::string& strText) {
-    std::string strShown;
-    for (const char c : strText) {
-        const auto nByte = static_cast<unsigned char>(c);
-        const std::string strHex = Hex(nByte).substr(2);
-        strShown += nByte >= ' ' && nByte != 0x7F ? std::string(1, c)
-                    : nByte < 16                  ? "\\x0" + strHex
-                                                  : "\\x" + strHex;
-    }
-    return strShown;
-}
-
 int PutNodes(const Session& session, const BackupText& text) {
     static const char* const KINDS[] = {"object", "attribute", "group"};
     for (const BackupNode& node : text.vecNode) {

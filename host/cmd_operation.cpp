@@ -1,5 +1,7 @@
 #include "command.h"
 
+#include "tovelkarin/teoperationlog.h"
+
 #include "zemb/message.h"
 #include "zemb/task.h"
 
@@ -14,6 +16,10 @@ using NSTE_util::TEMutexOperMgr;
 using NSTE_util::TEOperObject;
 
 namespace {
+
+constexpr std::uint32_t LOCAL_ADDRESS = 0x7F000001;
+constexpr unsigned char OPERATION_LEVEL = 4;
+constexpr unsigned OPERATION_CATEGORY = 2;
 
 std::string CurrentUser() {
     const char* const szUser = std::getenv("USER");
@@ -61,6 +67,22 @@ Json::Value ToJson(const Grant& grant) {
 
 std::string QuotedLine(const Place& place) {
     return place.Text() + ": " + place.strText;
+}
+
+// What was done goes to the operation log; users count in the order in which they come.
+void Record(Session& session, int nOper, const std::list<TEOperObject>& listObj,
+            const std::string& strBy, unsigned long nResult, const std::string& strWhat) {
+    const auto it =
+        session.mapUser.emplace(strBy, static_cast<int>(session.mapUser.size()) + 1).first;
+    NSTN_util::SOperateLogInfor record;
+    record.nUserId = it->second;
+    record.nIpAddr = LOCAL_ADDRESS;
+    record.nCmd = static_cast<unsigned long>(nOper);
+    record.nNeId = listObj.empty() ? 0 : listObj.front().nNeId;
+    record.nResult = nResult;
+    record.sOperObject = ObjectsText(listObj);
+    record.sOperInfo = strBy + ": " + strWhat;
+    NSTN_util::TEOperationLog(record, OPERATION_LEVEL, OPERATION_CATEGORY);
 }
 
 int PutGranted(const Session& session, const Grant& grant) {
@@ -141,8 +163,10 @@ int AcquireAsTask(Session& session, const AcquireArguments& args,
         listWhole.push_back({nNe, 0, 0});
     RefuseZeroCode(session, args.nOper, listWhole);
     auto pGuard = std::make_unique<NSTE_util::TEMutexOperNEGuard>(listNe);
-    if (pGuard->m_nResult != 0)
-        return PutRefused(session, args.nOper, listWhole, pGuard->m_nResult);
+    const unsigned long nCode = pGuard->m_nResult;
+    Record(session, args.nOper, listWhole, args.strBy, nCode, nCode == 0 ? "granted" : "refused");
+    if (nCode != 0)
+        return PutRefused(session, args.nOper, listWhole, nCode);
     return PutGranted(session, session.ledger.Add(args.nOper, std::move(listWhole), args.strBy,
                                                   std::move(pGuard)));
 }
@@ -154,6 +178,7 @@ int Acquire(Session& session, const AcquireArguments& args) {
         return AcquireAsTask(session, args, listObj);
     RefuseZeroCode(session, args.nOper, listObj);
     const unsigned long nCode = TEMutexOperMgr::Instance()->AcquireMutexOper(args.nOper, listObj);
+    Record(session, args.nOper, listObj, args.strBy, nCode, nCode == 0 ? "granted" : "refused");
     if (nCode != 0)
         return PutRefused(session, args.nOper, listObj, nCode);
     return PutGranted(session, session.ledger.Add(args.nOper, listObj, args.strBy));
@@ -173,6 +198,7 @@ int ReleaseGrant(Session& session, int nId) {
     if (pGrant->pGuard == nullptr)
         TEMutexOperMgr::Instance()->ReleaseMutexOper(pGrant->nOper, pGrant->listObj);
     pGrant->pGuard = nullptr;
+    Record(session, pGrant->nOper, pGrant->listObj, pGrant->strBy, 0, "released");
     session.out.Put("released " + std::to_string(nId) + ": operation " +
                         std::to_string(pGrant->nOper) + " on " + ObjectsText(pGrant->listObj),
                     ToJson(*pGrant));

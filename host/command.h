@@ -69,6 +69,15 @@ Runner DefineTimeouts(CLI::App& app);
 Runner DefineFdn(CLI::App& app);
 Runner DefineOtn(CLI::App& app);
 Runner DefineFbType(CLI::App& app);
+// IPv4 addresses; CommandError for a text that is none.
+std::string AddressText(std::uint32_t nAddress);
+std::uint32_t ReadAddress(const std::string& strText);
+
+Runner DefineThreads(CLI::App& app);
+Runner DefineAsn(CLI::App& app);
+Runner DefineEvent(CLI::App& app);
+Runner DefineOpLog(CLI::App& app);
+Runner DefineLog(CLI::App& app);
 Runner DefineBackup(CLI::App& app);
 Runner DefineSay(CLI::App& app);
 Runner DefineQuit(CLI::App& app);

@@ -48,14 +48,29 @@ std::string Table(const std::vector<std::vector<std::string>>& vecRow) {
     return strTable;
 }
 
-std::string Counted(std::size_t nCount, const std::string& strThing) {
-    return std::to_string(nCount) + " " + strThing + (nCount == 1 ? "" : "s");
+std::string Counted(std::size_t nCount, const std::string& strThing, const std::string& strThings) {
+    const std::string strMany = strThings.empty() ? strThing + "s" : strThings;
+    return std::to_string(nCount) + " " + (nCount == 1 ? strThing : strMany);
 }
 
 std::string Hex(unsigned long nValue) {
     char szText[24];
     std::snprintf(szText, sizeof szText, "0x%lX", nValue);
     return szText;
+}
+
+std::string OnOneLine(const std::string& strText) {
+    std::string strShown;
+    for (const char c : strText) {
+        const auto nByte = static_cast<unsigned char>(c);
+        char szHex[8];
+        std::snprintf(szHex, sizeof szHex, "\\x%02X", nByte);
+        if (nByte < ' ' || nByte == 0x7F)
+            strShown += szHex;
+        else
+            strShown += c == '\\' ? std::string(2, c) : std::string(1, c);
+    }
+    return strShown;
 }
 
 }  // namespace host

@@ -39,8 +39,13 @@ private:
 // Rows as columns two blanks apart; the first row is the heading.
 std::string Table(const std::vector<std::vector<std::string>>& vecRow);
 
-// "1 field", "2 fields".
-std::string Counted(std::size_t nCount, const std::string& strThing);
+// "1 field", "2 fields"; strThings where an "s" is not enough.
+std::string Counted(std::size_t nCount, const std::string& strThing,
+                    const std::string& strThings = "");
+
+// A text for a line of its own: control characters as \x0A, a backslash as two. What it holds can
+// neither look like another line nor steer the terminal.
+std::string OnOneLine(const std::string& strText);
 
 // "0x4101F012", in capitals and without leading zeros.
 std::string Hex(unsigned long nValue);

@@ -4,9 +4,13 @@
 
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/tnreqtimeout.h"
+#include "tovelkarin/tnthreadmgr.h"
 
 #include "zemb/module.h"
+#include "zemb/operlog_store.h"
 #include "zemb/settings.h"
+
+#include <pthread.h>
 
 #include <filesystem>
 #include <iostream>
@@ -17,6 +21,17 @@ namespace {
 
 constexpr const char* TABLE_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/mutex_oper.cfg";
 constexpr const char* TIMEOUTS_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/reqtimeout.cfg";
+
+constexpr int WAIT_SECONDS = 30;
+
+// Registrations of this thread end here; others are waited for.
+void WaitForThreads() {
+    NSTN_util::TNThreadMgr& mgr = *NSTN_util::TNThreadMgr::Instance();
+    while (mgr.GetAllInfo().count(pthread_self()) != 0)
+        mgr.UnRegist_Thread();
+    if (!mgr.CheckNotExistThread() && !mgr.WaitingThreadExit(WAIT_SECONDS))
+        std::cerr << "tovelkarin: threads are still busy; the log tells which" << std::endl;
+}
 
 }  // namespace
 
@@ -67,6 +82,12 @@ void Session::Stop() {
     std::string strError;
     if (!ModuleMgr::Instance()->StopModules(strError))
         throw CommandError(SYSTEM_FAILED, strError);
+    WaitForThreads();
+    const std::size_t nKept = zemb::FlushOperLog();
+    if (nKept != 0)
+        throw CommandError(SYSTEM_FAILED, Counted(nKept, "entry", "entries") +
+                                              " of the operation log could not be written to " +
+                                              zemb::OperLogFile());
 }
 
 bool Session::LoadTable(const std::string& strFile) {

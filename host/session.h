@@ -41,6 +41,7 @@ public:
 
     // Shows the module's log lines on standard output as they are written.
     void EchoTrace(bool bOn);
+    bool IsEchoing() const { return m_pEcho != nullptr; }
 
     // Ends the reading of commands.
     void Quit() { m_bQuit = true; }
@@ -49,6 +50,7 @@ public:
     Output out;
     Ledger ledger;
     std::map<std::string, std::unique_ptr<TrailHolder>> mapTrail;
+    std::map<std::string, int> mapUser;  // numbers of those who asked, for the operation log
     std::map<std::string, NSTN_util::TNReadCfg> mapCfg;  // by the path as given
     std::optional<TimeoutFile> timeouts;  // what the time-out files said when they were loaded
     zemb::ScopedClock clock;
