@@ -90,6 +90,11 @@ constexpr Goal GOALS[] = {
     {"otn_read",                        0.55},
     {"otn_write",                       0.55},
     {"fbtype",                          1.0 },
+    {"thread_register/1",               1.5 },
+    {"oplog_one_writer",                1.1 },
+    {"oplog_sixteen_writers",           0.3 },
+    {"oplog_list",                      1.2 },
+    {"asn_fixed",                       1.0 },
 };
 
 constexpr Growth GROWTHS[] = {
@@ -118,6 +123,9 @@ constexpr Growth GROWTHS[] = {
     {"path_absolute",  "linear", 2.5, 1000},
     {"replace_two",    "linear", 2.5, 1024},
     {"backup_build",   "linear", 2.5, 1000},
+    {"thread_register", "flat",  2.5, 1},
+    {"oplog_split",    "linear", 2.5, 1000},
+    {"asn_fixed",      "linear", 2.5, 1000000},
     {"backup_read",    "linear", 2.5, 1000},
     {"backup_children", "linear", 2.5, 1000},
     {"backup_list_write", "linear", 2.5, 1000},

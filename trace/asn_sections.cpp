@@ -41,6 +41,11 @@ private:
     std::size_t m_nFound = 0;  // before the first search: behind nothing
 };
 
+// The line that "%s" makes of a text of this size, without the formatter's copies of it.
+void Trace(const std::string& strLine) {
+    TNTrace2LogFile(MODULE_NAME, LEVEL_ORDINARY, strLine);
+}
+
 void PrintSections(const std::string& strText, unsigned nSections) {
     const std::size_t nSize = strText.size();
     LineFeeds lineFeeds(strText);
@@ -54,17 +59,16 @@ void PrintSections(const std::string& strText, unsigned nSections) {
         strLine.append(" >>> Section(").append(IntegerText(nStart)).append(" ~ ");
         strLine.append(IntegerText(nEnd)).append(")\n");
         if (nSections != 0 && nCount > nSections)
-            return Report("%s", strLine.append(" ...More Asn Not Print..."));
+            return Trace(strLine.append(" ...More Asn Not Print..."));
         // Deliberate: the text says 1000.
         if (nCount > SECTIONS_MOST)
-            return Report("%s",
-                          strLine.append(" pack count more than 1000 ...More Asn Not Print..."));
+            return Trace(strLine.append(" pack count more than 1000 ...More Asn Not Print..."));
         const std::size_t nLineFeed = lineFeeds.From(nEnd);
         std::size_t nCut = nLineFeed == NPOS ? nEnd : nLineFeed;
         // Deliberate: where the cap applies the character at the cut is in no section.
         if (nCut - nStart + 1 > SECTION)
             nCut = nStart + SECTION;
-        Report("%s", strLine.append(strText, nStart, std::min(nCut - nStart + 1, SECTION)));
+        Trace(strLine.append(strText, nStart, std::min(nCut - nStart + 1, SECTION)));
         nStart = nCut + 1;
         nEnd = std::min(nSize - 1, nCut + SECTION);
     }

@@ -23,6 +23,13 @@ constexpr int NAPS_TO_NEXT_LIST = 30;
 
 using ThreadMap = std::map<unsigned long, TNThreadInfo>;
 
+// Lets the other thread of the processor go on.
+void Pause() {
+#if defined(__x86_64__)
+    __builtin_ia32_pause();
+#endif
+}
+
 std::uint32_t Shown(unsigned long nThreadId) {
     return static_cast<std::uint32_t>(nThreadId);
 }
@@ -34,7 +41,23 @@ struct TNThreadMgr::Registry {
     ThreadMap mapThread;
     ThreadMap::node_type nodeSpare;  // of a thread that has gone, for the next one
 
-    using Guard = ACE_Guard<ACE_Recursive_Thread_Mutex>;
+    // The lock is held for moments only, so it is asked for again before the thread sleeps.
+    class Guard {
+    public:
+        explicit Guard(ACE_Recursive_Thread_Mutex& lock) : m_guard(lock, false) {
+            for (int nPauses = 8; nPauses <= PAUSES_MOST && !m_guard.locked(); nPauses *= 2) {
+                for (int i = 0; i < nPauses; ++i)
+                    Pause();
+                m_guard.tryacquire();
+            }
+            if (!m_guard.locked())
+                m_guard.acquire();
+        }
+
+    private:
+        static constexpr int PAUSES_MOST = 128;
+        ACE_Guard<ACE_Recursive_Thread_Mutex> m_guard;
+    };
 
     void Add(ThreadMap::iterator itPlace, unsigned long nThreadId, const std::string& strLable) {
         if (nodeSpare.empty()) {

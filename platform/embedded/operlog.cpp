@@ -115,11 +115,13 @@ public:
 
     void SetBusyTimeout(int nMilliseconds) { m_database.SetBusyTimeout(nMilliseconds); }
 
-    template <class Entries>
-    void Insert(const Entries& entries) {
-        m_database.Run("BEGIN IMMEDIATE");
+    // Puts all entries on the disk, or none.
+    void Insert(const std::vector<const Entry*>& vecEntry) {
         try {
-            for (const Entry* const pEntry : entries)
+            if (vecEntry.size() == 1)  // a transaction of its own
+                return Insert(*vecEntry.front());
+            m_database.Run("BEGIN IMMEDIATE");
+            for (const Entry* const pEntry : vecEntry)
                 Insert(*pEntry);
             m_database.Run("COMMIT");
         } catch (...) {
