@@ -19,6 +19,7 @@
 #include <vector>
 
 TEDebugInterface::~TEDebugInterface() = default;
+TEDebugCommand::~TEDebugCommand() = default;
 
 namespace {
 

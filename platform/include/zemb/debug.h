@@ -2,6 +2,8 @@
 
 #include "zemb/export.h"
 
+#include <string>
+
 // Where diagnostic lines go. Obtained from NSTE_util::GetDebugInterface; lives to the end of the
 // process and may be called from any thread. No operation throws by itself, but a sink that the
 // host has put behind it may; a caller that must not throw catches.
@@ -17,6 +19,13 @@ public:
 
     // After the operations: the first two slots of the interface are Trace and Assert.
     virtual ~TEDebugInterface();
+};
+
+// A command of the debug console.
+class ZEMB_API TEDebugCommand {
+public:
+    virtual std::string GetName() = 0;
+    virtual ~TEDebugCommand();
 };
 
 namespace NSTE_util {
