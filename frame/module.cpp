@@ -42,7 +42,7 @@ constexpr int HANDLED_EVENTS[] = {NSTN_util::EVENT_WRITE_OPERLOG};
 constexpr int REGISTER_FLAG = 1;
 
 void RegisterOperLogHandler() {
-    g_pOperLogHandler = new NSTN_util::TNWriteOperLogHandler;
+    g_pOperLogHandler = new NSTN_util::TNWriteOperLogHandler(g_pOperLogHandler);
     for (const int nEvent : HANDLED_EVENTS)
         TEEventMgr::Instance()->RegisterHandler(g_pOperLogHandler, nEvent, REGISTER_FLAG);
 }

@@ -6,7 +6,9 @@
 
 #include <json/reader.h>
 
+#include <algorithm>
 #include <sstream>
+#include <vector>
 
 namespace host {
 
@@ -22,11 +24,17 @@ public:
     Value Read() const {
         Json::CharReaderBuilder builder;
         builder["collectComments"] = false;
+        builder["failIfExtra"] = true;
+        builder["rejectDupKeys"] = true;
         Json::Value root;
         std::string strErrors;
         std::istringstream stream(m_strText);
-        if (!Json::parseFromStream(builder, stream, &root, &strErrors))
-            throw CommandError(ANSWER_NO, m_strFile + ": no JSON: " + strErrors);
+        try {
+            if (!Json::parseFromStream(builder, stream, &root, &strErrors))
+                throw CommandError(ANSWER_NO, m_strFile + ": no JSON: " + strErrors);
+        } catch (const Json::Exception&) {
+            throw CommandError(ANSWER_NO, m_strFile + ": more than 1,000 levels deep");
+        }
         return ValueOf(root, "");
     }
 
@@ -47,16 +55,19 @@ private:
                     pTree->Add("", ValueOf(part, ""));
                 return pTree;
             }
-            case Json::objectValue: return ObjectOf(json);
+            case Json::objectValue: return ObjectOf(json, strType);
             default: break;
         }
         throw Error(json, "an object, array, integer of 64 bits, string or boolean");
     }
 
-    Value ObjectOf(const Json::Value& json) const {
+    Value ObjectOf(const Json::Value& json, const std::string& strTypeOutside) const {
         if (json.isMember("$type") && !json["$type"].isString())
             throw Error(json["$type"], "a string for $type");
-        const std::string strType = json.get("$type", "").asString();
+        const std::string strType = json.get("$type", strTypeOutside).asString();
+        for (const char* const szKind : {"$value", "$octets", "$choice"})
+            if (json.isMember(szKind) && json.size() != (json.isMember("$type") ? 2U : 1U))
+                throw Error(json, std::string("only $type beside ") + szKind);
         if (json.isMember("$value"))
             return ValueOf(json["$value"], strType);
         if (json.isMember("$octets"))
@@ -67,7 +78,12 @@ private:
             throw Error(parts, "an object with one member for $choice");
         const auto pTree = std::make_shared<AsnTree>(
             bChoice ? AsnTree::EKind::CHOICE : AsnTree::EKind::SEQUENCE, strType);
-        for (const std::string& strName : parts.getMemberNames())
+        // The order of the file: that of the names is the parser's own.
+        std::vector<std::string> vecName = parts.getMemberNames();
+        std::sort(vecName.begin(), vecName.end(), [&](const auto& a, const auto& b) {
+            return parts[a].getOffsetStart() < parts[b].getOffsetStart();
+        });
+        for (const std::string& strName : vecName)
             if (bChoice || strName != "$type")
                 pTree->Add(strName, ValueOf(parts[strName], ""));
         return pTree;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <deque>
 #include <fstream>
 #include <memory>
 
@@ -90,9 +91,11 @@ int ShowLog(const Session& session, const LogArguments& args) {
     std::ifstream file(strFile, std::ios::binary);
     if (!file)
         throw CommandError(ANSWER_NO, strFile + ": there is no log of this module");
-    std::vector<std::pair<LogLine, std::string>> vecLine;
+    std::deque<std::string> dequeLast;
     std::streamoff nEnd = 0;
-    for (std::string strLine; std::getline(file, strLine) && !file.eof();) {
+    for (std::string strLine; std::getline(file, strLine);) {
+        if (file.eof() && args.bFollow)
+            break;  // the rest of the line is yet to come
         nEnd = file.tellg();
         const LogLine line = Split(strLine);
         if (!IsWanted(line, args))
@@ -100,12 +103,12 @@ int ShowLog(const Session& session, const LogArguments& args) {
         if (args.nLast == 0)
             Put(session, line, strLine);
         else
-            vecLine.emplace_back(line, strLine);
+            dequeLast.push_back(strLine);
+        if (dequeLast.size() > args.nLast)
+            dequeLast.pop_front();
     }
-    const std::size_t nFirst =
-        vecLine.size() > args.nLast ? vecLine.size() - args.nLast : std::size_t{0};
-    for (std::size_t i = nFirst; i < vecLine.size(); ++i)
-        Put(session, vecLine[i].first, vecLine[i].second);
+    for (const std::string& strLine : dequeLast)
+        Put(session, Split(strLine), strLine);
     if (args.bFollow)
         Follow(session, args, nEnd);
     return DONE;

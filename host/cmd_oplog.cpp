@@ -9,7 +9,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include <json/writer.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -21,6 +22,7 @@ namespace host {
 namespace {
 
 constexpr long long PROGRESS_ROWS = 100000;
+constexpr std::size_t LAST_MOST = 1000000000;
 
 const std::vector<std::pair<std::string, int>> KINDS = {{"ok", 0}, {"partly", 1}, {"failed", 2}};
 
@@ -78,7 +80,7 @@ std::string LineText(const zemb::OperLogRow& row) {
 
 std::string CsvField(const std::string& strText) {
     // A spreadsheet takes what begins so for a formula.
-    const bool bFormula = strText.find_first_of("=+-@") == 0;
+    const bool bFormula = strText.find_first_of("=+-@\t\r") == 0;
     std::string strField = bFormula ? "'" + strText : strText;
     if (strField.find_first_of(",\"\r\n") == std::string::npos)
         return strField;
@@ -98,10 +100,14 @@ std::string CsvLine(const zemb::OperLogRow& row) {
            std::to_string(row.nProcess);
 }
 
-void Read(const zemb::OperLogFilter& filter,
-          const std::function<bool(const zemb::OperLogRow&)>& take) {
+void RequireLog() {
     if (zemb::OperLogFile().empty())
         throw CommandError(WRONG_USAGE, "oplog: where? give --state DIR or --root DIR");
+}
+
+void Read(const zemb::OperLogFilter& filter,
+          const std::function<bool(const zemb::OperLogRow&)>& take) {
+    RequireLog();
     std::string strError;
     if (!zemb::ReadOperLog(filter, take, strError))
         throw CommandError(SYSTEM_FAILED, strError);
@@ -167,37 +173,65 @@ int Follow(const Session& session, const OpLogArguments& args) {
         return ++nShown != args.nCount;
     };
     const Interruptible interruptible;
+    ino_t nFile = 0;
     do {
+        struct stat status {};
+        if (stat(zemb::OperLogFile().c_str(), &status) == 0 && status.st_ino != nFile) {
+            if (nFile != 0)
+                filter.nAfterId = 0;  // another database took its place
+            nFile = status.st_ino;
+        }
         Read(filter, Put);
         filter.nLast = 0;
     } while ((args.nCount == 0 || nShown < args.nCount) && !interruptible.Pause());
     return DONE;
 }
 
-// The file appears when it is whole.
+// A file under another name until it is whole; gone if it never is.
+class PartFile {
+public:
+    explicit PartFile(const std::string& strFile)
+        : m_strFile(strFile),
+          m_strPart(strFile + ".part" + std::to_string(getpid())),
+          m_stream(m_strPart, std::ios::binary | std::ios::trunc) {}
+    ~PartFile() {
+        std::error_code ignored;
+        std::filesystem::remove(m_strPart, ignored);
+    }
+    PartFile(const PartFile&) = delete;
+    PartFile& operator=(const PartFile&) = delete;
+
+    std::ofstream& Stream() { return m_stream; }
+
+    // Gives it its name; throws when it could not be written.
+    void Keep() {
+        m_stream.close();
+        std::error_code error;
+        if (m_stream)
+            std::filesystem::rename(m_strPart, m_strFile, error);
+        if (!m_stream || error)
+            throw CommandError(SYSTEM_FAILED, m_strFile + ": cannot be written");
+    }
+
+private:
+    const std::string m_strFile;
+    const std::string m_strPart;
+    std::ofstream m_stream;
+};
+
 int Export(const Session& session, const OpLogArguments& args) {
-    const std::string strPart = args.strFile + ".part";
-    std::ofstream file(strPart, std::ios::binary | std::ios::trunc);
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    builder["emitUTF8"] = true;
+    PartFile part(args.strFile);
+    std::ofstream& file = part.Stream();
     if (args.bCsv)
         file << CSV_HEADING << "\n";
     long long nRows = 0;
     Read(args.filter, [&](const zemb::OperLogRow& row) {
-        file << (args.bCsv ? CsvLine(row) : Json::writeString(builder, ToJson(row))) << "\n";
+        file << (args.bCsv ? CsvLine(row) : JsonLine(ToJson(row))) << "\n";
         if (++nRows % PROGRESS_ROWS == 0)
             std::cerr << nRows << " entries" << std::endl;
         return file.good();
     });
-    file.close();
-    std::error_code error;
-    if (file)
-        std::filesystem::rename(strPart, args.strFile, error);
-    if (!file || error) {
-        std::filesystem::remove(strPart, error);
-        throw CommandError(SYSTEM_FAILED, args.strFile + ": cannot be written");
-    }
+    part.Keep();
     Json::Value record;
     record["file"] = args.strFile;
     record["entries"] = static_cast<Json::Int64>(nRows);
@@ -208,6 +242,7 @@ int Export(const Session& session, const OpLogArguments& args) {
 }
 
 int Verify(const Session& session) {
+    RequireLog();
     const std::vector<std::string> vecProblem = zemb::VerifyOperLog();
     for (const std::string& strProblem : vecProblem) {
         Json::Value record;
@@ -226,6 +261,7 @@ int Prune(const Session& session, const OpLogArguments& args) {
         filter.strTo = args.strBefore;
         Read(filter, [&](const zemb::OperLogRow&) { return ++nDeleted > 0; });
     } else {
+        RequireLog();
         std::string strError;
         if (!zemb::PruneOperLog(args.strBefore, nDeleted, strError))
             throw CommandError(SYSTEM_FAILED, strError);
@@ -253,6 +289,9 @@ int Write(const Session& session, const OpLogArguments& args) {
         throw CommandError(WRONG_USAGE, "oplog write: command 0 is illegal");
     if (record.nUserId == 0 && record.nIpAddr == 0)
         throw CommandError(ANSWER_NO, "not written: neither user nor address");
+    if (zemb::FlushOperLog() != 0)
+        throw CommandError(SYSTEM_FAILED, "not written: " + zemb::OperLogFile() +
+                                              " cannot be; log/zembedded.log tells why");
     session.out.Say("written");
     return DONE;
 }
@@ -267,12 +306,19 @@ struct FilterOptions {
     CLI::Option* pCmd;
 };
 
+std::string CheckTime(const std::string& strTime) {
+    return zemb::IsOperLogTime(strTime)
+               ? ""
+               : "'" + strTime + "' is no time; expected such as 2026-03-01 or 2026-03-01 08:30";
+}
+
 FilterOptions AddFilter(CLI::App& app, OpLogArguments& args) {
     FilterOptions options{};
     options.pUser = app.add_option("--user", args.nUser, "of this user");
     options.pCmd = app.add_option("--command", args.nCmd, "of this command");
-    app.add_option("--from", args.filter.strFrom, "not before this UTC time, or a beginning of it");
-    app.add_option("--to", args.filter.strTo, "before this UTC time");
+    app.add_option("--from", args.filter.strFrom, "not before this UTC time, or a beginning of it")
+        ->check(CheckTime);
+    app.add_option("--to", args.filter.strTo, "before this UTC time")->check(CheckTime);
     app.add_option("--object", args.strObject, "object, such as NE-5; * and ? are wildcards");
     app.add_option("--text", args.strText, "description; * and ? are wildcards");
     app.add_option("--result", args.strResult, "ok, partly or failed")
@@ -309,10 +355,12 @@ Runner DefineOpLog(CLI::App& app) {
     const auto pArgs = std::make_shared<OpLogArguments>();
     CLI::App* const pList = app.add_subcommand("list", "the last entries that fit");
     const FilterOptions listOptions = AddFilter(*pList, *pArgs);
-    pList->add_option("--last", pArgs->nLast, "how many at most; 0: all")->capture_default_str();
+    pList->add_option("--last", pArgs->nLast, "how many at most; 0: all")
+        ->check(CLI::Range(std::size_t{0}, LAST_MOST))
+        ->capture_default_str();
     pList->add_flag("--csv", pArgs->bCsv, "comma-separated, with a heading");
     CLI::App* const pShow = app.add_subcommand("show", "one entry with all its fields");
-    pShow->add_option("ID", pArgs->nId, "its number")->required();
+    pShow->add_option("ID", pArgs->nId, "its number")->required()->check(CLI::PositiveNumber);
     CLI::App* const pFollow =
         app.add_subcommand("follow", "the last entries, and new ones as they come");
     const FilterOptions followOptions = AddFilter(*pFollow, *pArgs);
@@ -325,7 +373,8 @@ Runner DefineOpLog(CLI::App& app) {
     CLI::App* const pVerify = app.add_subcommand("verify", "check that the database is whole");
     CLI::App* const pPrune = app.add_subcommand("prune", "delete old entries");
     pPrune->add_option("--before", pArgs->strBefore, "UTC time, or a beginning of it: 2026-01")
-        ->required();
+        ->required()
+        ->check(CheckTime);
     pPrune->add_flag("--dry-run", pArgs->bDryRun, "only tell how many");
     CLI::App* const pWrite = app.add_subcommand("write", "write an entry");
     pWrite->add_option("TEXT", pArgs->strText, "description")->required();

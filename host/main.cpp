@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <iostream>
 
 namespace {
@@ -43,7 +44,8 @@ int Run(int argc, char** argv) {
     if (!args.strState.empty())
         zemb::SetStatePath(args.strState);
     host::Session session(args.bJson);
-    return host::RunCommand(session, vecWord);
+    const int nStatus = host::RunCommand(session, vecWord);
+    return std::max(nStatus, session.End());
 }
 
 }  // namespace

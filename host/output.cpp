@@ -13,13 +13,7 @@ void Output::Put(const std::string& strText, const Json::Value& record) const {
         std::cout << strText << std::endl;
         return;
     }
-    static const Json::StreamWriterBuilder builder = [] {
-        Json::StreamWriterBuilder compact;
-        compact["indentation"] = "";
-        compact["emitUTF8"] = true;
-        return compact;
-    }();
-    std::cout << Json::writeString(builder, record) << std::endl;
+    std::cout << JsonLine(record) << std::endl;
 }
 
 void Output::Say(const std::string& strText) const {
@@ -57,6 +51,54 @@ std::string Hex(unsigned long nValue) {
     char szText[24];
     std::snprintf(szText, sizeof szText, "0x%lX", nValue);
     return szText;
+}
+
+namespace {
+
+// How many octets the UTF-8 character at p has; 0 when there is none.
+std::size_t CharacterAt(const unsigned char* p, std::size_t nRest) {
+    const unsigned nLead = *p;
+    const std::size_t nSize = nLead < 0x80                    ? 1
+                              : nLead >= 0xC2 && nLead < 0xE0 ? 2
+                              : nLead >= 0xE0 && nLead < 0xF0 ? 3
+                              : nLead >= 0xF0 && nLead < 0xF5 ? 4
+                                                              : 0;
+    if (nSize > nRest)
+        return 0;
+    for (std::size_t i = 1; i < nSize; ++i)
+        if ((p[i] & 0xC0) != 0x80)
+            return 0;
+    // Neither longer than needed, nor half of a pair, nor beyond the last character.
+    const bool bBad = (nLead == 0xE0 && p[1] < 0xA0) || (nLead == 0xED && p[1] > 0x9F) ||
+                      (nLead == 0xF0 && p[1] < 0x90) || (nLead == 0xF4 && p[1] > 0x8F);
+    return nSize > 1 && bBad ? 0 : nSize;
+}
+
+std::string ValidUtf8(const std::string& strText) {
+    std::string strValid;
+    strValid.reserve(strText.size());
+    const auto* const pText = reinterpret_cast<const unsigned char*>(strText.data());
+    for (std::size_t i = 0; i < strText.size();) {
+        const std::size_t nSize = CharacterAt(pText + i, strText.size() - i);
+        if (nSize == 0)
+            strValid += "\xEF\xBF\xBD";
+        else
+            strValid.append(strText, i, nSize);
+        i += nSize == 0 ? 1 : nSize;
+    }
+    return strValid;
+}
+
+}  // namespace
+
+std::string JsonLine(const Json::Value& record) {
+    static const Json::StreamWriterBuilder builder = [] {
+        Json::StreamWriterBuilder compact;
+        compact["indentation"] = "";
+        compact["emitUTF8"] = true;
+        return compact;
+    }();
+    return ValidUtf8(Json::writeString(builder, record));
 }
 
 std::string OnOneLine(const std::string& strText) {

@@ -47,6 +47,9 @@ std::string Counted(std::size_t nCount, const std::string& strThing,
 // neither look like another line nor steer the terminal.
 std::string OnOneLine(const std::string& strText);
 
+// The JSON text of a record on one line, always valid UTF-8: octets that are none become U+FFFD.
+std::string JsonLine(const Json::Value& record);
+
 // "0x4101F012", in capitals and without leading zeros.
 std::string Hex(unsigned long nValue);
 

@@ -33,16 +33,38 @@ void WaitForThreads() {
         std::cerr << "tovelkarin: threads are still busy; the log tells which" << std::endl;
 }
 
+void FlushOperLog() {
+    const std::size_t nKept = zemb::FlushOperLog();
+    if (nKept != 0)
+        throw CommandError(SYSTEM_FAILED, Counted(nKept, "entry", "entries") +
+                                              " of the operation log could not be written to " +
+                                              zemb::OperLogFile());
+}
+
 }  // namespace
 
 Session::Session(bool bJson) : out(bJson) {}
 
 Session::~Session() {
-    try {
-        Stop();
-    } catch (const std::exception& error) {
-        std::cerr << "tovelkarin: " << error.what() << std::endl;
-    }
+    End();
+}
+
+int Session::End() {
+    int nStatus = DONE;
+    const auto Try = [&](auto fn) {
+        try {
+            fn();
+        } catch (const std::exception& error) {
+            std::cerr << "tovelkarin: " << error.what() << std::endl;
+            nStatus = SYSTEM_FAILED;
+        }
+    };
+    if (m_bEnded)
+        return nStatus;
+    m_bEnded = true;
+    Try([this] { Stop(); });
+    Try(FlushOperLog);
+    return nStatus;
 }
 
 void Session::Start(bool bAgain) {
@@ -83,11 +105,6 @@ void Session::Stop() {
     if (!ModuleMgr::Instance()->StopModules(strError))
         throw CommandError(SYSTEM_FAILED, strError);
     WaitForThreads();
-    const std::size_t nKept = zemb::FlushOperLog();
-    if (nKept != 0)
-        throw CommandError(SYSTEM_FAILED, Counted(nKept, "entry", "entries") +
-                                              " of the operation log could not be written to " +
-                                              zemb::OperLogFile());
 }
 
 bool Session::LoadTable(const std::string& strFile) {

@@ -28,8 +28,10 @@ public:
     // one; nothing when it runs. Commands call it before they run and do not start again what was
     // stopped; bAgain does.
     void Start(bool bAgain = false);
-    // Gives everything back and stops the module.
+    // Gives everything back, stops the module, waits for threads and for the operation log.
     void Stop();
+    // Stop, if it was started; what fails is told. Returns the exit status.
+    int End();
 
     // Loads a table file into the library and the book; throws CommandError when it cannot be
     // opened. False when some of its lines are bad.
@@ -59,6 +61,7 @@ private:
     std::unique_ptr<zemb::ScopedDebugSink> m_pEcho;
     bool m_bStarted = false;
     bool m_bStopped = false;
+    bool m_bEnded = false;
     bool m_bTableLoaded = false;
     std::string m_strTimeoutFile;
     bool m_bQuit = false;

@@ -5,8 +5,8 @@
 
 namespace NSTN_util {
 
-// At most nMost bytes of a text, cut at the last place where a word or a bracket, "-", ":" or ","
-// is whole; nothing when there is no such place. A text that is not longer stays.
+// At most nMost bytes of a text, cut before the last letter, digit, blank or one of ":,[]()-" that
+// is not behind that place; nothing when there is none. A text that is not longer stays.
 std::string_view SafeCut(std::string_view strText, std::size_t nMost);
 
 // How many bytes of a long description go into one entry.

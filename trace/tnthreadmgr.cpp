@@ -59,6 +59,8 @@ struct TNThreadMgr::Registry {
         ACE_Guard<ACE_Recursive_Thread_Mutex> m_guard;
     };
 
+    void Remove(ThreadMap::iterator it) { nodeSpare = mapThread.extract(it); }
+
     void Add(ThreadMap::iterator itPlace, unsigned long nThreadId, const std::string& strLable) {
         if (nodeSpare.empty()) {
             mapThread.emplace_hint(itPlace, nThreadId, TNThreadInfo{strLable, 1, GetCurUtcTime()});
@@ -107,9 +109,13 @@ void TNThreadMgr::UnRegist_Thread() {
             return Report("UnRegist_Thread not found threadid = %u !", Shown(nThreadId));
         if (--it->second.m_nUseCount > 0)
             return;
-        if (GetCurUtcTime() - it->second.m_nStartTime > USE_TIME_MAX)
-            PrintLable("UnRegist_Thread use time too many!", nThreadId, it->second);
-        m_pRegistry->nodeSpare = m_pRegistry->mapThread.extract(it);
+        if (GetCurUtcTime() - it->second.m_nStartTime <= USE_TIME_MAX)
+            return m_pRegistry->Remove(it);
+        PrintLable("UnRegist_Thread use time too many!", nThreadId, it->second);
+        // The channel that took the line may have registered this thread, or taken it out.
+        const auto itStill = m_pRegistry->mapThread.find(nThreadId);
+        if (itStill != m_pRegistry->mapThread.end() && itStill->second.m_nUseCount <= 0)
+            m_pRegistry->Remove(itStill);
     });
 }
 
@@ -141,7 +147,7 @@ std::map<unsigned long, TNThreadInfo> TNThreadMgr::GetAllInfo() {
 bool TNThreadMgr::WaitingThreadExit(int nSeconds) {
     const int nNaps = nSeconds < 0 ? NAPS_FOR_NEGATIVE : nSeconds;
     PrintAllInfo("WaitingThreadExit First!");
-    for (int i = 1; i <= nNaps; ++i) {
+    for (long i = 1; i <= nNaps; ++i) {
         Nap();
         if (CheckNotExistThread())
             return true;

@@ -10,7 +10,8 @@ struct TECmdMsg;
 
 // The operation log: who did what from where, on which object, with which result. Entries go to the
 // platform's log (zemb/operlog.h), which tells whether they are on the disk; the functions here do
-// not. Any thread; an object belongs to one thread at a time. Nothing is thrown.
+// not. Any thread; an object belongs to one thread at a time. Nothing is thrown but what a string
+// throws without memory.
 namespace NSTN_util {
 
 constexpr int OPLOG_ILLEGAL = -2;        // command 0, or an operation type that there is not
@@ -63,7 +64,8 @@ struct TN_API SOperateLogforPortObj {
 };
 
 // Writes an entry with the object (at most 255 bytes) and the description (at most 1,023), each cut
-// behind whole words and characters; result kind 0 for result 0, 1 for 0x15001 and 0x42008121, else
+// before a letter or digit, a blank, or one of ":,[]()-", so that characters stay whole; result
+// kind 0 for result 0, 1 for 0x15001 and 0x42008121, else
 // 2. ucLevel and uiExtra are the entry's level and category. 0, whatever the log answers;
 // OPLOG_ILLEGAL for command 0 (line: "\n Operation opLog Input Parameter Illigal:nCmd=0!!!\n"). An
 // operation with user and address 0 is not written (line: "Write opLog, the usrid :%d, ipaddr:%d").

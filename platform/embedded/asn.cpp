@@ -2,6 +2,8 @@
 
 #include "zemb/debug.h"
 
+#include <algorithm>
+
 AsnType::~AsnType() = default;
 
 namespace {
@@ -89,7 +91,7 @@ std::string toString(const AsnType& value) {
 void AsnTrace(const AsnType& value, TEDebugInterface& debug) {
     const std::string strText = toString(value);
     for (std::size_t nStart = 0; nStart < strText.size();) {
-        const std::size_t nEnd = strText.find('\n', nStart);
+        const std::size_t nEnd = std::min(strText.find('\n', nStart), strText.size());
         debug.Trace(TRACE_LEVEL, strText.substr(nStart, nEnd - nStart).c_str());
         nStart = nEnd + 1;
     }

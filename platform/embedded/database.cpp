@@ -1,5 +1,7 @@
 #include "embedded/database.h"
 
+#include <thread>
+
 namespace zemb {
 
 namespace {
@@ -11,14 +13,22 @@ namespace {
 
 }  // namespace
 
-Database::Database(const std::string& strFile, int nFlags, int nBusyMilliseconds) {
+Database::Database(const std::string& strFile, int nFlags, Deadline deadline)
+    : m_deadline(deadline) {
     const int nCode = sqlite3_open_v2(strFile.c_str(), &m_pHandle, nFlags, nullptr);
     if (nCode != SQLITE_OK) {
         const DatabaseError error(nCode, strFile + ": " + sqlite3_errmsg(m_pHandle));
         sqlite3_close(m_pHandle);
         throw error;
     }
-    SetBusyTimeout(nBusyMilliseconds);
+    sqlite3_busy_handler(m_pHandle, Wait, this);
+}
+
+int Database::Wait(void* pThis, int nCalls) {
+    if (std::chrono::steady_clock::now() >= static_cast<Database*>(pThis)->m_deadline)
+        return 0;
+    std::this_thread::sleep_for(std::chrono::milliseconds(nCalls < 10 ? 1 : 10));
+    return 1;
 }
 
 Database::~Database() {
@@ -34,6 +44,25 @@ void Database::Run(const char* szSql) {
 std::int64_t Database::Number(const char* szSql) {
     Statement statement(*this, szSql);
     return statement.Step() ? statement.Number(0) : 0;
+}
+
+std::string Database::Text(const char* szSql) {
+    Statement statement(*this, szSql);
+    return statement.Step() ? statement.Text(0) : "";
+}
+
+void Database::UseWal() {
+    for (int nCalls = 0;; ++nCalls) {
+        try {
+            if (Text("PRAGMA journal_mode = WAL") != "wal")
+                throw DatabaseError(SQLITE_CANTOPEN, "the database takes no write-ahead log");
+            return;
+        } catch (const DatabaseError& error) {
+            // The switch itself does not wait for others that make it at the same time.
+            if (error.nCode != SQLITE_BUSY || Wait(this, nCalls) == 0)
+                throw;
+        }
+    }
 }
 
 Statement::Statement(const Database& database, const std::string& strSql)

@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <chrono>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -20,20 +21,29 @@ public:
 // A connection; not for two threads at a time. Failures are thrown as DatabaseError.
 class Database {
 public:
-    // nFlags as of sqlite3_open_v2.
-    Database(const std::string& strFile, int nFlags, int nBusyMilliseconds);
+    using Deadline = std::chrono::steady_clock::time_point;
+
+    // nFlags as of sqlite3_open_v2. Up to the deadline it waits for what others have locked.
+    Database(const std::string& strFile, int nFlags, Deadline deadline);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
     void Run(const char* szSql);
-    std::int64_t Number(const char* szSql);  // of the first column of the first row
+    // Of the first column of the first row.
+    std::int64_t Number(const char* szSql);
+    std::string Text(const char* szSql);
+    // Switches the journal; throws when the database stays with another one.
+    void UseWal();
     int Changes() const { return sqlite3_changes(m_pHandle); }
-    void SetBusyTimeout(int nMilliseconds) { sqlite3_busy_timeout(m_pHandle, nMilliseconds); }
+    void SetDeadline(Deadline deadline) { m_deadline = deadline; }
     sqlite3* Handle() const { return m_pHandle; }
 
 private:
+    static int Wait(void* pThis, int nCalls);
+
     sqlite3* m_pHandle = nullptr;
+    Deadline m_deadline;
 };
 
 // A prepared statement.

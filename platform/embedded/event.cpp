@@ -29,10 +29,11 @@ int CallHandler(TEEventHandler& handler, int nEvent, void* pData) {
 class EventMgr final : public TEEventMgr {
 public:
     int RegisterHandler(TEEventHandler* pHandler, int nEvent, int /*nFlag*/) override {
+        if (pHandler == nullptr)
+            return -1;
         std::lock_guard<std::mutex> guard(m_lock);
         std::vector<TEEventHandler*>& vecHandler = m_mapHandler[nEvent];
-        if (pHandler == nullptr ||
-            std::find(vecHandler.begin(), vecHandler.end(), pHandler) != vecHandler.end())
+        if (std::find(vecHandler.begin(), vecHandler.end(), pHandler) != vecHandler.end())
             return -1;
         vecHandler.push_back(pHandler);
         return 0;

@@ -5,6 +5,9 @@
 #include "zemb/debug.h"
 #include "zemb/operlog_store.h"
 
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,12 +16,16 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <deque>
 #include <filesystem>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string_view>
+#include <system_error>
+#include <thread>
 #include <utility>
 
 namespace zemb {
@@ -26,7 +33,8 @@ namespace zemb {
 namespace {
 
 constexpr int SCHEMA_VERSION = 1;
-constexpr int BUSY_MILLISECONDS = 2000;
+constexpr int DEFAULT_WAIT = 2000;  // milliseconds
+constexpr int PRUNED_AT_ONCE = 5000;
 constexpr auto RETRY_PAUSE = std::chrono::seconds(1);
 constexpr std::size_t DEFAULT_ROOM = 10000;
 constexpr int TRACE_LEVEL = 3;
@@ -71,49 +79,109 @@ void Tell(const std::string& strText) {
 }
 
 std::atomic<bool> g_bFullSync{true};
+std::atomic<int> g_nWait{DEFAULT_WAIT};
+
+std::chrono::steady_clock::time_point LongestWait() {
+    return std::chrono::steady_clock::now() + std::chrono::milliseconds(g_nWait.load());
+}
 
 bool IsDamaged(const DatabaseError& error) {
     return error.nCode == SQLITE_CORRUPT || error.nCode == SQLITE_NOTADB;
 }
 
-// Moves a damaged database out of the way, with its companions; never over another file.
-void MoveAside(const std::string& strFile) {
+using Identity = std::pair<dev_t, ino_t>;
+
+// Which file a path leads to; {} for none.
+Identity IdentityOf(const std::string& strFile) {
+    struct stat status {};
+    return stat(strFile.c_str(), &status) == 0 ? Identity(status.st_dev, status.st_ino)
+                                               : Identity();
+}
+
+// Makes a folder and those above it so that they outlast a power cut.
+void MakeFolder(const std::filesystem::path& folder) {
+    if (folder.empty() || std::filesystem::is_directory(folder))
+        return;
+    MakeFolder(folder.parent_path());
+    std::filesystem::create_directory(folder);
+    const int nParent = open(folder.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (nParent != -1) {
+        fsync(nParent);
+        close(nParent);
+    }
+}
+
+// Holds other processes off while a damaged database is exchanged.
+class ExchangeLock {
+public:
+    explicit ExchangeLock(const std::string& strFile)
+        : m_nFile(open(strFile.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0640)) {
+        if (m_nFile != -1)
+            flock(m_nFile, LOCK_EX);
+    }
+    ~ExchangeLock() {
+        if (m_nFile != -1)
+            close(m_nFile);
+    }
+    ExchangeLock(const ExchangeLock&) = delete;
+    ExchangeLock& operator=(const ExchangeLock&) = delete;
+
+private:
+    const int m_nFile;
+};
+
+// Moves a damaged database out of the way, never over another file: its companions first, since
+// what is in them would be deleted beside a database that it does not belong to. Returns its new
+// name; "" when somebody else has exchanged it already.
+std::string MoveAside(const std::string& strFile, const Identity& identity) {
+    const ExchangeLock lock(strFile + ".exchange");
+    if (IdentityOf(strFile) != identity)
+        return "";
     std::string strStamp = FormatTime(NowMicroseconds()).substr(0, 19);
     std::replace(strStamp.begin(), strStamp.end(), ' ', 'T');
-    std::string strAside = strFile + ".damaged-" + strStamp;
-    for (int n = 2; std::filesystem::exists(strAside); ++n)
-        strAside = strFile + ".damaged-" + strStamp + "-" + std::to_string(n);
-    std::filesystem::rename(strFile, strAside);
-    for (const char* const szCompanion : {"-wal", "-shm"}) {
-        std::error_code ignored;  // it need not be there
-        std::filesystem::rename(strFile + szCompanion, strAside + szCompanion, ignored);
-    }
-    Tell(strFile + " is damaged; it is kept as " + strAside + ", and a new one begun");
+    std::string strAside;
+    int n = 0;
+    do
+        strAside = strFile + ".damaged-" + strStamp + "-" + std::to_string(++n);
+    while (std::filesystem::exists(strAside) || std::filesystem::exists(strAside + "-wal"));
+    for (const char* const szPart : {"-wal", "-shm", ""})
+        if (renameat2(AT_FDCWD, (strFile + szPart).c_str(), AT_FDCWD, (strAside + szPart).c_str(),
+                      RENAME_NOREPLACE) != 0 &&
+            (errno != ENOENT || *szPart == '\0'))
+            throw std::system_error(errno, std::generic_category(), strAside);
+    return strAside;
+}
+
+// Throws for a database that is not an operation log of this version, or one yet to be made.
+void CheckVersion(Database& database, const std::string& strFile, std::int64_t nVersion) {
+    if (nVersion > SCHEMA_VERSION)
+        throw DatabaseError(SQLITE_MISMATCH,
+                            strFile + " is of the newer version " + std::to_string(nVersion));
+    const bool bOurs = nVersion == SCHEMA_VERSION;
+    const std::int64_t nTables = database.Number(
+        bOurs ? "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = 'operlog'"
+              : "SELECT 1 - count(*) FROM sqlite_master");
+    if (nTables != 1)
+        throw DatabaseError(SQLITE_MISMATCH, strFile + " is another database, no operation log");
 }
 
 // The open database of the writers.
 class LogDatabase {
 public:
-    explicit LogDatabase(const std::string& strFile)
+    LogDatabase(const std::string& strFile, Database::Deadline deadline)
         : m_strFile(strFile),
           m_database(strFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
-                     BUSY_MILLISECONDS) {
+                     deadline) {
         Prepare();
         m_pInsert = std::make_unique<Statement>(m_database, INSERT);
-        struct stat status {};
-        if (stat(strFile.c_str(), &status) == 0)
-            m_identity = {status.st_dev, status.st_ino};
+        m_identity = IdentityOf(strFile);
     }
 
     // Whether the file is still the one that was opened.
-    bool IsInPlace() const {
-        struct stat status {};
-        return stat(m_strFile.c_str(), &status) == 0 &&
-               m_identity == std::make_pair(status.st_dev, status.st_ino);
-    }
+    bool IsInPlace() const { return IdentityOf(m_strFile) == m_identity; }
     bool HasSync(bool bFull) const { return bFull == m_bFullSync; }
 
-    void SetBusyTimeout(int nMilliseconds) { m_database.SetBusyTimeout(nMilliseconds); }
+    void SetDeadline(Database::Deadline deadline) { m_database.SetDeadline(deadline); }
 
     // Puts all entries on the disk, or none.
     void Insert(const std::vector<const Entry*>& vecEntry) {
@@ -134,10 +202,8 @@ public:
 private:
     void Prepare() {
         const std::int64_t nVersion = m_database.Number("PRAGMA user_version");
-        if (nVersion > SCHEMA_VERSION)
-            throw DatabaseError(SQLITE_MISMATCH,
-                                m_strFile + " is of the newer version " + std::to_string(nVersion));
-        m_database.Number("PRAGMA journal_mode = WAL");
+        CheckVersion(m_database, m_strFile, nVersion);
+        m_database.UseWal();
         m_bFullSync = g_bFullSync;
         m_database.Run(m_bFullSync ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
         if (nVersion == SCHEMA_VERSION)
@@ -170,37 +236,47 @@ private:
     const std::string m_strFile;
     Database m_database;
     std::unique_ptr<Statement> m_pInsert;
-    std::pair<dev_t, ino_t> m_identity{};
+    Identity m_identity;
     bool m_bFullSync = true;
 };
 
+std::atomic<std::size_t> g_nRoom{DEFAULT_ROOM};
+
 // Writers queue their entries; one of them writes what has gathered in one transaction while the
-// others wait for it.
+// others wait for it. Lines are told when no lock is held and nobody waits for who tells them.
 class Store {
 public:
     int Write(const ZembLogInfo& info) {
         Waiter own{{info, NowMicroseconds()}, WAITING};
-        std::unique_lock<std::mutex> guard(m_lock);
-        m_vecWaiter.push_back(&own);
-        while (own.nResult == WAITING) {
-            if (m_bWriting)
-                m_changed.wait(guard);
-            else
-                WriteGathered(guard);
+        std::vector<std::string> vecLine;
+        {
+            std::unique_lock<std::mutex> guard(m_lock);
+            m_vecWaiter.push_back(&own);
+            while (own.nResult == WAITING) {
+                if (m_bWriting)
+                    m_changed.wait(guard);
+                else
+                    WriteGathered(guard, vecLine);
+            }
         }
+        TellAll(vecLine);
         return own.nResult;
     }
 
     std::size_t Flush() {
-        std::unique_lock<std::mutex> guard(m_lock);
-        m_changed.wait(guard, [this] { return !m_bWriting; });
-        m_tRetry = {};
-        if (!m_dequeSpool.empty())
-            WriteGathered(guard);
-        return m_dequeSpool.size();
+        std::vector<std::string> vecLine;
+        std::size_t nKept = 0;
+        {
+            std::unique_lock<std::mutex> guard(m_lock);
+            m_changed.wait(guard, [this] { return !m_bWriting; });
+            m_tRetry = {};
+            if (!m_dequeSpool.empty())
+                WriteGathered(guard, vecLine);
+            nKept = m_dequeSpool.size();
+        }
+        TellAll(vecLine);
+        return nKept;
     }
-
-    void SetRoom(std::size_t nEntries) { m_nRoom = nEntries; }
 
 private:
     static constexpr int WAITING = -2;
@@ -208,123 +284,179 @@ private:
         Entry entry;
         int nResult;
     };
+    using Waiters = std::vector<Waiter*>;
+    using Clock = std::chrono::steady_clock;
+
+    static void TellAll(const std::vector<std::string>& vecLine) {
+        for (const std::string& strLine : vecLine)
+            Tell(strLine);
+    }
+
+    // A line is not worth an entry: without memory for it there is none.
+    template <class... Parts>
+    static void AddLine(std::vector<std::string>& vecLine, const Parts&... parts) noexcept {
+        try {
+            std::string strLine;
+            (strLine.append(parts), ...);
+            vecLine.push_back(std::move(strLine));
+        } catch (const std::bad_alloc&) {
+        }
+    }
 
     // Called, and left, with the lock held; lets go of it while it writes.
-    void WriteGathered(std::unique_lock<std::mutex>& guard) {
-        std::vector<Waiter*> vecWaiter;
+    void WriteGathered(std::unique_lock<std::mutex>& guard, std::vector<std::string>& vecLine) {
+        Waiters vecWaiter;
         vecWaiter.swap(m_vecWaiter);
         m_bWriting = true;
         guard.unlock();
-        std::vector<const Entry*> vecEntry;
-        std::string strError;
+        const bool bWritten = TryToWrite(vecWaiter, vecLine);
+        const std::size_t nKept = bWritten ? 0 : Keep(vecWaiter, vecLine);
+        guard.lock();
+        for (std::size_t i = 0; i < vecWaiter.size(); ++i)
+            vecWaiter[i]->nResult = bWritten    ? FrameUtil::OPERLOG_WRITTEN
+                                    : i < nKept ? FrameUtil::OPERLOG_KEPT
+                                                : FrameUtil::OPERLOG_LOST;
+        m_bWriting = false;
+        m_changed.notify_all();
+    }
+
+    // Puts what is kept, and then what waits, on the disk.
+    bool TryToWrite(const Waiters& vecWaiter, std::vector<std::string>& vecLine) noexcept {
+        if (m_bFailing && Clock::now() < m_tRetry)
+            return false;
         try {
+            std::vector<const Entry*> vecEntry;
             vecEntry.reserve(m_dequeSpool.size() + vecWaiter.size());
             for (const Entry& entry : m_dequeSpool)
                 vecEntry.push_back(&entry);
             for (const Waiter* const pWaiter : vecWaiter)
                 vecEntry.push_back(&pWaiter->entry);
-            strError = TryToWrite(vecEntry);
+            WriteOrExchange(vecEntry, vecLine);
         } catch (const std::exception& error) {
-            strError = error.what();
+            m_pDatabase.reset();
+            if (!m_bFailing)
+                AddLine(vecLine, "cannot be written (", error.what(),
+                        "); entries are kept in memory");
+            m_bFailing = true;
+            m_tRetry = Clock::now() + RETRY_PAUSE;
+            return false;
         }
-        std::size_t nKept = 0;
-        if (strError.empty())
-            TellOfReturn();
-        else
-            nKept = Keep(vecWaiter, strError);
-        guard.lock();
-        for (std::size_t i = 0; i < vecWaiter.size(); ++i)
-            vecWaiter[i]->nResult = strError.empty() ? FrameUtil::OPERLOG_WRITTEN
-                                    : i < nKept      ? FrameUtil::OPERLOG_KEPT
-                                                     : FrameUtil::OPERLOG_LOST;
-        m_bWriting = false;
-        m_changed.notify_all();
+        const std::size_t nKept = m_dequeSpool.size();
+        const std::size_t nLost = m_nLost;
+        const bool bFailed = m_bFailing;
+        m_dequeSpool.clear();
+        m_nLost = 0;
+        m_bFailing = false;
+        if (bFailed)
+            AddLine(vecLine, "can be written again; ", std::to_string(nKept),
+                    " entries were kept, ", std::to_string(nLost), " lost");
+        return true;
     }
 
-    // "" when the entries are on the disk, else why not.
-    std::string TryToWrite(const std::vector<const Entry*>& vecEntry) {
-        const auto tNow = std::chrono::steady_clock::now();
-        if (m_bFailing && tNow < m_tRetry)
-            return "not tried again yet";
+    // Once it has failed nobody waits for others any longer.
+    void WriteOrExchange(const std::vector<const Entry*>& vecEntry,
+                         std::vector<std::string>& vecLine) {
+        const Clock::time_point deadline = m_bFailing ? Clock::now() : LongestWait();
         for (int nTry = 1;; ++nTry) {
+            Identity identity;
             try {
-                OpenIfNeeded();
-                // Once it has failed nobody waits for it any longer.
-                m_pDatabase->SetBusyTimeout(m_bFailing ? 0 : BUSY_MILLISECONDS);
-                m_pDatabase->Insert(vecEntry);
-                return "";
+                OpenIfNeeded(deadline, identity);
+                m_pDatabase->SetDeadline(deadline);
+                return m_pDatabase->Insert(vecEntry);
             } catch (const DatabaseError& error) {
+                if (!IsDamaged(error) || nTry == 2)
+                    throw;
                 m_pDatabase.reset();
-                if (IsDamaged(error) && nTry == 1)
-                    MoveAside(m_strFile);
-                else
-                    return error.what();
+                const std::string strAside = MoveAside(m_strFile, identity);
+                if (!strAside.empty())
+                    AddLine(vecLine, m_strFile, " is damaged; it is kept as ", strAside,
+                            ", and a new one begun");
             }
         }
     }
 
-    void OpenIfNeeded() {
+    void OpenIfNeeded(Clock::time_point deadline, Identity& identity) {
         const std::string strFile = OperLogFile();
         if (strFile.empty())
             throw DatabaseError(SQLITE_CANTOPEN, "there is no state folder");
+        identity = IdentityOf(strFile);
         if (m_pDatabase != nullptr && strFile == m_strFile && m_pDatabase->IsInPlace() &&
             m_pDatabase->HasSync(g_bFullSync))
             return;
         m_pDatabase.reset();
         m_strFile = strFile;
-        std::filesystem::create_directories(std::filesystem::path(strFile).parent_path());
-        m_pDatabase = std::make_unique<LogDatabase>(strFile);
+        MakeFolder(std::filesystem::path(strFile).parent_path());
+        m_pDatabase = std::make_unique<LogDatabase>(strFile, deadline);
     }
 
     // Returns for how many entries, the first ones, there was room.
-    std::size_t Keep(const std::vector<Waiter*>& vecWaiter, const std::string& strError) {
-        m_pDatabase.reset();
-        if (!m_bFailing)
-            Tell("cannot be written (" + strError + "); entries are kept in memory");
-        if (!m_bFailing || std::chrono::steady_clock::now() >= m_tRetry)
-            m_tRetry = std::chrono::steady_clock::now() + RETRY_PAUSE;
-        m_bFailing = true;
+    std::size_t Keep(const Waiters& vecWaiter, std::vector<std::string>& vecLine) noexcept {
         std::size_t nKept = 0;
         try {
-            for (; nKept < vecWaiter.size() && m_dequeSpool.size() < m_nRoom; ++nKept)
+            for (; nKept < vecWaiter.size() && m_dequeSpool.size() < g_nRoom; ++nKept)
                 m_dequeSpool.push_back(vecWaiter[nKept]->entry);
         } catch (const std::bad_alloc&) {
             // There is less room than was meant.
         }
         if (nKept < vecWaiter.size() && m_nLost == 0)
-            Tell("there is no room for more than " + std::to_string(m_dequeSpool.size()) +
-                 " entries in memory; further ones are lost");
+            AddLine(vecLine, "there is no room for more than ", std::to_string(m_dequeSpool.size()),
+                    " entries in memory; further ones are lost");
         m_nLost += vecWaiter.size() - nKept;
         return nKept;
     }
 
-    void TellOfReturn() {
-        if (m_bFailing)
-            Tell("can be written again; " + std::to_string(m_dequeSpool.size()) +
-                 " entries were kept, " + std::to_string(m_nLost) + " lost");
-        m_bFailing = false;
-        m_dequeSpool.clear();
-        m_nLost = 0;
-    }
-
     std::mutex m_lock;
     std::condition_variable m_changed;
-    std::vector<Waiter*> m_vecWaiter;
+    Waiters m_vecWaiter;
     bool m_bWriting = false;
-    std::atomic<std::size_t> m_nRoom{DEFAULT_ROOM};
 
     // Of the one that writes.
     std::string m_strFile;
     std::unique_ptr<LogDatabase> m_pDatabase;
     std::deque<Entry> m_dequeSpool;
     bool m_bFailing = false;
-    std::chrono::steady_clock::time_point m_tRetry;
+    Clock::time_point m_tRetry;
     std::size_t m_nLost = 0;
 };
 
+std::atomic<Store*> g_pStore{nullptr};
+
+// A child process begins with a store of its own: the locks, the connection and what is kept in
+// memory are its parent's.
 Store& TheStore() {
-    static Store& store = *new Store;
-    return store;
+    if (Store* const pStore = g_pStore.load(std::memory_order_acquire))
+        return *pStore;
+    static const int s_nAtFork = pthread_atfork(nullptr, nullptr, [] { g_pStore = nullptr; });
+    (void)s_nAtFork;
+    Store* pExpected = nullptr;
+    Store* const pNew = new Store;
+    if (g_pStore.compare_exchange_strong(pExpected, pNew))
+        return *pNew;
+    delete pNew;
+    return *pExpected;
+}
+
+// A whole time, or the beginning of one up to a whole field; throws for any other text.
+std::string TimeOf(std::string strTime) {
+    static constexpr std::string_view FORM = "0000-00-00 00:00:00.000Z";
+    static constexpr std::string_view HIGHEST = "9999-12-31 23:59:60.999Z";
+    if (strTime.size() > 10 && strTime[10] == 'T')
+        strTime[10] = ' ';
+    bool bGood = strTime.size() >= 4 && strTime.size() <= FORM.size();
+    for (std::size_t i = 0; bGood && i < strTime.size(); ++i) {
+        const bool bDigit = FORM[i] == '0';
+        bGood = bDigit ? strTime[i] >= '0' && strTime[i] <= '9' : strTime[i] == FORM[i];
+        // At the end of a field: it is not over the highest, and the text does not end inside one.
+        const bool bFieldEnds = i + 1 == FORM.size() || FORM[i + 1] != '0' || !bDigit;
+        if (bDigit && bFieldEnds)
+            bGood = bGood && (i < 4 || strTime.compare(i - 1, 2, HIGHEST.substr(i - 1, 2)) <= 0);
+        if (bDigit && !bFieldEnds && i + 1 == strTime.size())
+            bGood = false;
+    }
+    if (!bGood)
+        throw std::invalid_argument(
+            "'" + strTime + "' is no time; expected such as 2026-03-01 or " + "2026-03-01 08:30");
+    return strTime;
 }
 
 // The conditions of a filter, with their values in the order of the parameters.
@@ -336,8 +468,8 @@ public:
         Number("command = ?", filter.nCmd.has_value(),
                static_cast<std::int64_t>(filter.nCmd.value_or(0)));
         Number("result_kind = ?", filter.nResultKind.has_value(), filter.nResultKind.value_or(0));
-        Text("time >= ?", filter.strFrom);
-        Text("time < ?", filter.strTo);
+        Text("time >= ?", filter.strFrom.empty() ? "" : TimeOf(filter.strFrom));
+        Text("time < ?", filter.strTo.empty() ? "" : TimeOf(filter.strTo));
         Text("object LIKE ? ESCAPE '\\'", filter.strObjectLike);
         Text("description LIKE ? ESCAPE '\\'", filter.strDescLike);
     }
@@ -357,7 +489,7 @@ private:
     struct Value {
         bool bText;
         std::int64_t nNumber;
-        std::string_view strText;  // of the filter
+        std::string strText;
     };
 
     void Add(const char* szCondition, const Value& value) {
@@ -396,16 +528,16 @@ OperLogRow RowOf(const Statement& statement) {
 }
 
 // A connection of a reader; null when there is no log yet.
-std::unique_ptr<Database> OpenToRead(int nFlags = SQLITE_OPEN_READWRITE) {
+std::unique_ptr<Database> OpenToRead() {
     const std::string strFile = OperLogFile();
-    if (strFile.empty() || !std::filesystem::exists(strFile))
+    if (strFile.empty())
+        throw DatabaseError(SQLITE_CANTOPEN, "there is no state folder");
+    if (!std::filesystem::exists(strFile))
         return nullptr;
-    auto pDatabase =
-        std::make_unique<Database>(strFile, nFlags | SQLITE_OPEN_NOMUTEX, BUSY_MILLISECONDS);
+    auto pDatabase = std::make_unique<Database>(
+        strFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, LongestWait());
     const std::int64_t nVersion = pDatabase->Number("PRAGMA user_version");
-    if (nVersion > SCHEMA_VERSION)
-        throw DatabaseError(SQLITE_MISMATCH,
-                            strFile + " is of the newer version " + std::to_string(nVersion));
+    CheckVersion(*pDatabase, strFile, nVersion);
     if (nVersion == 0)
         return nullptr;
     pDatabase->Run("PRAGMA case_sensitive_like = ON");
@@ -436,7 +568,20 @@ ssize_t FailWrite(int /*nFile*/, const void* /*pData*/, size_t /*nSize*/, off_t 
     return -1;
 }
 
-// Puts pCall in the place of a call of the operating system, or the call itself back.
+ssize_t FailPlainWrite(int /*nFile*/, const void* /*pData*/, size_t /*nSize*/) {
+    errno = g_nFault;
+    return -1;
+}
+
+// What takes the place of a call of the operating system.
+sqlite3_syscall_ptr FaultOf(std::string_view strCall) {
+    if (strCall == "open")
+        return reinterpret_cast<sqlite3_syscall_ptr>(FailOpen);
+    return strCall == "write" ? reinterpret_cast<sqlite3_syscall_ptr>(FailPlainWrite)
+                              : reinterpret_cast<sqlite3_syscall_ptr>(FailWrite);
+}
+
+// Puts pCall in the place of a call, or the call itself back; not every build has every call.
 void SetSystemCall(const char* szCall, sqlite3_syscall_ptr pCall) {
     sqlite3_vfs* const pVfs = sqlite3_vfs_find(nullptr);
     pVfs->xSetSystemCall(pVfs, szCall, pCall);
@@ -449,13 +594,18 @@ std::string OperLogFile() {
     return strState.empty() ? "" : strState + "/operlog.db";
 }
 
+bool IsOperLogTime(const std::string& strTime) {
+    std::string strError;
+    return Try(strError, [&] { TimeOf(strTime); });
+}
+
 bool ReadOperLog(const OperLogFilter& filter, const std::function<bool(const OperLogRow&)>& take,
                  std::string& strError) {
     return Try(strError, [&] {
+        const Where where(filter);
         const std::unique_ptr<Database> pDatabase = OpenToRead();
         if (pDatabase == nullptr)
             return;
-        const Where where(filter);
         std::string strSql =
             std::string("SELECT ") + COLUMNS + " FROM operlog" + where.Sql() + " ORDER BY id";
         if (filter.nLast != 0)
@@ -471,13 +621,23 @@ bool ReadOperLog(const OperLogFilter& filter, const std::function<bool(const Ope
 bool PruneOperLog(const std::string& strBefore, long long& nDeleted, std::string& strError) {
     nDeleted = 0;
     return Try(strError, [&] {
+        const std::string strTime = TimeOf(strBefore);
         const std::unique_ptr<Database> pDatabase = OpenToRead();
         if (pDatabase == nullptr)
             return;
-        Statement statement(*pDatabase, "DELETE FROM operlog WHERE time < ?1");
-        statement.Bind(1, strBefore);
-        statement.Step();
-        nDeleted = pDatabase->Changes();
+        // Not all at once: writers come in between.
+        Statement statement(*pDatabase,
+                            "DELETE FROM operlog WHERE id IN (SELECT id FROM operlog WHERE time < "
+                            "?1 LIMIT " +
+                                std::to_string(PRUNED_AT_ONCE) + ")");
+        for (int nChanges = PRUNED_AT_ONCE; nChanges == PRUNED_AT_ONCE; nDeleted += nChanges) {
+            pDatabase->SetDeadline(LongestWait());
+            statement.Bind(1, strTime);
+            statement.Step();
+            statement.Reset();
+            nChanges = pDatabase->Changes();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
     });
 }
 
@@ -503,21 +663,29 @@ std::size_t FlushOperLog() {
 }
 
 void SetOperLogRoom(std::size_t nEntries) {
-    TheStore().SetRoom(nEntries);
+    g_nRoom = nEntries;
+}
+
+void SetOperLogWait(int nMilliseconds) {
+    g_nWait = nMilliseconds;
 }
 
 void SetOperLogSync(bool bFull) {
     g_bFullSync = bFull;
 }
 
-ScopedStoreFault::ScopedStoreFault(const char* szCall, int nErrno) : m_strCall(szCall) {
+ScopedStoreFault::ScopedStoreFault(const char* szCall, int nErrno)
+    : m_vecCall(std::string_view(szCall) == "open"
+                    ? std::vector<const char*>{"open"}
+                    : std::vector<const char*>{"write", "pwrite", "pwrite64"}) {
     g_nFault = nErrno;
-    SetSystemCall(szCall, m_strCall == "open" ? reinterpret_cast<sqlite3_syscall_ptr>(FailOpen)
-                                              : reinterpret_cast<sqlite3_syscall_ptr>(FailWrite));
+    for (const char* const szOne : m_vecCall)
+        SetSystemCall(szOne, FaultOf(szOne));
 }
 
 ScopedStoreFault::~ScopedStoreFault() {
-    SetSystemCall(m_strCall.c_str(), nullptr);
+    for (const char* const szOne : m_vecCall)
+        SetSystemCall(szOne, nullptr);
 }
 
 }  // namespace zemb

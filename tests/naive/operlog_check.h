@@ -58,6 +58,8 @@ inline void CheckOperLogCut(const std::uint8_t* pData, std::size_t nSize) {
         strCut = strText.substr(0, n);
     }
     Expect(NSTN_util::SafeCut(strText, nMost) == strCut, "cut of " + strText);
+    Expect(strCut.size() == strText.size() || strCut.empty() || IsLead(strText[strCut.size()]),
+           "a character was cut");
 
     std::string strRest = strText;
     while (strRest.size() >= 1023) {

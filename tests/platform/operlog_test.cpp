@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <map>
@@ -45,6 +46,8 @@ protected:
     OperLogStoreTest() { zemb::SetStatePath(m_folder.Path("state")); }
     ~OperLogStoreTest() override {
         zemb::SetOperLogRoom(10000);
+        zemb::SetStatePath(m_folder.Path("rest"));
+        zemb::FlushOperLog();  // nothing is left for the next test
         zemb::ResetStatePath();
     }
 
@@ -134,64 +137,124 @@ TEST_F(OperLogStoreTest, WritersFromManyThreadsLoseNothing) {
 }
 
 TEST_F(OperLogStoreTest, KeepsEntriesWhileTheDiskFails) {
-    const std::pair<const char*, int> arrFault[] = {{"pwrite64", ENOSPC},
-                                                    {"pwrite", ENOSPC},
-                                                    {"pwrite64", EIO},
-                                                    {"open", EROFS},
-                                                    {"open", EMFILE}};
-    std::vector<int> vecExpected;
-    int nUser = 0;
+    const std::pair<const char*, int> arrFault[] = {
+        {"write", ENOSPC}, {"write", EIO}, {"open", EROFS}, {"open", EMFILE}};
+    int nFault = 0;
     for (const auto& [szCall, nErrno] : arrFault) {
-        std::set<int> setResult;
-        vecExpected.push_back(++nUser);
+        // Opened anew for each fault.
+        zemb::SetStatePath(m_folder.Path("state" + std::to_string(++nFault)));
         {
             const zemb::ScopedStoreFault fault(szCall, nErrno);
-            // "open" fails only when the database is opened: another one is.
-            zemb::SetStatePath(m_folder.Path("other"));
-            zemb::SetStatePath(m_folder.Path(std::string("state") + std::to_string(nErrno)));
-            setResult.insert(WriteOperationLog(Info(nUser), 0));
-            if (*setResult.begin() == 0)
-                EXPECT_EQ(0, WriteOperationLog(Info(nUser + 100), 0)) << szCall;
-            else
-                WriteOperationLog(Info(nUser + 100), 0);
+            EXPECT_EQ(0, WriteOperationLog(Info(1), 0)) << szCall;
+            EXPECT_EQ(0, WriteOperationLog(Info(2), 0)) << szCall;
+            EXPECT_EQ(2U, zemb::FlushOperLog()) << szCall;
         }
         EXPECT_EQ(0U, zemb::FlushOperLog()) << szCall;
-        EXPECT_THAT(Users(), testing::IsSupersetOf({nUser, nUser + 100})) << szCall;
+        EXPECT_EQ(1, WriteOperationLog(Info(3), 0)) << szCall;
+        EXPECT_THAT(Users(), ElementsAre(1, 2, 3)) << szCall;
         const std::vector<std::string> vecLine = m_debug.Take();
-        if (*setResult.begin() == 0) {
-            ASSERT_THAT(vecLine, SizeIs(2)) << szCall;
-            EXPECT_THAT(vecLine[0], HasSubstr("entries are kept in memory"));
-            EXPECT_THAT(vecLine[1], HasSubstr("can be written again; 2 entries were kept, 0 lost"));
-        } else {
-            EXPECT_THAT(vecLine, IsEmpty()) << szCall;
-        }
+        ASSERT_THAT(vecLine, SizeIs(2)) << szCall;
+        EXPECT_THAT(vecLine[0], HasSubstr("entries are kept in memory"));
+        EXPECT_THAT(vecLine[1], HasSubstr("can be written again; 2 entries were kept, 0 lost"));
     }
+    // A log that has been written before, too.
+    {
+        const zemb::ScopedStoreFault fault("write", ENOSPC);
+        EXPECT_EQ(0, WriteOperationLog(Info(4), 0));
+    }
+    EXPECT_EQ(0U, zemb::FlushOperLog());
+    EXPECT_THAT(Users(), ElementsAre(1, 2, 3, 4));
 }
 
-TEST_F(OperLogStoreTest, WaitsForALockAndThenKeepsWhatThereIsRoomFor) {
+TEST_F(OperLogStoreTest, KeepsWhatThereIsRoomFor) {
     EXPECT_EQ(1, WriteOperationLog(Info(1), 0));
     zemb::SetOperLogRoom(2);
     {
-        OtherConnection other(zemb::OperLogFile());
-        other.Run("BEGIN IMMEDIATE");
-        std::thread releaser([&] { other.Run("COMMIT"); });
-        EXPECT_EQ(1, WriteOperationLog(Info(2), 0));  // the lock goes while it waits
-        releaser.join();
-        const zemb::ScopedStoreFault fault("open", EIO);
-        zemb::SetStatePath(m_folder.Path("state2"));
+        const zemb::ScopedStoreFault fault("write", EIO);
         EXPECT_EQ(0, WriteOperationLog(Info(3), 0));
         EXPECT_EQ(0, WriteOperationLog(Info(4), 0));
         EXPECT_EQ(-1, WriteOperationLog(Info(5), 0));
         EXPECT_EQ(-1, WriteOperationLog(Info(6), 0));
         EXPECT_EQ(2U, zemb::FlushOperLog());
     }
-    zemb::SetStatePath(m_folder.Path("state"));
     EXPECT_EQ(0U, zemb::FlushOperLog());
-    EXPECT_THAT(Users(), ElementsAre(1, 2, 3, 4));
+    EXPECT_THAT(Users(), ElementsAre(1, 3, 4));
     const std::vector<std::string> vecLine = m_debug.Take();
     ASSERT_THAT(vecLine, SizeIs(3));
     EXPECT_THAT(vecLine[1], HasSubstr("no room for more than 2 entries"));
     EXPECT_THAT(vecLine[2], HasSubstr("2 entries were kept, 2 lost"));
+}
+
+TEST_F(OperLogStoreTest, WaitsForALockButNotForEver) {
+    EXPECT_EQ(1, WriteOperationLog(Info(1), 0));
+    OtherConnection other(zemb::OperLogFile());
+    other.Run("BEGIN IMMEDIATE");
+    zemb::SetOperLogWait(30);
+    EXPECT_EQ(0, WriteOperationLog(Info(2), 0));
+    EXPECT_EQ(0, WriteOperationLog(Info(3), 0));
+    zemb::SetOperLogWait(60000);
+    EXPECT_EQ(2U, zemb::FlushOperLog());  // once it has failed nobody waits
+    other.Run("COMMIT");
+    EXPECT_EQ(0U, zemb::FlushOperLog());
+    other.Run("BEGIN IMMEDIATE");
+    std::thread releaser([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        other.Run("COMMIT");
+    });
+    EXPECT_EQ(1, WriteOperationLog(Info(4), 0));
+    releaser.join();
+    zemb::SetOperLogWait(2000);
+    EXPECT_THAT(Users(), ElementsAre(1, 2, 3, 4));
+}
+
+TEST_F(OperLogStoreTest, LetsTheChannelOfItsLinesWriteEntries) {
+    const zemb::ScopedStoreFault fault("open", EIO);
+    int nLines = 0;
+    const zemb::ScopedDebugSink sink([&](const zemb::DebugLine&) {
+        ++nLines;
+        EXPECT_EQ(0, WriteOperationLog(Info(2), 0));
+        throw 1;
+    });
+    EXPECT_EQ(0, WriteOperationLog(Info(1), 0));
+    EXPECT_LE(1, nLines);
+    EXPECT_LE(2U, zemb::FlushOperLog());
+}
+
+TEST_F(OperLogStoreTest, AChildBeginsWithNothingInMemory) {
+    {
+        const zemb::ScopedStoreFault fault("open", EIO);
+        EXPECT_EQ(0, WriteOperationLog(Info(1), 0));
+    }
+    const pid_t nChild = fork();
+    if (nChild == 0)
+        _exit(WriteOperationLog(Info(2), 0) == 1 && zemb::FlushOperLog() == 0 ? 0 : 1);
+    int nStatus = -1;
+    waitpid(nChild, &nStatus, 0);
+    EXPECT_EQ(0, nStatus);
+    EXPECT_THAT(Users(), ElementsAre(2));
+    EXPECT_EQ(0U, zemb::FlushOperLog());
+    EXPECT_THAT(Users(), ElementsAre(2, 1));
+}
+
+TEST_F(OperLogStoreTest, TakesTimesUpToAWholeField) {
+    zemb::ScopedClock clock;
+    clock.Freeze(1772352000000000LL);  // 2026-03-01 08:00
+    EXPECT_EQ(1, WriteOperationLog(Info(1), 0));
+    long long nDeleted = 0;
+    std::string strError;
+    for (const char* const szTime :
+         {"", "yesterday", "2026-3-1", "26-01-01", "2026-13-01", "2026-03-01 25", "2026-03-01 08:0",
+          "202", "2026-03-01 08:00x", "2026-03-01 08:00:00.000ZZ"}) {
+        EXPECT_FALSE(zemb::PruneOperLog(szTime, nDeleted, strError)) << szTime;
+        EXPECT_THAT(strError, HasSubstr("is no time"));
+    }
+    for (const char* const szTime : {"2026", "2026-03-01", "2026-03-01T08:00:00.000Z"}) {
+        EXPECT_TRUE(zemb::PruneOperLog(szTime, nDeleted, strError)) << szTime << strError;
+        EXPECT_EQ(0, nDeleted) << szTime;
+    }
+    EXPECT_THAT(Users(), ElementsAre(1));
+    EXPECT_TRUE(zemb::PruneOperLog("2026-03-01 08:00:00.001", nDeleted, strError));
+    EXPECT_EQ(1, nDeleted);
 }
 
 TEST_F(OperLogStoreTest, MovesADamagedFileAside) {
@@ -209,6 +272,57 @@ TEST_F(OperLogStoreTest, MovesADamagedFileAside) {
     EXPECT_THAT(m_debug.Take(), ElementsAre(HasSubstr("is damaged; it is kept as")));
 }
 
+TEST_F(OperLogStoreTest, KeepsTheWriteAheadLogOfADamagedFile) {
+    {
+        // What another process has written last is in its write-ahead log only.
+        OtherConnection other(m_folder.Write("state/operlog.db", ""));
+        other.Run(
+            "PRAGMA journal_mode = WAL; CREATE TABLE t(a); INSERT INTO t VALUES('first');"
+            "PRAGMA wal_checkpoint(TRUNCATE); UPDATE t SET a = 'mark'");
+        std::string strDamaged = support::ReadAll(m_folder.Path("state/operlog.db"));
+        strDamaged.replace(0, 6, "broken");
+        m_folder.Write("state/operlog.db", strDamaged);
+        std::filesystem::copy_file(m_folder.Path("state/operlog.db-wal"),
+                                   m_folder.Path("kept-wal"));
+    }
+    std::filesystem::copy_file(m_folder.Path("kept-wal"), m_folder.Path("state/operlog.db-wal"),
+                               std::filesystem::copy_options::overwrite_existing);
+    EXPECT_EQ(1, WriteOperationLog(Info(1), 0));
+    bool bFound = false;
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path("state")))
+        bFound = bFound || (entry.path().string().find("damaged") != std::string::npos &&
+                            support::ReadAll(entry.path()).find("mark") != std::string::npos);
+    EXPECT_TRUE(bFound);
+    EXPECT_THAT(Users(), ElementsAre(1));
+}
+
+TEST_F(OperLogStoreTest, ManyProcessesBeginTogether) {
+    for (const bool bDamaged : {false, true}) {
+        std::filesystem::remove_all(m_folder.Path("state"));
+        if (bDamaged)
+            m_folder.Write("state/operlog.db", "no database at all, but long enough to look at");
+        std::vector<pid_t> vecChild;
+        for (int i = 0; i < 6; ++i) {
+            vecChild.push_back(fork());
+            if (vecChild.back() == 0)
+                _exit(WriteOperationLog(Info(i), 0) == 1 ? 0 : 1);
+        }
+        for (const pid_t nChild : vecChild) {
+            int nStatus = -1;
+            waitpid(nChild, &nStatus, 0);
+            EXPECT_EQ(0, nStatus);
+        }
+        EXPECT_THAT(Users(), testing::UnorderedElementsAre(0, 1, 2, 3, 4, 5));
+        int nAside = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(m_folder.Path("state")))
+            if (entry.path().string().find("damaged") != std::string::npos) {
+                ++nAside;
+                EXPECT_THAT(support::ReadAll(entry.path()), testing::StartsWith("no database"));
+            }
+        EXPECT_EQ(bDamaged ? 1 : 0, nAside);
+    }
+}
+
 TEST_F(OperLogStoreTest, LeavesANewerDatabaseAlone) {
     EXPECT_EQ(1, WriteOperationLog(Info(1), 0));
     OtherConnection(zemb::OperLogFile()).Run("PRAGMA user_version = 2");
@@ -224,6 +338,12 @@ TEST_F(OperLogStoreTest, LeavesANewerDatabaseAlone) {
     OtherConnection(zemb::OperLogFile()).Run("PRAGMA user_version = 1");
     EXPECT_EQ(0U, zemb::FlushOperLog());
     EXPECT_THAT(Users(), ElementsAre(1, 3));
+    zemb::SetStatePath(m_folder.Path("foreign"));
+    OtherConnection(m_folder.Write("foreign/operlog.db", "")).Run("CREATE TABLE operlog(a)");
+    EXPECT_EQ(0, WriteOperationLog(Info(4), 0));
+    EXPECT_THAT(zemb::VerifyOperLog(), ElementsAre(HasSubstr("is another database")));
+    zemb::SetStatePath(m_folder.Path("state"));
+    EXPECT_EQ(0U, zemb::FlushOperLog());
 }
 
 TEST_F(OperLogStoreTest, BeginsAnewWhereTheFolderVanished) {
@@ -281,6 +401,7 @@ TEST_F(OperLogStoreTest, LosesNoAcknowledgedEntryWhenTheProcessIsKilled) {
     }
     const std::vector<int> vecUser = Users();
     const std::set<int> setUser(vecUser.begin(), vecUser.end());
+    EXPECT_EQ(vecUser.size(), setUser.size());  // none twice
     EXPECT_TRUE(std::includes(setUser.begin(), setUser.end(), setAcknowledged.begin(),
                               setAcknowledged.end()));
     EXPECT_LE(static_cast<std::size_t>(nKills), setAcknowledged.size());

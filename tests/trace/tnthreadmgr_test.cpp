@@ -139,6 +139,26 @@ TEST_F(ThreadMgrTest, KeepsThreadsApart) {
     EXPECT_EQ(THREADS * 500U, m_debug.Take().size());
 }
 
+TEST_F(ThreadMgrTest, LetsAChannelRegisterDuringTheLastLine) {
+    for (const bool bLeave : {true, false}) {
+        bool bInside = false;
+        const zemb::ScopedDebugSink sink([&](const zemb::DebugLine& line) {
+            if (bInside || line.strText.find("too many") == std::string::npos)
+                return;
+            bInside = true;
+            Mgr().Regist_Thread("inside");
+            if (bLeave)
+                Mgr().UnRegist_Thread();
+        });
+        Mgr().Regist_Thread("outside");
+        m_clock.Advance(301);
+        Mgr().UnRegist_Thread();
+        EXPECT_EQ(bLeave, Mgr().CheckNotExistThread());
+    }
+    Mgr().UnRegist_Thread();
+    EXPECT_TRUE(Mgr().CheckNotExistThread());
+}
+
 TEST_F(ThreadMgrTest, SurvivesAChannelThatThrowsOrCallsBack) {
     const zemb::ScopedDebugSink sink([](const zemb::DebugLine&) {
         Mgr().CheckNotExistThread();

@@ -179,6 +179,12 @@ TEST_F(AdvAsnTraceTest, StopsAtTheLimitOfSections) {
     EXPECT_EQ("a --b", CompactAsnText("    a --b", 5, false));
 }
 
+TEST_F(AdvAsnTraceTest, TracesAValueWithoutLineFeed) {
+    const PlainAsn value(": x\ny");
+    EXPECT_EQ(0, AdvAsnTrace(&value, 1, 0));
+    EXPECT_THAT(m_debug.Take(), ElementsAre(" --(Plain): x", "y"));
+}
+
 TEST(AsnValueTest, WritesATreeLineByLine) {
     AsnTree tree(AsnTree::EKind::SEQUENCE, "TConnect");
     tree.Add("ne", std::make_shared<AsnInt>(-5));

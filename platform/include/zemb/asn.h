@@ -24,7 +24,8 @@ public:
     // The name of the value's type; "" when it has none.
     virtual std::string GetTypeName() const { return m_strTypeName; }
 
-    // Appends the value's own text: behind its label, at a depth in the tree.
+    // Appends the value's own text, behind its label, at a depth in the tree; it ends with a line
+    // feed.
     virtual void AppendText(std::string& strOut, std::size_t nDepth) const = 0;
 
 private:
@@ -92,7 +93,7 @@ namespace NSTE_util {
 
 // The text of a value, a line for each number, text and tree: four blanks for each level, " --",
 // the part's name or its place in the list, the type, the value. Line feeds in texts are written
-// "\n", octets as hexadecimal digits. Cost: linear.
+// "\n", octets as hexadecimal digits. Cost: linear in the text, which grows with the depth.
 ZEMB_API std::string toString(const AsnType& value);
 
 // Writes the text of a value to a channel at level 1, line by line.

@@ -29,7 +29,7 @@ constexpr int OPERLOG_LOST = -1;
 //   OPERLOG_WRITTEN  the entry is on the disk and stays there, whatever happens to the process or
 //                    the machine
 //   OPERLOG_KEPT     the log cannot be written now, after a wait of two seconds at most; the entry
-//                    is kept in memory and written, before others, when the log is back
+//                    is kept in memory and written, before others, with the next one that can be
 //   OPERLOG_LOST     nor is there room for more entries in memory
 // The first failure, the first loss and the return of the log give a line each in the default
 // channel. Does not throw.

@@ -33,8 +33,8 @@ struct OperLogFilter {
     std::optional<std::int32_t> nUserId;
     std::optional<std::uint64_t> nCmd;
     std::optional<std::int32_t> nResultKind;
-    std::string strFrom;        // first time, or the beginning of one: "2026-03-01"
-    std::string strTo;          // first time that is too late
+    std::string strFrom;  // first time, or the beginning of one: "2026-03-01", "2026-03-01 08"
+    std::string strTo;    // first time that is too late
     std::string strObjectLike;  // LIKE patterns with "\" before what is meant literally
     std::string strDescLike;
     long long nAfterId = 0;
@@ -44,17 +44,24 @@ struct OperLogFilter {
 // <state>/operlog.db; "" without a state folder.
 ZEMB_API std::string OperLogFile();
 
+// Whether a text is a time, or the beginning of one up to a whole field: "2026", "2026-03-01
+// 08:30".
+ZEMB_API bool IsOperLogTime(const std::string& strTime);
+
 // Calls take with each entry, oldest first, until it answers false. False, with the reason, when
-// the log cannot be read; a log that does not exist yet has no entries.
+// the log cannot be read, or a time is none; a log that does not exist yet has no entries. In LIKE
+// patterns upper and lower case count, and a text ends at a zero octet.
 ZEMB_API bool ReadOperLog(const OperLogFilter& filter,
                           const std::function<bool(const OperLogRow&)>& take,
                           std::string& strError);
 
-// Deletes the entries before a time; sets nDeleted to their number.
+// Deletes the entries before a time, some thousand at once, so that writers come in between; sets
+// nDeleted to the number deleted, also when it fails on the way.
 ZEMB_API bool PruneOperLog(const std::string& strBefore, long long& nDeleted,
                            std::string& strError);
 
-// Everything that is wrong with the database; nothing when it is whole or not there.
+// Everything that is wrong with the database, also that it is none of this version; nothing when
+// it is whole or not there.
 ZEMB_API std::vector<std::string> VerifyOperLog();
 
 // Writes what is kept in memory; returns how many entries still are.
@@ -63,12 +70,15 @@ ZEMB_API std::size_t FlushOperLog();
 // How many entries are kept in memory at most; 10,000 at first.
 ZEMB_API void SetOperLogRoom(std::size_t nEntries);
 
+// How long a write waits for what others have locked; 2,000 milliseconds at first.
+ZEMB_API void SetOperLogWait(int nMilliseconds);
+
 // With false an entry survives the end of the process, but its last seconds may be missing after a
 // power cut. At first true.
 ZEMB_API void SetOperLogSync(bool bFull);
 
-// Makes a call of the operating system fail for all databases of the process, for tests: "open",
-// "pwrite64" or "pwrite". One at a time.
+// Makes calls of the operating system fail for all databases of the process, for tests: to "open" a
+// file, or to "write" to one. One at a time.
 class ZEMB_API ScopedStoreFault {
 public:
     ScopedStoreFault(const char* szCall, int nErrno);
@@ -77,7 +87,7 @@ public:
     ScopedStoreFault& operator=(const ScopedStoreFault&) = delete;
 
 private:
-    const std::string m_strCall;
+    const std::vector<const char*> m_vecCall;
 };
 
 }  // namespace zemb
