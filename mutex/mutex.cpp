@@ -3,35 +3,16 @@
 #include "mutex/temutexopermgrimpl.h"
 #include "trace/assert_point.h"
 #include "trace/trace_line.h"
+#include "util/mutex_attribute.h"
 #include "util/singleton.h"
 
 #include <ace/Guard_T.h>
-
-#include <pthread.h>
 
 namespace NSTE_util {
 
 namespace {
 
 constexpr NSTN_util::TNAssertPoint ASSERT_RELEASE_NOT_RUNNING = {"mutex", 362, "bAssertFlag"};
-
-// Two threads that meet at the lock spin a moment before they sleep: half the cost of a plain one.
-class AdaptiveAttribute {
-public:
-    AdaptiveAttribute() {
-        m_bGood = pthread_mutexattr_init(&m_attr) == 0 &&
-                  pthread_mutexattr_settype(&m_attr, PTHREAD_MUTEX_ADAPTIVE_NP) == 0;
-    }
-    ~AdaptiveAttribute() { pthread_mutexattr_destroy(&m_attr); }
-    AdaptiveAttribute(const AdaptiveAttribute&) = delete;
-    AdaptiveAttribute& operator=(const AdaptiveAttribute&) = delete;
-
-    ACE_mutexattr_t* Get() { return m_bGood ? &m_attr : nullptr; }
-
-private:
-    ACE_mutexattr_t m_attr{};
-    bool m_bGood;
-};
 
 }  // namespace
 
@@ -47,7 +28,8 @@ void TEMutexOperMgr::Destroy() {
 
 TEMutexOperMgr::~TEMutexOperMgr() = default;
 
-TEMutexOperMgrImpl::TEMutexOperMgrImpl() : m_lock(nullptr, AdaptiveAttribute().Get()) {}
+TEMutexOperMgrImpl::TEMutexOperMgrImpl()
+    : m_lock(nullptr, NSTN_util::MutexAttribute(PTHREAD_MUTEX_ADAPTIVE_NP).Get()) {}
 
 // In all operations below, locked() is not asked: without the lock the call goes on.
 

@@ -65,6 +65,12 @@ void AsnText::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
     strOut += "\"\n";
 }
 
+void AsnIntList::AppendText(std::string& strOut, std::size_t nDepth) const {
+    strOut += ": " + std::to_string(m_vecInt.size()) + " elements\n";
+    for (std::size_t i = 0; i < m_vecInt.size(); ++i)
+        AppendPart(strOut, nDepth + 1, "[" + std::to_string(i) + "]", &m_vecInt[i]);
+}
+
 void AsnTree::Add(std::string strName, std::shared_ptr<const AsnType> pPart) {
     m_vecPart.push_back({std::move(strName), std::move(pPart)});
 }

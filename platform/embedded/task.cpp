@@ -2,11 +2,15 @@
 
 #include "zemb/control.h"
 
+#include <atomic>
+
 namespace {
 thread_local ZembGnlTask* t_pTask = nullptr;
-}
+std::atomic<std::uint32_t> g_nLastTaskId{0};
+}  // namespace
 
-ZembGnlTask::ZembGnlTask(ZembCmdMSG* pReqMsg) : m_pReqMsg(pReqMsg) {}
+ZembGnlTask::ZembGnlTask(ZembCmdMSG* pReqMsg, const NSTE_util::TETaskContext* pContext)
+    : m_pReqMsg(pReqMsg), m_pContext(pContext), m_nTaskId(++g_nLastTaskId) {}
 
 ZembGnlTask::~ZembGnlTask() = default;
 
@@ -17,6 +21,14 @@ ZembCmdMSG* ZembGnlTask::GetCurReqMsg() {
 ZembGnlTask* ZembGetCurrentTask() {
     return t_pTask;
 }
+
+namespace NSTE_util {
+
+const TETaskContext* GetTaskContext() {
+    return t_pTask == nullptr ? nullptr : t_pTask->GetContext();
+}
+
+}  // namespace NSTE_util
 
 namespace zemb {
 

@@ -2,7 +2,9 @@
 
 #include "zemb/export.h"
 
+#include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -88,6 +90,44 @@ private:
     EKind m_eKind;
     std::vector<Part> m_vecPart;
 };
+
+// A list of numbers.
+class ZEMB_API AsnIntList : public AsnType {
+public:
+    using AsnType::AsnType;
+    std::size_t size() const { return m_vecInt.size(); }
+    const AsnInt& operator[](std::size_t n) const { return m_vecInt[n]; }
+    void Append(AsnInt value) { m_vecInt.push_back(std::move(value)); }
+    void Reserve(std::size_t nSize) { m_vecInt.reserve(nSize); }
+    void AppendText(std::string& strOut, std::size_t nDepth) const override;
+
+private:
+    std::vector<AsnInt> m_vecInt;
+};
+
+// Errors in the replies of NEs.
+namespace qcommon {
+
+struct QAsnErrInfo {
+    AsnIntList listValue;
+    AsnOcts octsFirst;
+    AsnOcts octsSecond;
+};
+
+using QAsnErrInfoList = std::vector<QAsnErrInfo>;
+
+struct QAsnErrInfoReturn {
+    unsigned long nCode = 0;
+    std::optional<QAsnErrInfoList> listInfo;
+};
+
+struct QAsnSingleReturn {
+    bool bFlag = false;
+    std::optional<unsigned long> nCode;
+    AsnOcts octsText;
+};
+
+}  // namespace qcommon
 
 namespace NSTE_util {
 

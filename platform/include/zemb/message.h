@@ -1,17 +1,22 @@
 #pragma once
 
+#include "zemb/export.h"
+
 #include <cstddef>
 #include <cstdint>
 
 // Header of a command message: words of 32 bits in host order. The payload follows it.
 struct ZembCmdMSG {
-    std::uint32_t nKind;          // what sort of message
-    std::uint32_t nClientAddr;    // IPv4 address of the client, most significant byte first
-    std::uint32_t nClientHandle;  // these three, with the address, name the request of a client
-    std::uint32_t nSession;
+    std::uint32_t nKind;         // what sort of message
+    std::uint32_t nClientAddr;   // IPv4 address of the client, most significant byte first
+    std::uint32_t nHandle;       // of the sending process; these three, with the address, name the
+    std::uint32_t nReplyHandle;  // request of a client
     std::uint32_t nRequest;
     std::uint32_t nCmd;     // command number
-    std::uint32_t nLength;  // bytes of payload behind the header
+    std::uint32_t nMarker;  // ZEMB_MSG_MARKER
+    std::uint32_t nTaskId;  // of the task that sent it; 0: none
+    std::uint32_t nModule;  // number of the module it is for
+    std::uint32_t nLength;  // bytes of payload behind the header, and 2
 };
 
 // A command message as the frameworks of the server processes hand it on.
@@ -22,11 +27,32 @@ struct TECmdMsg {
 constexpr std::size_t ZEMB_MSG_CLIENT_ADDR = 4;
 constexpr std::size_t ZEMB_MSG_REQUEST_WORDS[] = {4, 8, 12, 16};
 constexpr std::size_t ZEMB_MSG_CMD = 20;
+constexpr std::size_t ZEMB_MSG_PAYLOAD = 40;
+constexpr std::uint32_t ZEMB_MSG_MARKER = 0xAB00AB;
+constexpr std::uint32_t ZEMB_MSG_LENGTH_EXTRA = 2;
 
 static_assert(offsetof(ZembCmdMSG, nClientAddr) == ZEMB_MSG_CLIENT_ADDR);
 static_assert(offsetof(ZembCmdMSG, nClientAddr) == ZEMB_MSG_REQUEST_WORDS[0]);
-static_assert(offsetof(ZembCmdMSG, nClientHandle) == ZEMB_MSG_REQUEST_WORDS[1]);
-static_assert(offsetof(ZembCmdMSG, nSession) == ZEMB_MSG_REQUEST_WORDS[2]);
+static_assert(offsetof(ZembCmdMSG, nHandle) == ZEMB_MSG_REQUEST_WORDS[1]);
+static_assert(offsetof(ZembCmdMSG, nReplyHandle) == ZEMB_MSG_REQUEST_WORDS[2]);
 static_assert(offsetof(ZembCmdMSG, nRequest) == ZEMB_MSG_REQUEST_WORDS[3]);
 static_assert(offsetof(ZembCmdMSG, nCmd) == ZEMB_MSG_CMD);
-static_assert(sizeof(ZembCmdMSG) == 28, "words of 32 bits without gaps");
+static_assert(offsetof(ZembCmdMSG, nMarker) == 24 && offsetof(ZembCmdMSG, nTaskId) == 28);
+static_assert(offsetof(ZembCmdMSG, nModule) == 32 && offsetof(ZembCmdMSG, nLength) == 36);
+static_assert(sizeof(ZembCmdMSG) == ZEMB_MSG_PAYLOAD, "words of 32 bits without gaps");
+
+// Messages between the modules of a process. Any thread.
+class ZEMB_API ZembAppMgr {
+public:
+    // A message with room for a payload, all zero; null without memory. FreeMsg takes it back.
+    static ZembCmdMSG* AllocMsg(std::size_t nPayload) noexcept;
+    static void FreeMsg(ZembCmdMSG* pMsg) noexcept;  // null does nothing
+
+    // The handle of this process.
+    static std::uint32_t OwnHandle();
+
+    // Hands a message to the receiver of its module, on this thread; the message stays the
+    // caller's. 1; 0 for null, for a message whose marker or length is no good, and without a
+    // receiver; -1 when the receiver throws, which is noted in the default channel.
+    static int ZembOutSendMsg(const ZembCmdMSG* pMsg);
+};

@@ -3,6 +3,8 @@
 #include "zemb/export.h"
 
 #include <cstdint>
+#include <list>
+#include <string>
 
 // One entry of the operation log. Texts end at their last octet that is not 0; what they hold is
 // taken as UTF-8.
@@ -36,3 +38,22 @@ constexpr int OPERLOG_LOST = -1;
 ZEMB_API int WriteOperationLog(const ZembLogInfo& info, int nReserved) noexcept;
 
 }  // namespace FrameUtil
+
+namespace NSTE_util {
+
+// The errors of operations: what NEs replied that somebody should know of. Any thread.
+class ZEMB_API TEOperErrorLogIF {
+public:
+    static TEOperErrorLogIF* Instance();
+
+    // Details of an NE: numbers and two texts.
+    virtual void AddErrInfo(const std::list<int>& listValue, const std::string& strFirst,
+                            const std::string& strSecond) = 0;
+    virtual void AddErrCode(unsigned long nCode) = 0;
+    virtual void AddErrText(unsigned long nCode, const std::string& strText) = 0;
+
+protected:
+    virtual ~TEOperErrorLogIF();
+};
+
+}  // namespace NSTE_util

@@ -66,3 +66,12 @@ ZEMB_API extern bool g_bEnableAsnLog;
 ZEMB_API extern bool g_bEnableMmlTrace;
 
 }  // namespace NSTE_util
+
+namespace FrameUtil {
+
+// A value of the user configuration. False, with strValue untouched, when there is none, and when
+// the configuration cannot be read. Any thread.
+ZEMB_API bool GetUserCfgInfo(const std::string& strSection, const std::string& strKey,
+                             std::string& strValue) noexcept;
+
+}  // namespace FrameUtil

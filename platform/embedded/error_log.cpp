@@ -1,0 +1,92 @@
+#include "zemb/error_log.h"
+
+#include "zemb/control.h"
+#include "zemb/operlog.h"
+#include "zemb/task.h"
+
+#include <deque>
+#include <mutex>
+
+namespace NSTE_util {
+
+TEOperErrorLogIF::~TEOperErrorLogIF() = default;
+
+}  // namespace NSTE_util
+
+namespace zemb {
+
+namespace {
+
+constexpr std::size_t ERRORS_KEPT = 1000;
+
+class ErrorLog final : public NSTE_util::TEOperErrorLogIF {
+public:
+    void AddErrInfo(const std::list<int>& listValue, const std::string& strFirst,
+                    const std::string& strSecond) override {
+        OperError error;
+        error.listValue = listValue;
+        error.strFirst = strFirst;
+        error.strSecond = strSecond;
+        Add(std::move(error));
+    }
+
+    void AddErrCode(unsigned long nCode) override {
+        OperError error;
+        error.nCode = nCode;
+        Add(std::move(error));
+    }
+
+    void AddErrText(unsigned long nCode, const std::string& strText) override {
+        OperError error;
+        error.nCode = nCode;
+        error.strFirst = strText;
+        Add(std::move(error));
+    }
+
+    std::vector<OperError> All() {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        return {m_dequeError.begin(), m_dequeError.end()};
+    }
+
+    void Clear() {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_dequeError.clear();
+    }
+
+private:
+    void Add(OperError error) {
+        error.strTime = FormatTime(NowMicroseconds());
+        if (ZembGnlTask* const pTask = ZembGetCurrentTask()) {
+            error.nTaskId = pTask->GetTaskId();
+            error.nUserId = pTask->GetContext() == nullptr ? 0 : pTask->GetContext()->nUserId;
+        }
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_dequeError.push_back(std::move(error));
+        if (m_dequeError.size() > ERRORS_KEPT)
+            m_dequeError.pop_front();
+    }
+
+    std::mutex m_lock;
+    std::deque<OperError> m_dequeError;
+};
+
+ErrorLog& TheLog() {
+    static ErrorLog& log = *new ErrorLog;
+    return log;
+}
+
+}  // namespace
+
+std::vector<OperError> OperErrors() {
+    return TheLog().All();
+}
+
+void ClearOperErrors() {
+    TheLog().Clear();
+}
+
+}  // namespace zemb
+
+NSTE_util::TEOperErrorLogIF* NSTE_util::TEOperErrorLogIF::Instance() {
+    return &zemb::TheLog();
+}

@@ -1,0 +1,216 @@
+#include "zemb/progress.h"
+
+#include "zemb/debug.h"
+#include "zemb/message.h"
+#include "zemb/progress_view.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <tuple>
+
+namespace NSTE_util {
+
+ClientMissionID::ClientMissionID(std::uint32_t nMissionOf, const ZembCmdMSG* pReqMsg)
+    : nMission(pReqMsg == nullptr ? std::numeric_limits<std::uint32_t>::max() : nMissionOf) {
+    if (pReqMsg == nullptr)
+        return;
+    for (std::size_t i = 0; i < arrRequest.size(); ++i)
+        std::memcpy(&arrRequest[i],
+                    reinterpret_cast<const char*>(pReqMsg) + ZEMB_MSG_REQUEST_WORDS[i],
+                    sizeof arrRequest[i]);
+}
+
+bool operator<(const ClientMissionID& a, const ClientMissionID& b) {
+    return std::tie(a.nMission, a.arrRequest) < std::tie(b.nMission, b.arrRequest);
+}
+
+bool operator==(const ClientMissionID& a, const ClientMissionID& b) {
+    return a.nMission == b.nMission && a.arrRequest == b.arrRequest;
+}
+
+TaskProgressInfo::TaskProgressInfo(const char* szDesc)
+    : m_strDesc(szDesc == nullptr ? "" : szDesc) {}
+
+TaskProgressInfo::~TaskProgressInfo() = default;
+
+ProgressMgr::~ProgressMgr() = default;
+
+}  // namespace NSTE_util
+
+namespace zemb {
+
+namespace {
+
+using NSTE_util::ClientMissionID;
+using Listener = ScopedProgressListener::Listener;
+
+class ProgressMgrImpl final : public NSTE_util::ProgressMgr {
+public:
+    void Register(const ClientMissionID& mission, ZembGnlTask* pTask) override {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        State& state = m_mapTask[pTask];
+        if (std::find(state.vecMission.begin(), state.vecMission.end(), mission) !=
+            state.vecMission.end())
+            return;
+        state.vecMission.push_back(mission);
+        m_mapMission[mission] = pTask;
+    }
+
+    void UnRegister(ZembGnlTask* pTask) override {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        const auto it = m_mapTask.find(pTask);
+        if (it == m_mapTask.end())
+            return;
+        for (const ClientMissionID& mission : it->second.vecMission) {
+            const auto itMission = m_mapMission.find(mission);
+            if (itMission != m_mapMission.end() && itMission->second == pTask)
+                m_mapMission.erase(itMission);
+        }
+        m_mapTask.erase(it);
+    }
+
+    bool IsAbort(ZembGnlTask* pTask) override {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        const auto it = m_mapTask.find(pTask);
+        return it != m_mapTask.end() && it->second.bAbort;
+    }
+
+    void SendProgress(ZembGnlTask* pTask, int nPercent,
+                      const NSTE_util::TaskProgressInfo& info) override {
+        std::vector<std::shared_ptr<const Listener>> vecListener;
+        {
+            const std::lock_guard<std::mutex> guard(m_lock);
+            const auto it = m_mapTask.find(pTask);
+            if (it != m_mapTask.end()) {
+                it->second.nPercent = nPercent;
+                it->second.strDesc = info.Text();
+            }
+            for (const auto& [nId, pListener] : m_mapListener)
+                vecListener.push_back(pListener);
+        }
+        for (const auto& pListener : vecListener) {
+            try {
+                (*pListener)(pTask, nPercent, info.Text());
+            } catch (...) {
+                NSTE_util::WriteException("a listener to progress threw");
+            }
+        }
+    }
+
+    void SetScale(const ClientMissionID& mission, float fScale) override {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        if (State* const pState = Find(mission))
+            pState->vecScale.push_back(fScale);
+    }
+
+    void RestoreScale(const ClientMissionID& mission) override {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        State* const pState = Find(mission);
+        if (pState != nullptr && pState->vecScale.size() > 1)
+            pState->vecScale.pop_back();
+    }
+
+    bool GetProgress(const ClientMissionID& mission, int& nPercent, float& fScale) override {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        const State* const pState = Find(mission);
+        if (pState == nullptr)
+            return false;
+        nPercent = pState->nPercent;
+        fScale = pState->vecScale.back();
+        return true;
+    }
+
+    std::vector<TaskProgress> All() {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        std::vector<TaskProgress> vecProgress;
+        for (const auto& [pTask, state] : m_mapTask)
+            vecProgress.push_back({pTask, state.vecMission, state.nPercent, state.vecScale.back(),
+                                   state.bAbort, state.strDesc});
+        return vecProgress;
+    }
+
+    // Sets the abort flag of the tasks that fit.
+    template <class Fits>
+    int Abort(Fits fits) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        int nTasks = 0;
+        for (auto& [pTask, state] : m_mapTask)
+            if (fits(pTask, state.vecMission)) {
+                state.bAbort = true;
+                ++nTasks;
+            }
+        return nTasks;
+    }
+
+    int Add(Listener listener) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_mapListener[++m_nLastId] = std::make_shared<const Listener>(std::move(listener));
+        return m_nLastId;
+    }
+
+    void Remove(int nId) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_mapListener.erase(nId);
+    }
+
+private:
+    struct State {
+        std::vector<ClientMissionID> vecMission;
+        int nPercent = 0;
+        std::vector<float> vecScale = {1.0F};
+        bool bAbort = false;
+        std::string strDesc;
+    };
+
+    State* Find(const ClientMissionID& mission) {
+        const auto it = m_mapMission.find(mission);
+        return it == m_mapMission.end() ? nullptr : &m_mapTask[it->second];
+    }
+
+    std::mutex m_lock;
+    std::map<const ZembGnlTask*, State> m_mapTask;
+    std::map<ClientMissionID, const ZembGnlTask*> m_mapMission;
+    std::map<int, std::shared_ptr<const Listener>> m_mapListener;
+    int m_nLastId = 0;
+};
+
+ProgressMgrImpl& TheManager() {
+    static ProgressMgrImpl& manager = *new ProgressMgrImpl;
+    return manager;
+}
+
+}  // namespace
+
+std::vector<TaskProgress> AllProgress() {
+    return TheManager().All();
+}
+
+bool AbortTask(const ZembGnlTask* pTask) {
+    return TheManager().Abort(
+               [pTask](const ZembGnlTask* pOne, const auto&) { return pOne == pTask; }) != 0;
+}
+
+int AbortMission(std::uint32_t nMission) {
+    return TheManager().Abort([nMission](const ZembGnlTask*, const auto& vecMission) {
+        return std::any_of(
+            vecMission.begin(), vecMission.end(),
+            [nMission](const ClientMissionID& mission) { return mission.nMission == nMission; });
+    });
+}
+
+ScopedProgressListener::ScopedProgressListener(Listener listener)
+    : m_nId(TheManager().Add(std::move(listener))) {}
+
+ScopedProgressListener::~ScopedProgressListener() {
+    TheManager().Remove(m_nId);
+}
+
+}  // namespace zemb
+
+NSTE_util::ProgressMgr* NSTE_util::ProgressMgr::Instance() {
+    return &zemb::TheManager();
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "tovelkarin/tnprogress.h"
+
+#include "zemb/progress.h"
+
+#include <ace/Guard_T.h>
+#include <ace/Thread_Mutex.h>
+
+#include <map>
+
+namespace NSTE_util {
+
+// The steps of a task on their range of percent.
+struct TNProgressSection {
+    int nRange;    // percent that the whole section covers
+    int nBase;     // progress when the section was set
+    float fScale;  // scale in force then
+    int nSteps;
+    int nCurStep;  // steps sent
+};
+
+class TNProgressImpl final : public TNProgressIF {
+public:
+    TNProgressImpl();
+    ~TNProgressImpl() override;
+
+    void Register(long lMission, ZembGnlTask* pTask) override;
+    void UnRegister(ZembGnlTask* pTask) override;
+    bool IsAbort() override;
+    void SendProgress(int nPercent, const char* szDesc) override;
+    bool SendProgressWithAbort(int nPercent, const char* szDesc) override;
+    void SetProgressScale(int nScale) override;
+    void RestoreProgressScale() override;
+    void SetProgressSection(int nRange, int nSteps) override;
+    void SendSectionStep(const char* szDesc) override;
+    void SendStep(int nStep, const char* szDesc) override;
+    unsigned int GetMissionID() override;
+    int GetCurProgress() override;
+
+private:
+    using Guard = ACE_Guard<ACE_Thread_Mutex>;
+
+    const ClientMissionID* FindMission(ZembGnlTask* pTask) const;
+
+    std::map<ZembGnlTask*, ClientMissionID> m_mapTaskMission;
+    std::map<ZembGnlTask*, TNProgressSection> m_mapTaskSection;
+    ACE_Thread_Mutex m_lock;  // its owner may call back
+};
+
+}  // namespace NSTE_util
