@@ -73,6 +73,12 @@ Runner DefineFbType(CLI::App& app);
 std::string AddressText(std::uint32_t nAddress);
 std::uint32_t ReadAddress(const std::string& strText);
 
+Runner DefineTask(CLI::App& app);
+Runner DefineLoad(CLI::App& app);
+Runner DefineErrors(CLI::App& app);
+Runner DefineUserCfg(CLI::App& app);
+Runner DefineNode(CLI::App& app);
+Runner DefineChain(CLI::App& app);
 Runner DefineThreads(CLI::App& app);
 Runner DefineAsn(CLI::App& app);
 Runner DefineEvent(CLI::App& app);

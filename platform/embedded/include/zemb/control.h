@@ -28,6 +28,11 @@ ZEMB_API void SetLanguage(const std::string& strLanguage);
 // Announces that the process is exiting (or not); ZembIsExit() tells.
 ZEMB_API void SetExit(bool bExit);
 
+// Makes a call-chain manager that writes each record as a line of <state>/log/callchain.jsonl, or
+// takes it away again; at first there is none.
+ZEMB_API void SetCallChain(bool bOn);
+ZEMB_API std::string CallChainLog();  // "" without a state folder
+
 // The platform's clock: microseconds since 1970, UTC.
 ZEMB_API long long NowMicroseconds();
 // The same in whole seconds, at the cost of one time().

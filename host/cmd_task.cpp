@@ -1,0 +1,379 @@
+#include "command.h"
+
+#include "tovelkarin/teoperationlog.h"
+#include "tovelkarin/tnnereply.h"
+#include "tovelkarin/tnprogress.h"
+#include "tovelkarin/tnthreadmgr.h"
+
+#include "zemb/error_log.h"
+#include "zemb/operlog_store.h"
+#include "zemb/progress_view.h"
+#include "zemb/task_pool.h"
+
+#include <CLI/CLI.hpp>
+
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <iostream>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <set>
+
+namespace host {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using NSTE_util::TEMutexOperMgr;
+using NSTE_util::TEOperObject;
+using NSTE_util::TNProgressIF;
+
+constexpr std::uint32_t LOCAL_ADDRESS = 0x7F000001;
+constexpr unsigned long NE_TIME_OUT = 0x4108C002;
+constexpr std::size_t QUEUE = 256;
+constexpr auto PROGRESS_PAUSE = std::chrono::milliseconds(200);
+
+struct TaskArguments {
+    int nOper = 0;
+    int nNe = 0;
+    int nUser = 1;
+    int nSteps = 4;
+    bool bFail = false;
+};
+
+ZembCmdMSG MessageOf(int nOper, std::uint32_t nRequest) {
+    ZembCmdMSG msg{};
+    msg.nClientAddr = LOCAL_ADDRESS;
+    msg.nHandle = ZembAppMgr::OwnHandle();
+    msg.nReplyHandle = msg.nHandle;
+    msg.nRequest = nRequest;
+    msg.nCmd = static_cast<std::uint32_t>(nOper);
+    return msg;
+}
+
+// What a server process does for a command: exclusion, progress, the reply of the NE, the log.
+unsigned long RunOperation(ZembGnlTask& task, const TaskArguments& args) {
+    const NSTN_util::TNThreadGuard busy("operation " + std::to_string(args.nOper));
+    TNProgressIF& progress = *TNProgressIF::Instance();
+    progress.Register(static_cast<long>(task.GetTaskId()), &task);
+    NSTN_util::TNCommonLog log;
+    log.SetOperObject(NSTN_util::GetVirtaulNodeIDByNeID(args.nNe));
+    const NSTE_util::TEMutexOperNEGuard guard(args.nNe);
+    unsigned long nResult = guard.m_nResult;
+    if (nResult == 0) {
+        log.SetOperInfo("operation " + std::to_string(args.nOper));
+        progress.SetProgressSection(100, args.nSteps);
+        for (int i = 0; i < args.nSteps && !progress.IsAbort(); ++i)
+            progress.SendSectionStep(("step " + std::to_string(i + 1)).c_str());
+        qcommon::QAsnErrInfoReturn reply;
+        reply.nCode = args.bFail ? NE_TIME_OUT : 0;
+        NSTN_util::ProcessMultiNEReqResult(reply);
+        nResult = reply.nCode;
+        log.AppendOperInfo(nResult == 0 ? "done" : "the NE did not answer in time");
+    } else {
+        log.SetOperInfo("operation " + std::to_string(args.nOper) + " refused");
+    }
+    log.AddOperationLog(task.GetCurReqMsg(), NSTN_util::GetUserID(), static_cast<int>(nResult),
+                        static_cast<unsigned long>(args.nNe), 4, 2);
+    progress.UnRegister(&task);
+    return nResult;
+}
+
+int RunTask(Session& session, const TaskArguments& args) {
+    if (args.nSteps < 1)
+        throw CommandError(WRONG_USAGE, "task run: at least one step");
+    const zemb::ScopedProgressListener listener(
+        [&](const ZembGnlTask*, int nPercent, const std::string& strDesc) {
+            Json::Value record;
+            record["percent"] = nPercent;
+            record["text"] = strDesc;
+            session.out.Put("  " + std::to_string(nPercent) + " %  " + strDesc, record);
+        });
+    unsigned long nResult = 0;
+    {
+        zemb::TaskPool pool(1, 1);
+        pool.Submit(MessageOf(args.nOper, 1), {args.nUser},
+                    [&](ZembGnlTask& task) { nResult = RunOperation(task, args); });
+    }
+    Json::Value record;
+    record["result"] = static_cast<Json::UInt64>(nResult);
+    session.out.Put("operation " + std::to_string(args.nOper) + " on NE " +
+                        std::to_string(args.nNe) +
+                        (nResult == 0 ? ": done" : ": ended with " + Hex(nResult)),
+                    record);
+    return nResult == 0 ? DONE : ANSWER_NO;
+}
+
+struct LoadArguments {
+    std::uint64_t nTasks = 10000;
+    std::size_t nThreads = 2;
+    int nNes = 1000;
+    double dSeconds = 0;
+    unsigned nSeed = 1;
+    bool bNoLog = false;
+};
+
+// Which operations run on which NE, written down beside the library, and what is counted.
+class Load {
+public:
+    Load(const Session& session, const LoadArguments& args)
+        : m_args(args), m_table(session.ledger.table), m_vecOper(m_table.Operations()) {
+        if (m_vecOper.empty())
+            throw CommandError(WRONG_USAGE,
+                               "load: no table of operations; give --root DIR, or mutex load FILE");
+        if (!session.ledger.Grants().empty())
+            throw CommandError(ANSWER_NO, "load: something is held; 'release --all' first");
+    }
+
+    int Run(const Session& session) {
+        const std::size_t nRowsBefore = Rows();
+        const auto tStart = Clock::now();
+        RunTasks();
+        m_dSeconds = std::chrono::duration<double>(Clock::now() - tStart).count();
+        const std::vector<std::string> vecFault = Check(Rows() - nRowsBefore);
+        Put(session, vecFault);
+        return vecFault.empty() ? DONE : ANSWER_NO;
+    }
+
+private:
+    void RunTasks() {
+        std::mt19937 random(m_args.nSeed);
+        const bool bTerminal = isatty(STDERR_FILENO) == 1;
+        const auto tEnd = Clock::now() + std::chrono::duration<double>(m_args.dSeconds);
+        auto tShown = Clock::now();
+        zemb::TaskPool pool(m_args.nThreads, QUEUE);
+        for (std::uint64_t i = 0; m_args.dSeconds > 0 ? Clock::now() < tEnd : i < m_args.nTasks;
+             ++i) {
+            const int nOper = m_vecOper[random() % m_vecOper.size()];
+            const TEOperObject obj{
+                1 + static_cast<int>(random() % static_cast<unsigned>(m_args.nNes)),
+                random() % 4 == 0 ? 0 : static_cast<int>(random() % 8), 0};
+            pool.Submit(MessageOf(nOper, static_cast<std::uint32_t>(i)), {static_cast<int>(i % 50)},
+                        [this, nOper, obj](ZembGnlTask& task) { RunOne(task, nOper, obj); });
+            if (bTerminal && Clock::now() - tShown > PROGRESS_PAUSE) {
+                tShown = Clock::now();
+                std::cerr << "\r" << m_nGranted << " granted, " << m_nRefused << " refused "
+                          << std::flush;
+            }
+        }
+        pool.Wait();
+        if (bTerminal)
+            std::cerr << "\r\033[K" << std::flush;
+    }
+
+    void RunOne(ZembGnlTask& task, int nOper, const TEOperObject& obj) {
+        const auto tStart = Clock::now();
+        const NSTN_util::TNThreadGuard busy("load");
+        TNProgressIF& progress = *TNProgressIF::Instance();
+        progress.Register(static_cast<long>(task.GetTaskId()), &task);
+        TEMutexOperMgr& mgr = *TEMutexOperMgr::Instance();
+        const unsigned long nResult = mgr.AcquireMutexOper(nOper, obj);
+        if (nResult == 0) {
+            Enter(nOper, obj);
+            progress.SendProgress(50, "half");
+            Leave(nOper, obj);
+            mgr.ReleaseMutexOper(nOper, obj);
+            ++m_nGranted;
+        } else {
+            ++m_nRefused;
+            const std::lock_guard<std::mutex> guard(m_lock);
+            ++m_mapRefused[nResult];
+        }
+        if (!m_args.bNoLog) {
+            NSTN_util::TNCommonLog log;
+            log.SetOperInfo("load");
+            log.SetOperObject(ObjectText(obj));
+            log.AddOperationLog(task.GetCurReqMsg(), NSTN_util::GetUserID(),
+                                static_cast<int>(nResult), static_cast<unsigned long>(obj.nNeId), 4,
+                                2);
+        }
+        progress.UnRegister(&task);
+        const auto nMicroseconds =
+            std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - tStart).count();
+        std::int64_t nLongest = m_nLongest;
+        while (nMicroseconds > nLongest &&
+               !m_nLongest.compare_exchange_weak(nLongest, nMicroseconds)) {
+        }
+    }
+
+    static bool Overlap(const TEOperObject& a, const TEOperObject& b) {
+        return a.nNeId == b.nNeId && (a.nObjId == 0 || b.nObjId == 0 || a.nObjId == b.nObjId);
+    }
+
+    // An operation leaves before the library lets go of it, so what stands here still runs.
+    void Enter(int nOper, const TEOperObject& obj) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        for (const auto& [nRunning, other] : m_multimapRunning[obj.nNeId])
+            if (m_table.Blocks(nRunning, nOper) && Overlap(obj, other))
+                ++m_nConflicts;
+        m_multimapRunning[obj.nNeId].emplace(nOper, obj);
+    }
+
+    void Leave(int nOper, const TEOperObject& obj) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        auto& running = m_multimapRunning[obj.nNeId];
+        for (auto it = running.lower_bound(nOper); it != running.end() && it->first == nOper; ++it)
+            if (it->second.nObjId == obj.nObjId) {
+                running.erase(it);
+                return;
+            }
+    }
+
+    // How many entries of the load the log holds.
+    static std::size_t Rows() {
+        if (zemb::OperLogFile().empty())
+            return 0;
+        zemb::OperLogFilter filter;
+        filter.strDescLike = "load";
+        std::size_t nRows = 0;
+        std::string strError;
+        if (!zemb::ReadOperLog(
+                filter, [&](const zemb::OperLogRow&) { return ++nRows > 0; }, strError))
+            throw CommandError(SYSTEM_FAILED, strError);
+        return nRows;
+    }
+
+    std::vector<std::string> Check(std::size_t nRows) {
+        std::vector<std::string> vecFault;
+        const auto Demand = [&](bool bGood, const std::string& strFault) {
+            if (!bGood)
+                vecFault.push_back(strFault);
+        };
+        Demand(m_nConflicts == 0,
+               std::to_string(m_nConflicts) + " times two conflicting operations ran at once");
+        m_nRows = nRows;
+        Demand(m_args.bNoLog || nRows == m_nGranted + m_nRefused,
+               std::to_string(nRows) + " log entries of " +
+                   std::to_string(m_nGranted + m_nRefused) + " operations");
+        TEMutexOperMgr& mgr = *TEMutexOperMgr::Instance();
+        for (const int nOper : m_vecOper) {
+            const TEOperObject everything{};
+            const bool bFree = mgr.AcquireMutexOper(nOper, everything) == 0;
+            Demand(bFree, "operation " + std::to_string(nOper) + " is refused though nothing runs");
+            if (bFree)
+                mgr.ReleaseMutexOper(nOper, everything);
+        }
+        Demand(NSTN_util::TNThreadMgr::Instance()->CheckNotExistThread(),
+               "threads are still registered");
+        Demand(zemb::AllProgress().empty(), "tasks still have missions");
+        return vecFault;
+    }
+
+    void Put(const Session& session, const std::vector<std::string>& vecFault) const {
+        const std::uint64_t nAll = m_nGranted + m_nRefused;
+        Json::Value record;
+        record["granted"] = static_cast<Json::UInt64>(m_nGranted);
+        record["refused"] = static_cast<Json::UInt64>(m_nRefused);
+        record["entries"] = static_cast<Json::UInt64>(m_nRows);
+        record["longest_us"] = static_cast<Json::Int64>(m_nLongest);
+        record["seconds"] = m_dSeconds;
+        std::string strText =
+            std::to_string(nAll) + " operations by " + Counted(m_args.nThreads, "thread") + " on " +
+            Counted(static_cast<std::size_t>(m_args.nNes), "NE") + "\n  granted  " +
+            std::to_string(m_nGranted) + "\n  refused  " + std::to_string(m_nRefused);
+        for (const auto& [nCode, nTimes] : m_mapRefused) {
+            record["refused_by"][Hex(nCode)] = static_cast<Json::UInt64>(nTimes);
+            strText += "\n    " + Hex(nCode) + "  " + std::to_string(nTimes);
+        }
+        strText += "\n  log entries  " + std::to_string(m_nRows) + "\n  longest  " +
+                   std::to_string(m_nLongest) + " us\n  " +
+                   std::to_string(
+                       static_cast<long>(static_cast<double>(nAll) / std::max(m_dSeconds, 1e-9))) +
+                   " operations a second";
+        for (const std::string& strFault : vecFault) {
+            record["faults"].append(strFault);
+            strText += "\n  FAULT: " + strFault;
+        }
+        if (vecFault.empty())
+            strText += std::string("\n  checked: no conflict, everything given back") +
+                       (m_args.bNoLog ? "" : ", an entry each");
+        session.out.Put(strText, record);
+    }
+
+    const LoadArguments& m_args;
+    const MutexFile& m_table;
+    const std::vector<int> m_vecOper;
+    std::mutex m_lock;
+    std::map<int, std::multimap<int, TEOperObject>> m_multimapRunning;  // by NE
+    std::map<unsigned long, std::uint64_t> m_mapRefused;
+    std::atomic<std::uint64_t> m_nGranted{0};
+    std::atomic<std::uint64_t> m_nRefused{0};
+    std::atomic<std::uint64_t> m_nConflicts{0};
+    std::atomic<std::int64_t> m_nLongest{0};
+    std::size_t m_nRows = 0;
+    double m_dSeconds = 0;
+};
+
+int ShowErrors(const Session& session) {
+    std::vector<std::vector<std::string>> vecRow = {{"TIME", "USER", "CODE", "NUMBERS", "TEXT"}};
+    for (const zemb::OperError& error : zemb::OperErrors()) {
+        Json::Value record;
+        record["time"] = error.strTime;
+        record["user"] = error.nUserId;
+        record["task"] = error.nTaskId;
+        if (error.nCode)
+            record["code"] = static_cast<Json::UInt64>(*error.nCode);
+        std::string strNumbers;
+        for (const int nValue : error.listValue) {
+            record["numbers"].append(nValue);
+            strNumbers += (strNumbers.empty() ? "" : ",") + std::to_string(nValue);
+        }
+        record["text"] = error.strFirst;
+        record["second_text"] = error.strSecond;
+        if (session.out.IsJson())
+            session.out.Put("", record);
+        vecRow.push_back(
+            {error.strTime, std::to_string(error.nUserId), error.nCode ? Hex(*error.nCode) : "",
+             strNumbers,
+             OnOneLine(error.strFirst + (error.strSecond.empty() ? "" : "; ") + error.strSecond)});
+    }
+    session.out.Say(vecRow.size() == 1 ? "no errors" : Table(vecRow));
+    return DONE;
+}
+
+}  // namespace
+
+Runner DefineTask(CLI::App& app) {
+    const auto pArgs = std::make_shared<TaskArguments>();
+    CLI::App* const pRun =
+        app.add_subcommand("run", "one operation on an NE, from the command to the log entry");
+    pRun->add_option("OPERATION", pArgs->nOper, "operation number, the command")->required();
+    pRun->add_option("NE", pArgs->nNe, "the NE")->required();
+    pRun->add_option("--user", pArgs->nUser, "whose work it is")->capture_default_str();
+    pRun->add_option("--steps", pArgs->nSteps, "steps of its progress")->capture_default_str();
+    pRun->add_flag("--fail", pArgs->bFail, "the NE does not answer in time");
+    app.require_subcommand(1);
+    return [pArgs](Session& session) { return RunTask(session, *pArgs); };
+}
+
+Runner DefineLoad(CLI::App& app) {
+    const auto pArgs = std::make_shared<LoadArguments>();
+    app.add_option("--tasks", pArgs->nTasks, "how many operations")->capture_default_str();
+    app.add_option("--seconds", pArgs->dSeconds, "or for how long")->check(CLI::PositiveNumber);
+    app.add_option("--threads", pArgs->nThreads, "worker threads")
+        ->check(CLI::Range(1, 1024))
+        ->capture_default_str();
+    app.add_option("--nes", pArgs->nNes, "on how many NEs")
+        ->check(CLI::Range(1, 1000000000))
+        ->capture_default_str();
+    app.add_option("--seed", pArgs->nSeed, "of the choice of operations and NEs")
+        ->capture_default_str();
+    app.add_flag("--no-log", pArgs->bNoLog, "without entries of the operation log");
+    return [pArgs](Session& session) { return Load(session, *pArgs).Run(session); };
+}
+
+Runner DefineErrors(CLI::App& app) {
+    const auto pClear = std::make_shared<bool>(false);
+    app.add_flag("--clear", *pClear, "forget them");
+    return [pClear](Session& session) {
+        if (!*pClear)
+            return ShowErrors(session);
+        zemb::ClearOperErrors();
+        return DONE;
+    };
+}
+
+}  // namespace host

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "zemb/export.h"
+#include "zemb/task.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace zemb {
+
+// Worker threads that run tasks, each with its request message and its user, one after the other.
+// Any thread may submit.
+class ZEMB_API TaskPool {
+public:
+    using Work = std::function<void(ZembGnlTask& task)>;
+
+    // nQueue: how many tasks may wait for a thread.
+    TaskPool(std::size_t nThreads, std::size_t nQueue);
+    ~TaskPool();  // runs what waits, and ends
+    TaskPool(const TaskPool&) = delete;
+    TaskPool& operator=(const TaskPool&) = delete;
+
+    // Runs work as a task of its own; waits while the queue is full. The message and the context
+    // are copied. What the work throws is noted in the default channel.
+    void Submit(const ZembCmdMSG& msg, const NSTE_util::TETaskContext& context, Work work);
+
+    // Returns when no task waits or runs.
+    void Wait();
+
+private:
+    struct Pool;
+    const std::unique_ptr<Pool> m_pPool;
+};
+
+}  // namespace zemb

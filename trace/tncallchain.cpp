@@ -1,0 +1,113 @@
+#include "tovelkarin/tncallchain.h"
+
+#include "trace/number_text.h"
+#include "trace/trace_line.h"
+
+#include "zemb/callchain.h"
+#include "zemb/time.h"
+
+#include <json/writer.h>
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <ctime>
+#include <deque>
+#include <memory>
+
+namespace NSTN_util {
+
+namespace {
+
+constexpr int LEVEL_NO_MANAGER = 3;
+constexpr std::size_t CHAINS_MOST = 64;
+
+struct Chain {
+    std::string strId;
+    std::string strParent;
+    std::string strName;
+    Json::Value ext{Json::objectValue};
+    Json::UInt64 nSequence = 0;
+};
+
+thread_local std::deque<Chain> t_dequeChain;
+std::atomic<unsigned long> g_nLastChain{0};
+
+NSTE_util::CallChainMgr* Manager(const char* szFunction) {
+    NSTE_util::CallChainMgr* const pMgr = NSTE_util::CallChainMgr::Instance();
+    if (pMgr == nullptr)
+        TNTrace2LogFile(MODULE_NAME, LEVEL_NO_MANAGER,
+                        std::string(szFunction) + ": no CallChainMgr");
+    return pMgr;
+}
+
+std::string UtcNow() {
+    const std::time_t tNow = ZEMB_OS::time();
+    std::tm parts{};
+    gmtime_r(&tNow, &parts);
+    char szText[64];
+    return std::string(szText, std::strftime(szText, sizeof szText, "%Y-%m-%d %H:%M:%SZ", &parts));
+}
+
+std::string RecordOf(const Chain& chain, const std::string& strText) {
+    Json::Value record;
+    record["id"] = chain.strId;
+    record["parent"] = chain.strParent;
+    record["sequence"] = chain.nSequence;
+    record["module"] = MODULE_NAME;
+    record["name"] = chain.strName;
+    record["thread"] = static_cast<Json::UInt64>(pthread_self());
+    record["time"] = UtcNow();
+    record["text"] = strText;
+    record["ext"] = chain.ext;
+    Json::StreamWriterBuilder builder;
+    builder["indentation"] = "";
+    return Json::writeString(builder, record);
+}
+
+}  // namespace
+
+std::string BeginCallChain(const std::string& strName) {
+    std::string strId;
+    GuardedCall([&] {
+        if (Manager("BeginCallChain") == nullptr)
+            return;
+        Chain chain;
+        chain.strId = IntegerText(getpid()) + "-" + IntegerText(++g_nLastChain);
+        chain.strParent = t_dequeChain.empty() ? "" : t_dequeChain.back().strId;
+        chain.strName = strName;
+        t_dequeChain.push_back(std::move(chain));
+        if (t_dequeChain.size() > CHAINS_MOST)
+            t_dequeChain.pop_front();
+        strId = t_dequeChain.back().strId;
+    });
+    return strId;
+}
+
+void EndCallChain() {
+    if (!t_dequeChain.empty())
+        t_dequeChain.pop_back();
+}
+
+void TnSetCallChainExtInfo(const std::string& strKey, const std::string& strValue) {
+    GuardedCall([&] {
+        if (!t_dequeChain.empty())
+            t_dequeChain.back().ext[strKey] = strValue;
+    });
+}
+
+bool TraceCallChain(const std::string& strText) {
+    bool bWritten = false;
+    GuardedCall([&] {
+        NSTE_util::CallChainMgr* const pMgr = Manager("TraceCallChain");
+        if (pMgr == nullptr || t_dequeChain.empty())
+            return;
+        ++t_dequeChain.back().nSequence;
+        pMgr->Write(RecordOf(t_dequeChain.back(), strText));
+        bWritten = true;
+    });
+    return bWritten;
+}
+
+}  // namespace NSTN_util
