@@ -116,7 +116,7 @@ Runner DefineChain(CLI::App& app) {
                 throw CommandError(ANSWER_NO, "nobody takes records; 'chain on' first");
             Json::Value record;
             record["id"] = strId;
-            session.out.Put(strId, record);
+            session.out.Put("chain " + strId, record);
         } else if (pEnd->parsed()) {
             NSTN_util::EndCallChain();
         } else if (pSet->parsed()) {
