@@ -95,6 +95,11 @@ constexpr Goal GOALS[] = {
     {"oplog_sixteen_writers",           0.3 },
     {"oplog_list",                      1.2 },
     {"asn_fixed",                       1.0 },
+    {"progress_step",                   1.5 },
+    {"progress_two_threads",            1.5 },
+    {"asn_list",                        1.5 },
+    {"error_code",                      0.5 },
+    {"message",                         1.5 },
 };
 
 constexpr Growth GROWTHS[] = {
@@ -125,6 +130,9 @@ constexpr Growth GROWTHS[] = {
     {"backup_build",   "linear", 2.5, 1000},
     {"thread_register", "flat",  2.5, 1},
     {"oplog_split",    "linear", 2.5, 1000},
+    {"progress_step",  "flat",   2.5, 10},
+    {"asn_list",       "linear", 2.5, 1000},
+    {"message",        "linear", 2.5, 1024},
     {"asn_fixed",      "linear", 2.5, 1000000},
     {"backup_read",    "linear", 2.5, 1000},
     {"backup_children", "linear", 2.5, 1000},

@@ -2,7 +2,6 @@
 
 #include "trace/assert_point.h"
 #include "trace/guarded_call.h"
-#include "util/mutex_attribute.h"
 #include "util/singleton.h"
 
 #include "zemb/task.h"
@@ -52,8 +51,19 @@ void TNProgressIF::Destroy() {
 
 TNProgressIF::~TNProgressIF() = default;
 
-TNProgressImpl::TNProgressImpl()
-    : m_lock(nullptr, NSTN_util::MutexAttribute(PTHREAD_MUTEX_ERRORCHECK).Get()) {}
+TNProgressImpl::Guard::Guard(TNProgressImpl& progress) : m_owner(progress.m_owner) {
+    if (m_owner.load(std::memory_order_relaxed) == pthread_self())
+        return;
+    m_guard.emplace(progress.m_lock);
+    m_owner.store(pthread_self(), std::memory_order_relaxed);
+}
+
+TNProgressImpl::Guard::~Guard() {
+    if (m_guard)
+        m_owner.store(pthread_t{}, std::memory_order_relaxed);
+}
+
+TNProgressImpl::TNProgressImpl() = default;
 
 TNProgressImpl::~TNProgressImpl() = default;
 
@@ -66,7 +76,7 @@ void TNProgressImpl::Register(long lMission, ZembGnlTask* pTask) {
     if (pTask == nullptr)
         return;
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         const ZembCmdMSG* const pReqMsg = pTask->GetCurReqMsg();
         if (pReqMsg == nullptr)
             ReportAssert(ASSERT_REQUEST);
@@ -81,7 +91,7 @@ void TNProgressImpl::UnRegister(ZembGnlTask* pTask) {
     if (pTask == nullptr)
         return;
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         ProgressMgr::Instance()->UnRegister(pTask);
         m_mapTaskMission.erase(pTask);
         m_mapTaskSection.erase(pTask);
@@ -91,7 +101,7 @@ void TNProgressImpl::UnRegister(ZembGnlTask* pTask) {
 bool TNProgressImpl::IsAbort() {
     bool bAbort = false;
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         ZembGnlTask* const pTask = ZembGetCurrentTask();
         bAbort = pTask != nullptr && ProgressMgr::Instance()->IsAbort(pTask);
     });
@@ -100,7 +110,7 @@ bool TNProgressImpl::IsAbort() {
 
 void TNProgressImpl::SendProgress(int nPercent, const char* szDesc) {
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         if (ZembGnlTask* const pTask = ZembGetCurrentTask())
             Send(pTask, nPercent, szDesc);
     });
@@ -109,7 +119,7 @@ void TNProgressImpl::SendProgress(int nPercent, const char* szDesc) {
 bool TNProgressImpl::SendProgressWithAbort(int nPercent, const char* szDesc) {
     bool bAbort = false;
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         ZembGnlTask* const pTask = ZembGetCurrentTask();
         if (pTask == nullptr)
             return;
@@ -122,7 +132,7 @@ bool TNProgressImpl::SendProgressWithAbort(int nPercent, const char* szDesc) {
 
 void TNProgressImpl::SetProgressScale(int nScale) {
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         ZembGnlTask* const pTask = ZembGetCurrentTask();
         if (pTask == nullptr)
             return ReportAssert(ASSERT_SET_SCALE);
@@ -133,7 +143,7 @@ void TNProgressImpl::SetProgressScale(int nScale) {
 
 void TNProgressImpl::RestoreProgressScale() {
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         ZembGnlTask* const pTask = ZembGetCurrentTask();
         if (pTask == nullptr)
             return ReportAssert(ASSERT_RESTORE_SCALE);
@@ -146,7 +156,7 @@ void TNProgressImpl::SetProgressSection(int nRange, int nSteps) {
     if (nRange > RANGE_MAX || nSteps < 1)
         return;
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         ZembGnlTask* const pTask = ZembGetCurrentTask();
         const ClientMissionID* const pMission = FindMission(pTask);
         int nPercent = 0;
@@ -159,7 +169,7 @@ void TNProgressImpl::SetProgressSection(int nRange, int nSteps) {
 
 void TNProgressImpl::SendSectionStep(const char* szDesc) {
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         ZembGnlTask* const pTask = ZembGetCurrentTask();
         const auto it = m_mapTaskSection.find(pTask);
         if (pTask == nullptr || it == m_mapTaskSection.end())
@@ -179,7 +189,7 @@ void TNProgressImpl::SendSectionStep(const char* szDesc) {
 
 void TNProgressImpl::SendStep(int nStep, const char* szDesc) {
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         ZembGnlTask* const pTask = ZembGetCurrentTask();
         if (pTask == nullptr)
             return ReportAssert(ASSERT_STEP);
@@ -197,7 +207,7 @@ void TNProgressImpl::SendStep(int nStep, const char* szDesc) {
 unsigned int TNProgressImpl::GetMissionID() {
     unsigned int nMission = 0;
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         if (const ClientMissionID* const pMission = FindMission(ZembGetCurrentTask()))
             nMission = pMission->nMission;
     });
@@ -207,7 +217,7 @@ unsigned int TNProgressImpl::GetMissionID() {
 int TNProgressImpl::GetCurProgress() {
     int nPercent = 0;
     GuardedCall([&] {
-        const Guard guard(m_lock);
+        const Guard guard(*this);
         float fScale = 0;
         if (const ClientMissionID* const pMission = FindMission(ZembGetCurrentTask()))
             ProgressMgr::Instance()->GetProgress(*pMission, nPercent, fScale);

@@ -2,12 +2,17 @@
 
 #include "tovelkarin/tnprogress.h"
 
+#include "util/spin_guard.h"
+
 #include "zemb/progress.h"
 
-#include <ace/Guard_T.h>
 #include <ace/Thread_Mutex.h>
 
+#include <pthread.h>
+
+#include <atomic>
 #include <map>
+#include <optional>
 
 namespace NSTE_util {
 
@@ -39,13 +44,25 @@ public:
     int GetCurProgress() override;
 
 private:
-    using Guard = ACE_Guard<ACE_Thread_Mutex>;
+    // Holds the lock; a thread that calls back while it holds it is let through.
+    class Guard {
+    public:
+        explicit Guard(TNProgressImpl& progress);
+        ~Guard();
+        Guard(const Guard&) = delete;
+        Guard& operator=(const Guard&) = delete;
+
+    private:
+        std::atomic<pthread_t>& m_owner;
+        std::optional<NSTN_util::SpinGuard<ACE_Thread_Mutex>> m_guard;
+    };
 
     const ClientMissionID* FindMission(ZembGnlTask* pTask) const;
 
     std::map<ZembGnlTask*, ClientMissionID> m_mapTaskMission;
     std::map<ZembGnlTask*, TNProgressSection> m_mapTaskSection;
-    ACE_Thread_Mutex m_lock;  // its owner may call back
+    ACE_Thread_Mutex m_lock;
+    std::atomic<pthread_t> m_owner{};  // of the lock
 };
 
 }  // namespace NSTE_util

@@ -4,8 +4,8 @@
 #include "trace/nap.h"
 #include "trace/trace_line.h"
 #include "util/singleton.h"
+#include "util/spin_guard.h"
 
-#include <ace/Guard_T.h>
 #include <ace/Recursive_Thread_Mutex.h>
 
 #include <pthread.h>
@@ -23,13 +23,6 @@ constexpr int NAPS_TO_NEXT_LIST = 30;
 
 using ThreadMap = std::map<unsigned long, TNThreadInfo>;
 
-// Lets the other thread of the processor go on.
-void Pause() {
-#if defined(__x86_64__)
-    __builtin_ia32_pause();
-#endif
-}
-
 std::uint32_t Shown(unsigned long nThreadId) {
     return static_cast<std::uint32_t>(nThreadId);
 }
@@ -41,23 +34,7 @@ struct TNThreadMgr::Registry {
     ThreadMap mapThread;
     ThreadMap::node_type nodeSpare;  // of a thread that has gone, for the next one
 
-    // The lock is held for moments only, so it is asked for again before the thread sleeps.
-    class Guard {
-    public:
-        explicit Guard(ACE_Recursive_Thread_Mutex& lock) : m_guard(lock, false) {
-            for (int nPauses = 8; nPauses <= PAUSES_MOST && !m_guard.locked(); nPauses *= 2) {
-                for (int i = 0; i < nPauses; ++i)
-                    Pause();
-                m_guard.tryacquire();
-            }
-            if (!m_guard.locked())
-                m_guard.acquire();
-        }
-
-    private:
-        static constexpr int PAUSES_MOST = 128;
-        ACE_Guard<ACE_Recursive_Thread_Mutex> m_guard;
-    };
+    using Guard = SpinGuard<ACE_Recursive_Thread_Mutex>;
 
     void Remove(ThreadMap::iterator it) { nodeSpare = mapThread.extract(it); }
 

@@ -37,7 +37,10 @@ std::shared_ptr<const Receiver> Find(std::uint32_t nModule) {
 ZembCmdMSG* ZembAppMgr::AllocMsg(std::size_t nPayload) noexcept {
     if (nPayload > SIZE_MAX - ZEMB_MSG_PAYLOAD)
         return nullptr;
-    return static_cast<ZembCmdMSG*>(std::calloc(1, ZEMB_MSG_PAYLOAD + nPayload));
+    auto* const pMsg = static_cast<ZembCmdMSG*>(std::malloc(ZEMB_MSG_PAYLOAD + nPayload));
+    if (pMsg != nullptr)
+        *pMsg = {};
+    return pMsg;
 }
 
 void ZembAppMgr::FreeMsg(ZembCmdMSG* pMsg) noexcept {

@@ -44,7 +44,8 @@ static_assert(sizeof(ZembCmdMSG) == ZEMB_MSG_PAYLOAD, "words of 32 bits without 
 // Messages between the modules of a process. Any thread.
 class ZEMB_API ZembAppMgr {
 public:
-    // A message with room for a payload, all zero; null without memory. FreeMsg takes it back.
+    // A message with room for a payload, its header all zero; null without memory. FreeMsg takes it
+    // back.
     static ZembCmdMSG* AllocMsg(std::size_t nPayload) noexcept;
     static void FreeMsg(ZembCmdMSG* pMsg) noexcept;  // null does nothing
 
