@@ -34,6 +34,7 @@ using NSTE_util::TNProgressIF;
 constexpr std::uint32_t LOCAL_ADDRESS = 0x7F000001;
 constexpr unsigned long NE_TIME_OUT = 0x4108C002;
 constexpr std::size_t QUEUE = 256;
+constexpr std::uint64_t TASKS_MOST = 1000000000000;
 constexpr auto PROGRESS_PAUSE = std::chrono::milliseconds(200);
 
 struct TaskArguments {
@@ -54,11 +55,25 @@ ZembCmdMSG MessageOf(int nOper, std::uint32_t nRequest) {
     return msg;
 }
 
+// The mission of a task, its number that of the task, as long as it lives.
+class Registration {
+public:
+    explicit Registration(ZembGnlTask& task) : m_task(task) {
+        TNProgressIF::Instance()->Register(static_cast<long>(task.GetTaskId()), &task);
+    }
+    ~Registration() { TNProgressIF::Instance()->UnRegister(&m_task); }
+    Registration(const Registration&) = delete;
+    Registration& operator=(const Registration&) = delete;
+
+private:
+    ZembGnlTask& m_task;
+};
+
 // What a server process does for a command: exclusion, progress, the reply of the NE, the log.
 unsigned long RunOperation(ZembGnlTask& task, const TaskArguments& args) {
     const NSTN_util::TNThreadGuard busy("operation " + std::to_string(args.nOper));
     TNProgressIF& progress = *TNProgressIF::Instance();
-    progress.Register(static_cast<long>(task.GetTaskId()), &task);
+    const Registration registration(task);
     NSTN_util::TNCommonLog log;
     log.SetOperObject(NSTN_util::GetVirtaulNodeIDByNeID(args.nNe));
     const NSTE_util::TEMutexOperNEGuard guard(args.nNe);
@@ -78,13 +93,10 @@ unsigned long RunOperation(ZembGnlTask& task, const TaskArguments& args) {
     }
     log.AddOperationLog(task.GetCurReqMsg(), NSTN_util::GetUserID(), static_cast<int>(nResult),
                         static_cast<unsigned long>(args.nNe), 4, 2);
-    progress.UnRegister(&task);
     return nResult;
 }
 
 int RunTask(Session& session, const TaskArguments& args) {
-    if (args.nSteps < 1)
-        throw CommandError(WRONG_USAGE, "task run: at least one step");
     const zemb::ScopedProgressListener listener(
         [&](const ZembGnlTask*, int nPercent, const std::string& strDesc) {
             Json::Value record;
@@ -129,11 +141,11 @@ public:
     }
 
     int Run(const Session& session) {
-        const std::size_t nRowsBefore = Rows();
+        const long long nLastRow = LastRow();
         const auto tStart = Clock::now();
         RunTasks();
         m_dSeconds = std::chrono::duration<double>(Clock::now() - tStart).count();
-        const std::vector<std::string> vecFault = Check(Rows() - nRowsBefore);
+        const std::vector<std::string> vecFault = Check(RowsBehind(nLastRow));
         Put(session, vecFault);
         return vecFault.empty() ? DONE : ANSWER_NO;
     }
@@ -152,7 +164,10 @@ private:
                 1 + static_cast<int>(random() % static_cast<unsigned>(m_args.nNes)),
                 random() % 4 == 0 ? 0 : static_cast<int>(random() % 8), 0};
             pool.Submit(MessageOf(nOper, static_cast<std::uint32_t>(i)), {static_cast<int>(i % 50)},
-                        [this, nOper, obj](ZembGnlTask& task) { RunOne(task, nOper, obj); });
+                        [this, nOper, obj, tSubmitted = Clock::now()](ZembGnlTask& task) {
+                            RunOne(task, nOper, obj, tSubmitted);
+                        });
+            ++m_nSubmitted;
             if (bTerminal && Clock::now() - tShown > PROGRESS_PAUSE) {
                 tShown = Clock::now();
                 std::cerr << "\r" << m_nGranted << " granted, " << m_nRefused << " refused "
@@ -164,13 +179,26 @@ private:
             std::cerr << "\r\033[K" << std::flush;
     }
 
-    void RunOne(ZembGnlTask& task, int nOper, const TEOperObject& obj) {
-        const auto tStart = Clock::now();
+    void RunOne(ZembGnlTask& task, int nOper, const TEOperObject& obj,
+                Clock::time_point tSubmitted) {
         const NSTN_util::TNThreadGuard busy("load");
         TNProgressIF& progress = *TNProgressIF::Instance();
-        progress.Register(static_cast<long>(task.GetTaskId()), &task);
+        {
+            const Registration registration(task);
+            if (progress.GetMissionID() != task.GetTaskId())
+                ++m_nWrongMissions;
+            RunRegistered(task, nOper, obj, tSubmitted);
+        }
+        if (progress.GetMissionID() != 0)
+            ++m_nWrongMissions;
+    }
+
+    void RunRegistered(ZembGnlTask& task, int nOper, const TEOperObject& obj,
+                       Clock::time_point tSubmitted) {
+        TNProgressIF& progress = *TNProgressIF::Instance();
         TEMutexOperMgr& mgr = *TEMutexOperMgr::Instance();
         const unsigned long nResult = mgr.AcquireMutexOper(nOper, obj);
+        NoteWait(tSubmitted);
         if (nResult == 0) {
             Enter(nOper, obj);
             progress.SendProgress(50, "half");
@@ -190,9 +218,13 @@ private:
                                 static_cast<int>(nResult), static_cast<unsigned long>(obj.nNeId), 4,
                                 2);
         }
-        progress.UnRegister(&task);
+    }
+
+    // From the command to the answer whether the operation may run.
+    void NoteWait(Clock::time_point tSubmitted) {
         const auto nMicroseconds =
-            std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - tStart).count();
+            std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - tSubmitted)
+                .count();
         std::int64_t nLongest = m_nLongest;
         while (nMicroseconds > nLongest &&
                !m_nLongest.compare_exchange_weak(nLongest, nMicroseconds)) {
@@ -207,7 +239,10 @@ private:
     void Enter(int nOper, const TEOperObject& obj) {
         const std::lock_guard<std::mutex> guard(m_lock);
         for (const auto& [nRunning, other] : m_multimapRunning[obj.nNeId])
-            if (m_table.Blocks(nRunning, nOper) && Overlap(obj, other))
+            // Where only one keeps the other out, the order in which they were let in counts, and
+            // is not known here.
+            if (m_table.Blocks(nRunning, nOper) && m_table.Blocks(nOper, nRunning) &&
+                Overlap(obj, other))
                 ++m_nConflicts;
         m_multimapRunning[obj.nNeId].emplace(nOper, obj);
     }
@@ -218,22 +253,39 @@ private:
         for (auto it = running.lower_bound(nOper); it != running.end() && it->first == nOper; ++it)
             if (it->second.nObjId == obj.nObjId) {
                 running.erase(it);
-                return;
+                break;
             }
+        if (running.empty())
+            m_multimapRunning.erase(obj.nNeId);
     }
 
-    // How many entries of the load the log holds.
-    static std::size_t Rows() {
-        if (zemb::OperLogFile().empty())
-            return 0;
+    static long long LastRow() {
         zemb::OperLogFilter filter;
-        filter.strDescLike = "load";
+        filter.nLast = 1;
+        long long nId = 0;
+        Read(filter, [&](const zemb::OperLogRow& row) { nId = row.nId; });
+        return nId;
+    }
+
+    // How many entries this process has written since.
+    static std::size_t RowsBehind(long long nId) {
+        zemb::OperLogFilter filter;
+        filter.nAfterId = nId;
         std::size_t nRows = 0;
-        std::string strError;
-        if (!zemb::ReadOperLog(
-                filter, [&](const zemb::OperLogRow&) { return ++nRows > 0; }, strError))
-            throw CommandError(SYSTEM_FAILED, strError);
+        Read(filter,
+             [&](const zemb::OperLogRow& row) { nRows += row.nProcess == getpid() ? 1 : 0; });
         return nRows;
+    }
+
+    template <class Take>
+    static void Read(const zemb::OperLogFilter& filter, Take take) {
+        std::string strError;
+        const auto TakeAll = [&](const zemb::OperLogRow& row) {
+            take(row);
+            return true;
+        };
+        if (!zemb::OperLogFile().empty() && !zemb::ReadOperLog(filter, TakeAll, strError))
+            throw CommandError(SYSTEM_FAILED, strError);
     }
 
     std::vector<std::string> Check(std::size_t nRows) {
@@ -249,6 +301,7 @@ private:
                std::to_string(nRows) + " log entries of " +
                    std::to_string(m_nGranted + m_nRefused) + " operations");
         TEMutexOperMgr& mgr = *TEMutexOperMgr::Instance();
+        Demand(!mgr.HasRunningOper(), "not every operation was given back");
         for (const int nOper : m_vecOper) {
             const TEOperObject everything{};
             const bool bFree = mgr.AcquireMutexOper(nOper, everything) == 0;
@@ -256,6 +309,11 @@ private:
             if (bFree)
                 mgr.ReleaseMutexOper(nOper, everything);
         }
+        Demand(!mgr.HasRunningOper(), "operations are still running");
+        Demand(m_nSubmitted == m_nGranted + m_nRefused,
+               std::to_string(m_nSubmitted - m_nGranted - m_nRefused) + " tasks did not end");
+        Demand(m_nWrongMissions == 0,
+               std::to_string(m_nWrongMissions) + " times a task had a wrong mission");
         Demand(NSTN_util::TNThreadMgr::Instance()->CheckNotExistThread(),
                "threads are still registered");
         Demand(zemb::AllProgress().empty(), "tasks still have missions");
@@ -268,7 +326,8 @@ private:
         record["granted"] = static_cast<Json::UInt64>(m_nGranted);
         record["refused"] = static_cast<Json::UInt64>(m_nRefused);
         record["entries"] = static_cast<Json::UInt64>(m_nRows);
-        record["longest_us"] = static_cast<Json::Int64>(m_nLongest);
+        record["longest_wait_us"] = static_cast<Json::Int64>(m_nLongest);
+        record["per_second"] = static_cast<double>(nAll) / std::max(m_dSeconds, 1e-9);
         record["seconds"] = m_dSeconds;
         std::string strText =
             std::to_string(nAll) + " operations by " + Counted(m_args.nThreads, "thread") + " on " +
@@ -278,7 +337,7 @@ private:
             record["refused_by"][Hex(nCode)] = static_cast<Json::UInt64>(nTimes);
             strText += "\n    " + Hex(nCode) + "  " + std::to_string(nTimes);
         }
-        strText += "\n  log entries  " + std::to_string(m_nRows) + "\n  longest  " +
+        strText += "\n  log entries  " + std::to_string(m_nRows) + "\n  longest wait  " +
                    std::to_string(m_nLongest) + " us\n  " +
                    std::to_string(
                        static_cast<long>(static_cast<double>(nAll) / std::max(m_dSeconds, 1e-9))) +
@@ -302,6 +361,8 @@ private:
     std::atomic<std::uint64_t> m_nGranted{0};
     std::atomic<std::uint64_t> m_nRefused{0};
     std::atomic<std::uint64_t> m_nConflicts{0};
+    std::atomic<std::uint64_t> m_nWrongMissions{0};
+    std::uint64_t m_nSubmitted = 0;
     std::atomic<std::int64_t> m_nLongest{0};
     std::size_t m_nRows = 0;
     double m_dSeconds = 0;
@@ -343,7 +404,9 @@ Runner DefineTask(CLI::App& app) {
     pRun->add_option("OPERATION", pArgs->nOper, "operation number, the command")->required();
     pRun->add_option("NE", pArgs->nNe, "the NE")->required();
     pRun->add_option("--user", pArgs->nUser, "whose work it is")->capture_default_str();
-    pRun->add_option("--steps", pArgs->nSteps, "steps of its progress")->capture_default_str();
+    pRun->add_option("--steps", pArgs->nSteps, "steps of its progress")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
     pRun->add_flag("--fail", pArgs->bFail, "the NE does not answer in time");
     app.require_subcommand(1);
     return [pArgs](Session& session) { return RunTask(session, *pArgs); };
@@ -351,7 +414,9 @@ Runner DefineTask(CLI::App& app) {
 
 Runner DefineLoad(CLI::App& app) {
     const auto pArgs = std::make_shared<LoadArguments>();
-    app.add_option("--tasks", pArgs->nTasks, "how many operations")->capture_default_str();
+    app.add_option("--tasks", pArgs->nTasks, "how many operations")
+        ->check(CLI::Range(std::uint64_t{1}, TASKS_MOST))
+        ->capture_default_str();
     app.add_option("--seconds", pArgs->dSeconds, "or for how long")->check(CLI::PositiveNumber);
     app.add_option("--threads", pArgs->nThreads, "worker threads")
         ->check(CLI::Range(1, 1024))

@@ -49,8 +49,8 @@ int GetUserCfg(const Session& session, const zemb::UserCfgItem& item) {
 
 void ShowNode(const Session& session, const std::string& strText) {
     int nId = 0;
-    if (!NSTN_util::StrToInt(strText, nId, 10))
-        throw CommandError(WRONG_USAGE, "node: '" + strText + "' is no number");
+    if (!NSTN_util::StrToInt(strText, nId, 10) || std::to_string(nId) != strText)
+        throw CommandError(WRONG_USAGE, "node: '" + strText + "' is no number of 32 bits");
     Json::Value record;
     record["id"] = nId;
     record["text"] = NSTN_util::GetVirtaulNodeIDByNeID(nId);

@@ -136,8 +136,8 @@ void TNProgressImpl::SetProgressScale(int nScale) {
         ZembGnlTask* const pTask = ZembGetCurrentTask();
         if (pTask == nullptr)
             return ReportAssert(ASSERT_SET_SCALE);
-        if (const ClientMissionID* const pMission = FindMission(pTask))
-            ProgressMgr::Instance()->SetScale(*pMission, static_cast<float>(nScale));
+        if (FindMission(pTask) != nullptr)
+            ProgressMgr::Instance()->SetScale(pTask, static_cast<float>(nScale));
     });
 }
 
@@ -147,8 +147,8 @@ void TNProgressImpl::RestoreProgressScale() {
         ZembGnlTask* const pTask = ZembGetCurrentTask();
         if (pTask == nullptr)
             return ReportAssert(ASSERT_RESTORE_SCALE);
-        if (const ClientMissionID* const pMission = FindMission(pTask))
-            ProgressMgr::Instance()->RestoreScale(*pMission);
+        if (FindMission(pTask) != nullptr)
+            ProgressMgr::Instance()->RestoreScale(pTask);
     });
 }
 
@@ -158,11 +158,10 @@ void TNProgressImpl::SetProgressSection(int nRange, int nSteps) {
     GuardedCall([&] {
         const Guard guard(*this);
         ZembGnlTask* const pTask = ZembGetCurrentTask();
-        const ClientMissionID* const pMission = FindMission(pTask);
         int nPercent = 0;
         float fScale = 0;
-        if (pMission != nullptr &&
-            ProgressMgr::Instance()->GetProgress(*pMission, nPercent, fScale))
+        if (FindMission(pTask) != nullptr &&
+            ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale))
             m_mapTaskSection[pTask] = {nRange, nPercent, fScale, nSteps, 0};
     });
 }
@@ -193,11 +192,10 @@ void TNProgressImpl::SendStep(int nStep, const char* szDesc) {
         ZembGnlTask* const pTask = ZembGetCurrentTask();
         if (pTask == nullptr)
             return ReportAssert(ASSERT_STEP);
-        const ClientMissionID* const pMission = FindMission(pTask);
         int nPercent = 0;
         float fScale = 0;
-        if (pMission != nullptr &&
-            ProgressMgr::Instance()->GetProgress(*pMission, nPercent, fScale))
+        if (FindMission(pTask) != nullptr &&
+            ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale))
             Send(pTask,
                  Truncated(static_cast<float>(nStep) * fScale + static_cast<float>(nPercent)),
                  szDesc);
@@ -218,9 +216,10 @@ int TNProgressImpl::GetCurProgress() {
     int nPercent = 0;
     GuardedCall([&] {
         const Guard guard(*this);
+        ZembGnlTask* const pTask = ZembGetCurrentTask();
         float fScale = 0;
-        if (const ClientMissionID* const pMission = FindMission(ZembGetCurrentTask()))
-            ProgressMgr::Instance()->GetProgress(*pMission, nPercent, fScale);
+        if (FindMission(pTask) != nullptr)
+            ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale);
     });
     return nPercent;
 }

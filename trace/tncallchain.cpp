@@ -4,6 +4,7 @@
 #include "trace/trace_line.h"
 
 #include "zemb/callchain.h"
+#include "zemb/task.h"
 #include "zemb/time.h"
 
 #include <json/writer.h>
@@ -29,9 +30,23 @@ struct Chain {
     std::string strName;
     Json::Value ext{Json::objectValue};
     Json::UInt64 nSequence = 0;
+    std::uint32_t nTaskId = 0;
 };
 
+std::uint32_t CurrentTaskId() {
+    const ZembGnlTask* const pTask = ZembGetCurrentTask();
+    return pTask == nullptr ? 0 : pTask->GetTaskId();
+}
+
 thread_local std::deque<Chain> t_dequeChain;
+
+// What another task has left on this thread does not belong to the present one.
+void ForgetOtherTasks() {
+    const std::uint32_t nTaskId = CurrentTaskId();
+    while (!t_dequeChain.empty() && t_dequeChain.back().nTaskId != nTaskId)
+        t_dequeChain.pop_back();
+}
+
 std::atomic<unsigned long> g_nLastChain{0};
 
 NSTE_util::CallChainMgr* Manager(const char* szFunction) {
@@ -71,10 +86,12 @@ std::string RecordOf(const Chain& chain, const std::string& strText) {
 std::string BeginCallChain(const std::string& strName) {
     std::string strId;
     GuardedCall([&] {
-        if (Manager("BeginCallChain") == nullptr)
-            return;
+        ForgetOtherTasks();
         Chain chain;
-        chain.strId = IntegerText(getpid()) + "-" + IntegerText(++g_nLastChain);
+        // Without a manager it has no id and no records, but an end as every other.
+        if (Manager("BeginCallChain") != nullptr)
+            chain.strId = IntegerText(getpid()) + "-" + IntegerText(++g_nLastChain);
+        chain.nTaskId = CurrentTaskId();
         chain.strParent = t_dequeChain.empty() ? "" : t_dequeChain.back().strId;
         chain.strName = strName;
         t_dequeChain.push_back(std::move(chain));
@@ -86,12 +103,14 @@ std::string BeginCallChain(const std::string& strName) {
 }
 
 void EndCallChain() {
+    ForgetOtherTasks();
     if (!t_dequeChain.empty())
         t_dequeChain.pop_back();
 }
 
 void TnSetCallChainExtInfo(const std::string& strKey, const std::string& strValue) {
     GuardedCall([&] {
+        ForgetOtherTasks();
         if (!t_dequeChain.empty())
             t_dequeChain.back().ext[strKey] = strValue;
     });
@@ -101,11 +120,11 @@ bool TraceCallChain(const std::string& strText) {
     bool bWritten = false;
     GuardedCall([&] {
         NSTE_util::CallChainMgr* const pMgr = Manager("TraceCallChain");
-        if (pMgr == nullptr || t_dequeChain.empty())
+        ForgetOtherTasks();
+        if (pMgr == nullptr || t_dequeChain.empty() || t_dequeChain.back().strId.empty())
             return;
         ++t_dequeChain.back().nSequence;
-        pMgr->Write(RecordOf(t_dequeChain.back(), strText));
-        bWritten = true;
+        bWritten = pMgr->Write(RecordOf(t_dequeChain.back(), strText));
     });
     return bWritten;
 }

@@ -97,7 +97,8 @@ void Asn2Ems(const AsnIntList& listAsn, std::list<int>& listOut) {
 }
 
 void Ems2Asn(const std::list<int>& listNumber, AsnIntList& listAsn) {
-    listAsn.Reserve(listAsn.size() + listNumber.size());
+    if (listAsn.size() == 0)  // otherwise the list's own doubling keeps many calls linear
+        listAsn.Reserve(listNumber.size());
     for (const int nNumber : listNumber)
         listAsn.Append(AsnInt(nNumber));
 }
@@ -118,7 +119,9 @@ bool IsVirtualNodeID(const std::string& strId) {
 }
 
 int GetUserID() {
-    if (const NSTE_util::TETaskContext* const pContext = NSTE_util::GetTaskContext())
+    const NSTE_util::TETaskContext* pContext = nullptr;
+    GuardedCall([&] { pContext = NSTE_util::GetTaskContext(); });
+    if (pContext != nullptr)
         return pContext->GetUserID();
     Report("NSTE_util::GetTaskContext Failed");
     return NOBODY;
@@ -126,7 +129,8 @@ int GetUserID() {
 
 bool GetBoolIntEnvVarFromDB(const std::string& strSection, const std::string& strKey, int& nValue) {
     std::string strValue;
-    const bool bRead = FrameUtil::GetUserCfgInfo(strSection, strKey, strValue);
+    bool bRead = false;
+    GuardedCall([&] { bRead = FrameUtil::GetUserCfgInfo(strSection, strKey, strValue); });
     if (bRead && !strSection.empty() && !strValue.empty() && strValue != " ") {
         nValue = static_cast<int>(ReadLong(strValue, 10).nValue);
         return true;

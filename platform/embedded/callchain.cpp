@@ -24,24 +24,28 @@ constexpr mode_t FILE_MODE = 0640;
 class CallChainFile final : public NSTE_util::CallChainMgr {
 public:
     // One write a record: whole lines in the file, none lost when the process dies.
-    void Write(const std::string& strRecord) override {
+    bool Write(const std::string& strRecord) override {
         const std::string strFile = CallChainLog();
         if (strFile.empty())
-            return;
-        const std::string strLine = strRecord + "\n";
+            return false;
         const std::lock_guard<std::mutex> guard(m_lock);
         std::error_code ignored;  // then the file cannot be opened
         std::filesystem::create_directories(std::filesystem::path(strFile).parent_path(), ignored);
         const int nFile =
             open(strFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, FILE_MODE);
         if (nFile == -1)
-            return;
-        [[maybe_unused]] const ssize_t nWritten = write(nFile, strLine.data(), strLine.size());
+            return false;
+        const std::string strLine = (m_bTorn ? "\n" : "") + strRecord + "\n";
+        const ssize_t nWritten = write(nFile, strLine.data(), strLine.size());
         close(nFile);
+        if (nWritten > 0)
+            m_bTorn = static_cast<std::size_t>(nWritten) != strLine.size();
+        return nWritten == static_cast<ssize_t>(strLine.size());
     }
 
 private:
     std::mutex m_lock;
+    bool m_bTorn = false;  // the last line has no end
 };
 
 std::atomic<bool> g_bOn{false};

@@ -18,6 +18,8 @@ namespace zemb {
 namespace {
 
 constexpr std::size_t ERRORS_KEPT = 1000;
+constexpr std::size_t NUMBERS_KEPT = 1000;  // of one error
+constexpr std::size_t TEXT_KEPT = 10000;    // bytes
 
 class ErrorLog final : public NSTE_util::TEOperErrorLogIF {
 public:
@@ -55,6 +57,11 @@ public:
 
 private:
     void Add(OperError error) {
+        if (error.listValue.size() > NUMBERS_KEPT)
+            error.listValue.resize(NUMBERS_KEPT);
+        for (std::string* const pText : {&error.strFirst, &error.strSecond})
+            if (pText->size() > TEXT_KEPT)
+                pText->resize(TEXT_KEPT);
         error.strTime = FormatTime(NowMicroseconds());
         if (ZembGnlTask* const pTask = ZembGetCurrentTask()) {
             error.nTaskId = pTask->GetTaskId();

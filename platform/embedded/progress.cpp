@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <tuple>
 
 namespace NSTE_util {
@@ -53,24 +54,13 @@ public:
     void Register(const ClientMissionID& mission, ZembGnlTask* pTask) override {
         const std::lock_guard<std::mutex> guard(m_lock);
         State& state = m_mapTask[pTask];
-        if (std::find(state.vecMission.begin(), state.vecMission.end(), mission) !=
-            state.vecMission.end())
-            return;
-        state.vecMission.push_back(mission);
-        m_mapMission[mission] = pTask;
+        if (state.setMission.insert(mission).second)
+            state.vecMission.push_back(mission);
     }
 
-    void UnRegister(ZembGnlTask* pTask) override {
+    void UnRegister(const ZembGnlTask* pTask) override {
         const std::lock_guard<std::mutex> guard(m_lock);
-        const auto it = m_mapTask.find(pTask);
-        if (it == m_mapTask.end())
-            return;
-        for (const ClientMissionID& mission : it->second.vecMission) {
-            const auto itMission = m_mapMission.find(mission);
-            if (itMission != m_mapMission.end() && itMission->second == pTask)
-                m_mapMission.erase(itMission);
-        }
-        m_mapTask.erase(it);
+        m_mapTask.erase(pTask);
     }
 
     bool IsAbort(ZembGnlTask* pTask) override {
@@ -101,22 +91,22 @@ public:
         }
     }
 
-    void SetScale(const ClientMissionID& mission, float fScale) override {
+    void SetScale(ZembGnlTask* pTask, float fScale) override {
         const std::lock_guard<std::mutex> guard(m_lock);
-        if (State* const pState = Find(mission))
+        if (State* const pState = Find(pTask))
             pState->vecScale.push_back(fScale);
     }
 
-    void RestoreScale(const ClientMissionID& mission) override {
+    void RestoreScale(ZembGnlTask* pTask) override {
         const std::lock_guard<std::mutex> guard(m_lock);
-        State* const pState = Find(mission);
+        State* const pState = Find(pTask);
         if (pState != nullptr && pState->vecScale.size() > 1)
             pState->vecScale.pop_back();
     }
 
-    bool GetProgress(const ClientMissionID& mission, int& nPercent, float& fScale) override {
+    bool GetProgress(ZembGnlTask* pTask, int& nPercent, float& fScale) override {
         const std::lock_guard<std::mutex> guard(m_lock);
-        const State* const pState = Find(mission);
+        const State* const pState = Find(pTask);
         if (pState == nullptr)
             return false;
         nPercent = pState->nPercent;
@@ -159,21 +149,21 @@ public:
 
 private:
     struct State {
-        std::vector<ClientMissionID> vecMission;
+        std::vector<ClientMissionID> vecMission;  // in the order of registration
+        std::set<ClientMissionID> setMission;     // the same
         int nPercent = 0;
         std::vector<float> vecScale = {1.0F};
         bool bAbort = false;
         std::string strDesc;
     };
 
-    State* Find(const ClientMissionID& mission) {
-        const auto it = m_mapMission.find(mission);
-        return it == m_mapMission.end() ? nullptr : &m_mapTask[it->second];
+    State* Find(const ZembGnlTask* pTask) {
+        const auto it = m_mapTask.find(pTask);
+        return it == m_mapTask.end() ? nullptr : &it->second;
     }
 
     std::mutex m_lock;
     std::map<const ZembGnlTask*, State> m_mapTask;
-    std::map<ClientMissionID, const ZembGnlTask*> m_mapMission;
     std::map<int, std::shared_ptr<const Listener>> m_mapListener;
     int m_nLastId = 0;
 };

@@ -1,6 +1,7 @@
 #include "zemb/task.h"
 
 #include "zemb/control.h"
+#include "zemb/progress.h"
 
 #include <atomic>
 
@@ -12,7 +13,10 @@ std::atomic<std::uint32_t> g_nLastTaskId{0};
 ZembGnlTask::ZembGnlTask(ZembCmdMSG* pReqMsg, const NSTE_util::TETaskContext* pContext)
     : m_pReqMsg(pReqMsg), m_pContext(pContext), m_nTaskId(++g_nLastTaskId) {}
 
-ZembGnlTask::~ZembGnlTask() = default;
+// Another task may get the same address: nothing of this one may be left.
+ZembGnlTask::~ZembGnlTask() {
+    NSTE_util::ProgressMgr::Instance()->UnRegister(this);
+}
 
 ZembCmdMSG* ZembGnlTask::GetCurReqMsg() {
     return m_pReqMsg;

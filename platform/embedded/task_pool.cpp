@@ -3,6 +3,7 @@
 #include "zemb/control.h"
 #include "zemb/debug.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <exception>
@@ -38,12 +39,20 @@ void Run(Job& job) {
 }  // namespace
 
 struct TaskPool::Pool {
-    Pool(std::size_t nThreads, std::size_t nQueueOf) : nQueue(nQueueOf) {
-        for (std::size_t i = 0; i < nThreads; ++i)
-            vecThread.emplace_back([this] { Work(); });
+    Pool(std::size_t nThreads, std::size_t nQueueOf) : nQueue(std::max<std::size_t>(nQueueOf, 1)) {
+        try {
+            do
+                vecThread.emplace_back([this] { Work(); });
+            while (vecThread.size() < nThreads);
+        } catch (...) {
+            End();
+            throw;
+        }
     }
 
-    ~Pool() {
+    ~Pool() { End(); }
+
+    void End() {
         {
             const std::lock_guard<std::mutex> guard(lock);
             bEnd = true;

@@ -53,6 +53,8 @@ bool ReadUserCfg(std::vector<UserCfgItem>& vecItem, std::string& strError) {
         if (!std::filesystem::exists(FileOf()))
             return true;
         const std::unique_ptr<Database> pDatabase = Open(SQLITE_OPEN_READWRITE);
+        if (pDatabase->Number("SELECT count(*) FROM sqlite_master WHERE name = 'usercfg'") == 0)
+            return true;
         Statement statement(*pDatabase,
                             "SELECT section, key, value FROM usercfg ORDER BY section, key");
         while (statement.Step())

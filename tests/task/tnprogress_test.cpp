@@ -78,12 +78,12 @@ TEST_F(ProgressTest, KeepsTheFirstMissionOfATask) {
     Service().SendProgress(12, "second");
     int nPercent = 0;
     float fScale = 0;
-    EXPECT_TRUE(ProgressMgr::Instance()->GetProgress({8, &m_message}, nPercent, fScale));
+    EXPECT_TRUE(ProgressMgr::Instance()->GetProgress(&m_task, nPercent, fScale));
     EXPECT_EQ(12, nPercent);
     Service().UnRegister(&m_task);
     EXPECT_EQ(0U, Service().GetMissionID());
     EXPECT_THAT(zemb::AllProgress(), IsEmpty());
-    EXPECT_FALSE(ProgressMgr::Instance()->GetProgress({8, &m_message}, nPercent, fScale));
+    EXPECT_FALSE(ProgressMgr::Instance()->GetProgress(&m_task, nPercent, fScale));
     EXPECT_THAT(m_debug.Take(), IsEmpty());
 }
 
@@ -96,6 +96,24 @@ TEST_F(ProgressTest, TakesAMissionOfOnesWithoutARequest) {
     EXPECT_EQ(0xFFFFFFFFU, Service().GetMissionID());
     EXPECT_THAT(zemb::AllProgress().at(0).vecMission[0].arrRequest, ElementsAre(0, 0, 0, 0));
     Service().UnRegister(&task);
+}
+
+TEST_F(ProgressTest, KeepsTasksWithTheSameMissionApart) {
+    ZembGnlTask first;
+    ZembGnlTask second;
+    Service().Register(5, &first);
+    Service().Register(5, &second);
+    {
+        const zemb::ScopedTask current(&second);
+        Service().SendProgress(70, "");
+        Service().SetProgressScale(3);
+        Service().UnRegister(&second);
+    }
+    const zemb::ScopedTask current(&first);
+    EXPECT_EQ(0, Service().GetCurProgress());
+    Service().SendStep(5, "");
+    EXPECT_EQ(5, Service().GetCurProgress());
+    Service().UnRegister(&first);
 }
 
 TEST_F(ProgressTest, SendsStepsOfASection) {
@@ -128,7 +146,7 @@ TEST_F(ProgressTest, AddsStepsByTheScale) {
     EXPECT_THAT(Sent(), IsEmpty());
     Service().Register(1, &m_task);
     SetPercent(10);
-    ProgressMgr::Instance()->SetScale({1, &m_message}, 2.5F);
+    ProgressMgr::Instance()->SetScale(&m_task, 2.5F);
     Service().SendStep(5, "a");
     Service().RestoreProgressScale();
     Service().RestoreProgressScale();  // the first scale stays
@@ -136,7 +154,7 @@ TEST_F(ProgressTest, AddsStepsByTheScale) {
     Service().SetProgressScale(INT_MAX);
     Service().SendStep(INT_MAX, "c");
     Service().SendStep(INT_MIN, "d");
-    ProgressMgr::Instance()->SetScale({1, &m_message}, std::numeric_limits<float>::quiet_NaN());
+    ProgressMgr::Instance()->SetScale(&m_task, std::numeric_limits<float>::quiet_NaN());
     Service().SendStep(1, "e");
     EXPECT_THAT(Sent(), ElementsAre("22 a", "27 b", "2147483647 c", "-2147483648 d", "0 e"));
 }

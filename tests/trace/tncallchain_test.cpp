@@ -2,6 +2,8 @@
 
 #include "tests/support.h"
 
+#include "zemb/task.h"
+
 #include <json/reader.h>
 
 #include <thread>
@@ -46,6 +48,9 @@ TEST_F(CallChainTest, NamesTheMissingManager) {
     EXPECT_EQ("", BeginCallChain("upload"));
     TnSetCallChainExtInfo("ne", "5");
     EXPECT_FALSE(TraceCallChain("begun"));
+    zemb::SetCallChain(true);
+    EXPECT_FALSE(TraceCallChain("begun without a manager"));
+    EndCallChain();
     EXPECT_THAT(m_debug.TakeWhole(), ElementsAre("tovelkarin 3 BeginCallChain: no CallChainMgr",
                                                  "tovelkarin 3 TraceCallChain: no CallChainMgr"));
 }
@@ -78,6 +83,21 @@ TEST_F(CallChainTest, WritesRecordsOfChainsInsideEachOther) {
     EXPECT_TRUE(vecRecord[1]["ext"].empty());
     EXPECT_EQ(2U, vecRecord[2]["sequence"].asUInt());
     EXPECT_THAT(m_debug.Take(), IsEmpty());
+}
+
+TEST_F(CallChainTest, EndsTheChainsOfATaskWithIt) {
+    ZembGnlTask first;
+    {
+        const zemb::ScopedTask current(&first);
+        BeginCallChain("of the first task");
+        EXPECT_TRUE(TraceCallChain("x"));
+    }
+    ZembGnlTask second;
+    const zemb::ScopedTask current(&second);
+    EXPECT_FALSE(TraceCallChain("x"));
+    BeginCallChain("of the second task");
+    zemb::SetStatePath("/dev/null/no folder");
+    EXPECT_FALSE(TraceCallChain("lost"));
 }
 
 TEST_F(CallChainTest, ForgetsTheOutermostOfTooMany) {

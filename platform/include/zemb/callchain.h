@@ -12,8 +12,8 @@ public:
     // Null while nobody wants them.
     static CallChainMgr* Instance();
 
-    // Takes one record, a JSON object on one line.
-    virtual void Write(const std::string& strRecord) = 0;
+    // Takes one record, a JSON object on one line; false when it is lost.
+    virtual bool Write(const std::string& strRecord) = 0;
 
 protected:
     virtual ~CallChainMgr();

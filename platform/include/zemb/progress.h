@@ -36,9 +36,10 @@ private:
     std::string m_strDesc;
 };
 
-// The progress of the tasks of a process. Any thread. A task may have several missions, which all
-// lead to its one state: the last percent sent, the scale in force, the abort flag, the last
-// description. Cost: logarithmic in the tasks and missions.
+// The progress of the tasks of a process. Any thread. A task may have several missions, and several
+// tasks the same one; each task with a mission has a state of its own: the last percent sent, the
+// scale in force, the abort flag, the last description. A task that ends is forgotten. Cost:
+// logarithmic in the tasks and missions.
 class ZEMB_API ProgressMgr {
 public:
     static ProgressMgr* Instance();
@@ -46,16 +47,16 @@ public:
     // Gives a task a mission; one that it has already stays.
     virtual void Register(const ClientMissionID& mission, ZembGnlTask* pTask) = 0;
     // Forgets the task with its missions and its state.
-    virtual void UnRegister(ZembGnlTask* pTask) = 0;
+    virtual void UnRegister(const ZembGnlTask* pTask) = 0;
     virtual bool IsAbort(ZembGnlTask* pTask) = 0;
     // Stores the percent, if the task has a mission, and hands it to the listeners.
     virtual void SendProgress(ZembGnlTask* pTask, int nPercent, const TaskProgressInfo& info) = 0;
     // Puts a scale over the one in force; at first it is 1.
-    virtual void SetScale(const ClientMissionID& mission, float fScale) = 0;
+    virtual void SetScale(ZembGnlTask* pTask, float fScale) = 0;
     // Takes the last scale off; the first one stays.
-    virtual void RestoreScale(const ClientMissionID& mission) = 0;
-    // False for a mission that no task has.
-    virtual bool GetProgress(const ClientMissionID& mission, int& nPercent, float& fScale) = 0;
+    virtual void RestoreScale(ZembGnlTask* pTask) = 0;
+    // False for a task without a mission.
+    virtual bool GetProgress(ZembGnlTask* pTask, int& nPercent, float& fScale) = 0;
 
 protected:
     virtual ~ProgressMgr();

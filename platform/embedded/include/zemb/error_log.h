@@ -2,6 +2,7 @@
 
 #include "zemb/export.h"
 
+#include <cstdint>
 #include <list>
 #include <optional>
 #include <string>
@@ -9,7 +10,8 @@
 
 namespace zemb {
 
-// An error of an operation; the last 1,000 are kept in memory.
+// An error of an operation; the last 1,000 are kept in memory, of each 1,000 numbers and 10,000
+// bytes of each text.
 struct OperError {
     std::string strTime;
     int nUserId = 0;  // of the task that reported it; 0: none

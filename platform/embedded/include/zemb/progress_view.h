@@ -27,8 +27,9 @@ ZEMB_API bool AbortTask(const ZembGnlTask* pTask);
 // Asks the tasks of a mission number; returns how many there are.
 ZEMB_API int AbortMission(std::uint32_t nMission);
 
-// Is told of every percent that is sent, on the sender's thread, with no lock of the platform held.
-// What it throws is noted in the default channel.
+// Is told of every percent that is sent, on the sender's thread, with no lock of the platform held;
+// on other threads a call may still be under way when it goes. What it throws is noted in the
+// default channel.
 class ZEMB_API ScopedProgressListener {
 public:
     using Listener =

@@ -9,8 +9,8 @@
 
 namespace zemb {
 
-// Takes the messages for a module number as long as it lives. One a number: while one is there, a
-// further one gets nothing.
+// Takes the messages for a module number as long as it lives; on other threads a call may still be
+// under way when it goes. One a number: while one is there, a further one gets nothing.
 class ZEMB_API ScopedReceiver {
 public:
     // Called on the sender's thread, with no lock of the platform held.

@@ -16,7 +16,8 @@ class ZEMB_API TaskPool {
 public:
     using Work = std::function<void(ZembGnlTask& task)>;
 
-    // nQueue: how many tasks may wait for a thread.
+    // nQueue: how many tasks may wait for a thread; of both there is one at least. Throws when a
+    // thread cannot be started.
     TaskPool(std::size_t nThreads, std::size_t nQueue);
     ~TaskPool();  // runs what waits, and ends
     TaskPool(const TaskPool&) = delete;
