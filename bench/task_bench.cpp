@@ -139,9 +139,10 @@ void CodeRows() {
 }
 
 void MessageRows() {
-    static std::size_t nTaken = 0;
-    static const zemb::ScopedReceiver receiver(
-        77, [](const ZembCmdMSG&, std::string_view strPayload) { nTaken += strPayload.size(); });
+    static const zemb::ScopedReceiver receiver(77,
+                                               [](const ZembCmdMSG&, std::string_view strPayload) {
+                                                   benchmark::DoNotOptimize(strPayload);
+                                               });
     static std::mutex lock;
     static std::queue<std::vector<char>> queue;
     for (const std::int64_t nSize : {64, 1048576}) {

@@ -1,102 +1,30 @@
 #include "command.h"
+#include "task_runner.h"
 
-#include "tovelkarin/teoperationlog.h"
-#include "tovelkarin/tnnereply.h"
-#include "tovelkarin/tnprogress.h"
-#include "tovelkarin/tnthreadmgr.h"
+#include "tovelkarin/tedebugcommandmgr.h"
 
 #include "zemb/error_log.h"
-#include "zemb/operlog_store.h"
 #include "zemb/progress_view.h"
-#include "zemb/task_pool.h"
 
 #include <CLI/CLI.hpp>
 
-#include <unistd.h>
-
-#include <atomic>
-#include <chrono>
-#include <iostream>
 #include <memory>
-#include <mutex>
-#include <random>
-#include <set>
 
 namespace host {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using NSTE_util::TEMutexOperMgr;
-using NSTE_util::TEOperObject;
-using NSTE_util::TNProgressIF;
-
-constexpr std::uint32_t LOCAL_ADDRESS = 0x7F000001;
-constexpr unsigned long NE_TIME_OUT = 0x4108C002;
-constexpr std::size_t QUEUE = 256;
-constexpr std::uint64_t TASKS_MOST = 1000000000000;
-constexpr auto PROGRESS_PAUSE = std::chrono::milliseconds(200);
-
-struct TaskArguments {
-    int nOper = 0;
-    int nNe = 0;
-    int nUser = 1;
-    int nSteps = 4;
-    bool bFail = false;
-};
-
-ZembCmdMSG MessageOf(int nOper, std::uint32_t nRequest) {
-    ZembCmdMSG msg{};
-    msg.nClientAddr = LOCAL_ADDRESS;
-    msg.nHandle = ZembAppMgr::OwnHandle();
-    msg.nReplyHandle = msg.nHandle;
-    msg.nRequest = nRequest;
-    msg.nCmd = static_cast<std::uint32_t>(nOper);
-    return msg;
+TaskRunner& RunnerOf(Session& session) {
+    if (session.pTaskRunner == nullptr)
+        session.pTaskRunner = std::make_shared<TaskRunner>();
+    return *session.pTaskRunner;
 }
 
-// The mission of a task, its number that of the task, as long as it lives.
-class Registration {
-public:
-    explicit Registration(ZembGnlTask& task) : m_task(task) {
-        TNProgressIF::Instance()->Register(static_cast<long>(task.GetTaskId()), &task);
-    }
-    ~Registration() { TNProgressIF::Instance()->UnRegister(&m_task); }
-    Registration(const Registration&) = delete;
-    Registration& operator=(const Registration&) = delete;
-
-private:
-    ZembGnlTask& m_task;
-};
-
-// What a server process does for a command: exclusion, progress, the reply of the NE, the log.
-unsigned long RunOperation(ZembGnlTask& task, const TaskArguments& args) {
-    const NSTN_util::TNThreadGuard busy("operation " + std::to_string(args.nOper));
-    TNProgressIF& progress = *TNProgressIF::Instance();
-    const Registration registration(task);
-    NSTN_util::TNCommonLog log;
-    log.SetOperObject(NSTN_util::GetVirtaulNodeIDByNeID(args.nNe));
-    const NSTE_util::TEMutexOperNEGuard guard(args.nNe);
-    unsigned long nResult = guard.m_nResult;
-    if (nResult == 0) {
-        log.SetOperInfo("operation " + std::to_string(args.nOper));
-        progress.SetProgressSection(100, args.nSteps);
-        for (int i = 0; i < args.nSteps && !progress.IsAbort(); ++i)
-            progress.SendSectionStep(("step " + std::to_string(i + 1)).c_str());
-        qcommon::QAsnErrInfoReturn reply;
-        reply.nCode = args.bFail ? NE_TIME_OUT : 0;
-        NSTN_util::ProcessMultiNEReqResult(reply);
-        nResult = reply.nCode;
-        log.AppendOperInfo(nResult == 0 ? "done" : "the NE did not answer in time");
-    } else {
-        log.SetOperInfo("operation " + std::to_string(args.nOper) + " refused");
-    }
-    log.AddOperationLog(task.GetCurReqMsg(), NSTN_util::GetUserID(), static_cast<int>(nResult),
-                        static_cast<unsigned long>(args.nNe), 4, 2);
-    return nResult;
+std::string TitleOf(const TaskOrder& order) {
+    return "operation " + std::to_string(order.nOper) + " on NE " + std::to_string(order.nNe);
 }
 
-int RunTask(Session& session, const TaskArguments& args) {
+int RunTask(Session& session, const TaskOrder& order) {
     const zemb::ScopedProgressListener listener(
         [&](const ZembGnlTask*, int nPercent, const std::string& strDesc) {
             Json::Value record;
@@ -104,269 +32,61 @@ int RunTask(Session& session, const TaskArguments& args) {
             record["text"] = strDesc;
             session.out.Put("  " + std::to_string(nPercent) + " %  " + strDesc, record);
         });
-    unsigned long nResult = 0;
-    {
-        zemb::TaskPool pool(1, 1);
-        pool.Submit(MessageOf(args.nOper, 1), {args.nUser},
-                    [&](ZembGnlTask& task) { nResult = RunOperation(task, args); });
-    }
+    const unsigned long nResult = RunnerOf(session).Run(order);
     Json::Value record;
     record["result"] = static_cast<Json::UInt64>(nResult);
-    session.out.Put("operation " + std::to_string(args.nOper) + " on NE " +
-                        std::to_string(args.nNe) +
-                        (nResult == 0 ? ": done" : ": ended with " + Hex(nResult)),
+    session.out.Put(TitleOf(order) + (nResult == 0 ? ": done" : ": ended with " + Hex(nResult)),
                     record);
     return nResult == 0 ? DONE : ANSWER_NO;
 }
 
-struct LoadArguments {
-    std::uint64_t nTasks = 10000;
-    std::size_t nThreads = 2;
-    int nNes = 1000;
-    double dSeconds = 0;
-    unsigned nSeed = 1;
-    bool bNoLog = false;
-};
-
-// Which operations run on which NE, written down beside the library, and what is counted.
-class Load {
-public:
-    Load(const Session& session, const LoadArguments& args)
-        : m_args(args), m_table(session.ledger.table), m_vecOper(m_table.Operations()) {
-        if (m_vecOper.empty())
-            throw CommandError(WRONG_USAGE,
-                               "load: no table of operations; give --root DIR, or mutex load FILE");
-        if (!session.ledger.Grants().empty())
-            throw CommandError(ANSWER_NO, "load: something is held; 'release --all' first");
-    }
-
-    int Run(const Session& session) {
-        const long long nLastRow = LastRow();
-        const auto tStart = Clock::now();
-        RunTasks();
-        m_dSeconds = std::chrono::duration<double>(Clock::now() - tStart).count();
-        const std::vector<std::string> vecFault = Check(RowsBehind(nLastRow));
-        Put(session, vecFault);
-        return vecFault.empty() ? DONE : ANSWER_NO;
-    }
-
-private:
-    void RunTasks() {
-        std::mt19937 random(m_args.nSeed);
-        const bool bTerminal = isatty(STDERR_FILENO) == 1;
-        const auto tEnd = Clock::now() + std::chrono::duration<double>(m_args.dSeconds);
-        auto tShown = Clock::now();
-        zemb::TaskPool pool(m_args.nThreads, QUEUE);
-        for (std::uint64_t i = 0; m_args.dSeconds > 0 ? Clock::now() < tEnd : i < m_args.nTasks;
-             ++i) {
-            const int nOper = m_vecOper[random() % m_vecOper.size()];
-            const TEOperObject obj{
-                1 + static_cast<int>(random() % static_cast<unsigned>(m_args.nNes)),
-                random() % 4 == 0 ? 0 : static_cast<int>(random() % 8), 0};
-            pool.Submit(MessageOf(nOper, static_cast<std::uint32_t>(i)), {static_cast<int>(i % 50)},
-                        [this, nOper, obj, tSubmitted = Clock::now()](ZembGnlTask& task) {
-                            RunOne(task, nOper, obj, tSubmitted);
-                        });
-            ++m_nSubmitted;
-            if (bTerminal && Clock::now() - tShown > PROGRESS_PAUSE) {
-                tShown = Clock::now();
-                std::cerr << "\r" << m_nGranted << " granted, " << m_nRefused << " refused "
-                          << std::flush;
-            }
-        }
-        pool.Wait();
-        if (bTerminal)
-            std::cerr << "\r\033[K" << std::flush;
-    }
-
-    void RunOne(ZembGnlTask& task, int nOper, const TEOperObject& obj,
-                Clock::time_point tSubmitted) {
-        const NSTN_util::TNThreadGuard busy("load");
-        TNProgressIF& progress = *TNProgressIF::Instance();
-        {
-            const Registration registration(task);
-            if (progress.GetMissionID() != task.GetTaskId())
-                ++m_nWrongMissions;
-            RunRegistered(task, nOper, obj, tSubmitted);
-        }
-        if (progress.GetMissionID() != 0)
-            ++m_nWrongMissions;
-    }
-
-    void RunRegistered(ZembGnlTask& task, int nOper, const TEOperObject& obj,
-                       Clock::time_point tSubmitted) {
-        TNProgressIF& progress = *TNProgressIF::Instance();
-        TEMutexOperMgr& mgr = *TEMutexOperMgr::Instance();
-        const unsigned long nResult = mgr.AcquireMutexOper(nOper, obj);
-        NoteWait(tSubmitted);
-        if (nResult == 0) {
-            Enter(nOper, obj);
-            progress.SendProgress(50, "half");
-            Leave(nOper, obj);
-            mgr.ReleaseMutexOper(nOper, obj);
-            ++m_nGranted;
-        } else {
-            ++m_nRefused;
-            const std::lock_guard<std::mutex> guard(m_lock);
-            ++m_mapRefused[nResult];
-        }
-        if (!m_args.bNoLog) {
-            NSTN_util::TNCommonLog log;
-            log.SetOperInfo("load");
-            log.SetOperObject(ObjectText(obj));
-            log.AddOperationLog(task.GetCurReqMsg(), NSTN_util::GetUserID(),
-                                static_cast<int>(nResult), static_cast<unsigned long>(obj.nNeId), 4,
-                                2);
-        }
-    }
-
-    // From the command to the answer whether the operation may run.
-    void NoteWait(Clock::time_point tSubmitted) {
-        const auto nMicroseconds =
-            std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - tSubmitted)
-                .count();
-        std::int64_t nLongest = m_nLongest;
-        while (nMicroseconds > nLongest &&
-               !m_nLongest.compare_exchange_weak(nLongest, nMicroseconds)) {
-        }
-    }
-
-    static bool Overlap(const TEOperObject& a, const TEOperObject& b) {
-        return a.nNeId == b.nNeId && (a.nObjId == 0 || b.nObjId == 0 || a.nObjId == b.nObjId);
-    }
-
-    // An operation leaves before the library lets go of it, so what stands here still runs.
-    void Enter(int nOper, const TEOperObject& obj) {
-        const std::lock_guard<std::mutex> guard(m_lock);
-        for (const auto& [nRunning, other] : m_multimapRunning[obj.nNeId])
-            // Where only one keeps the other out, the order in which they were let in counts, and
-            // is not known here.
-            if (m_table.Blocks(nRunning, nOper) && m_table.Blocks(nOper, nRunning) &&
-                Overlap(obj, other))
-                ++m_nConflicts;
-        m_multimapRunning[obj.nNeId].emplace(nOper, obj);
-    }
-
-    void Leave(int nOper, const TEOperObject& obj) {
-        const std::lock_guard<std::mutex> guard(m_lock);
-        auto& running = m_multimapRunning[obj.nNeId];
-        for (auto it = running.lower_bound(nOper); it != running.end() && it->first == nOper; ++it)
-            if (it->second.nObjId == obj.nObjId) {
-                running.erase(it);
-                break;
-            }
-        if (running.empty())
-            m_multimapRunning.erase(obj.nNeId);
-    }
-
-    static long long LastRow() {
-        zemb::OperLogFilter filter;
-        filter.nLast = 1;
-        long long nId = 0;
-        Read(filter, [&](const zemb::OperLogRow& row) { nId = row.nId; });
-        return nId;
-    }
-
-    // How many entries this process has written since.
-    static std::size_t RowsBehind(long long nId) {
-        zemb::OperLogFilter filter;
-        filter.nAfterId = nId;
-        std::size_t nRows = 0;
-        Read(filter,
-             [&](const zemb::OperLogRow& row) { nRows += row.nProcess == getpid() ? 1 : 0; });
-        return nRows;
-    }
-
-    template <class Take>
-    static void Read(const zemb::OperLogFilter& filter, Take take) {
-        std::string strError;
-        const auto TakeAll = [&](const zemb::OperLogRow& row) {
-            take(row);
-            return true;
-        };
-        if (!zemb::OperLogFile().empty() && !zemb::ReadOperLog(filter, TakeAll, strError))
-            throw CommandError(SYSTEM_FAILED, strError);
-    }
-
-    std::vector<std::string> Check(std::size_t nRows) {
-        std::vector<std::string> vecFault;
-        const auto Demand = [&](bool bGood, const std::string& strFault) {
-            if (!bGood)
-                vecFault.push_back(strFault);
-        };
-        Demand(m_nConflicts == 0,
-               std::to_string(m_nConflicts) + " times two conflicting operations ran at once");
-        m_nRows = nRows;
-        Demand(m_args.bNoLog || nRows == m_nGranted + m_nRefused,
-               std::to_string(nRows) + " log entries of " +
-                   std::to_string(m_nGranted + m_nRefused) + " operations");
-        TEMutexOperMgr& mgr = *TEMutexOperMgr::Instance();
-        Demand(!mgr.HasRunningOper(), "not every operation was given back");
-        for (const int nOper : m_vecOper) {
-            const TEOperObject everything{};
-            const bool bFree = mgr.AcquireMutexOper(nOper, everything) == 0;
-            Demand(bFree, "operation " + std::to_string(nOper) + " is refused though nothing runs");
-            if (bFree)
-                mgr.ReleaseMutexOper(nOper, everything);
-        }
-        Demand(!mgr.HasRunningOper(), "operations are still running");
-        Demand(m_nSubmitted == m_nGranted + m_nRefused,
-               std::to_string(m_nSubmitted - m_nGranted - m_nRefused) + " tasks did not end");
-        Demand(m_nWrongMissions == 0,
-               std::to_string(m_nWrongMissions) + " times a task had a wrong mission");
-        Demand(NSTN_util::TNThreadMgr::Instance()->CheckNotExistThread(),
-               "threads are still registered");
-        Demand(zemb::AllProgress().empty(), "tasks still have missions");
-        return vecFault;
-    }
-
-    void Put(const Session& session, const std::vector<std::string>& vecFault) const {
-        const std::uint64_t nAll = m_nGranted + m_nRefused;
+int ListTasks(Session& session, int nOnly = 0) {
+    std::vector<std::vector<std::string>> vecRow = {{"TASK", "OPERATION", "NE", "USER", "STATE"}};
+    for (const TaskRunner::Row& row : RunnerOf(session).All()) {
+        if (nOnly != 0 && row.nId != nOnly)
+            continue;
         Json::Value record;
-        record["granted"] = static_cast<Json::UInt64>(m_nGranted);
-        record["refused"] = static_cast<Json::UInt64>(m_nRefused);
-        record["entries"] = static_cast<Json::UInt64>(m_nRows);
-        record["longest_wait_us"] = static_cast<Json::Int64>(m_nLongest);
-        record["per_second"] = static_cast<double>(nAll) / std::max(m_dSeconds, 1e-9);
-        record["seconds"] = m_dSeconds;
-        std::string strText =
-            std::to_string(nAll) + " operations by " + Counted(m_args.nThreads, "thread") + " on " +
-            Counted(static_cast<std::size_t>(m_args.nNes), "NE") + "\n  granted  " +
-            std::to_string(m_nGranted) + "\n  refused  " + std::to_string(m_nRefused);
-        for (const auto& [nCode, nTimes] : m_mapRefused) {
-            record["refused_by"][Hex(nCode)] = static_cast<Json::UInt64>(nTimes);
-            strText += "\n    " + Hex(nCode) + "  " + std::to_string(nTimes);
-        }
-        strText += "\n  log entries  " + std::to_string(m_nRows) + "\n  longest wait  " +
-                   std::to_string(m_nLongest) + " us\n  " +
-                   std::to_string(
-                       static_cast<long>(static_cast<double>(nAll) / std::max(m_dSeconds, 1e-9))) +
-                   " operations a second";
-        for (const std::string& strFault : vecFault) {
-            record["faults"].append(strFault);
-            strText += "\n  FAULT: " + strFault;
-        }
-        if (vecFault.empty())
-            strText += std::string("\n  checked: no conflict, everything given back") +
-                       (m_args.bNoLog ? "" : ", an entry each");
-        session.out.Put(strText, record);
+        record["task"] = row.nId;
+        record["operation"] = row.order.nOper;
+        record["ne"] = row.order.nNe;
+        record["user"] = row.order.nUser;
+        record["state"] = row.strState;
+        if (session.out.IsJson())
+            session.out.Put("", record);
+        vecRow.push_back({std::to_string(row.nId), std::to_string(row.order.nOper),
+                          std::to_string(row.order.nNe), std::to_string(row.order.nUser),
+                          row.strState});
     }
+    session.out.Say(vecRow.size() == 1 ? "no tasks" : Table(vecRow));
+    return DONE;
+}
 
-    const LoadArguments& m_args;
-    const MutexFile& m_table;
-    const std::vector<int> m_vecOper;
-    std::mutex m_lock;
-    std::map<int, std::multimap<int, TEOperObject>> m_multimapRunning;  // by NE
-    std::map<unsigned long, std::uint64_t> m_mapRefused;
-    std::atomic<std::uint64_t> m_nGranted{0};
-    std::atomic<std::uint64_t> m_nRefused{0};
-    std::atomic<std::uint64_t> m_nConflicts{0};
-    std::atomic<std::uint64_t> m_nWrongMissions{0};
-    std::uint64_t m_nSubmitted = 0;
-    std::atomic<std::int64_t> m_nLongest{0};
-    std::size_t m_nRows = 0;
-    double m_dSeconds = 0;
-};
+int EndTask(Session& session, int nId, bool bAbort) {
+    TaskRunner& runner = RunnerOf(session);
+    if (!(bAbort ? runner.Abort(nId) : runner.GoOn(nId)))
+        throw CommandError(ANSWER_NO, "task " + std::to_string(nId) + " does not run");
+    return ListTasks(session, nId);
+}
+
+int ShowProgress(const Session& session) {
+    std::vector<std::vector<std::string>> vecRow = {{"MISSION", "PERCENT", "SCALE", "", "TEXT"}};
+    for (const zemb::TaskProgress& progress : zemb::AllProgress())
+        for (const NSTE_util::ClientMissionID& mission : progress.vecMission) {
+            Json::Value record;
+            record["mission"] = mission.nMission;
+            record["percent"] = progress.nPercent;
+            record["scale"] = progress.fScale;
+            record["abort"] = progress.bAbort;
+            record["text"] = progress.strDesc;
+            if (session.out.IsJson())
+                session.out.Put("", record);
+            vecRow.push_back({std::to_string(mission.nMission), std::to_string(progress.nPercent),
+                              std::to_string(static_cast<long>(progress.fScale)),
+                              progress.bAbort ? "to abort" : "", OnOneLine(progress.strDesc)});
+        }
+    session.out.Say(vecRow.size() == 1 ? "no missions" : Table(vecRow));
+    return DONE;
+}
 
 int ShowErrors(const Session& session) {
     std::vector<std::vector<std::string>> vecRow = {{"TIME", "USER", "CODE", "NUMBERS", "TEXT"}};
@@ -398,36 +118,54 @@ int ShowErrors(const Session& session) {
 }  // namespace
 
 Runner DefineTask(CLI::App& app) {
-    const auto pArgs = std::make_shared<TaskArguments>();
+    const auto pOrder = std::make_shared<TaskOrder>();
+    const auto pId = std::make_shared<int>(0);
     CLI::App* const pRun =
         app.add_subcommand("run", "one operation on an NE, from the command to the log entry");
-    pRun->add_option("OPERATION", pArgs->nOper, "operation number, the command")->required();
-    pRun->add_option("NE", pArgs->nNe, "the NE")->required();
-    pRun->add_option("--user", pArgs->nUser, "whose work it is")->capture_default_str();
-    pRun->add_option("--steps", pArgs->nSteps, "steps of its progress")
-        ->check(CLI::Range(1, 1000))
-        ->capture_default_str();
-    pRun->add_flag("--fail", pArgs->bFail, "the NE does not answer in time");
+    CLI::App* const pStart =
+        app.add_subcommand("start", "the same in the background, stopped behind its first step");
+    for (CLI::App* const pOne : {pRun, pStart}) {
+        pOne->add_option("OPERATION", pOrder->nOper, "operation number, the command")->required();
+        pOne->add_option("NE", pOrder->nNe, "the NE")->required();
+        pOne->add_option("--user", pOrder->nUser, "whose work it is")->capture_default_str();
+        pOne->add_option("--steps", pOrder->nSteps, "steps of its progress")
+            ->check(CLI::Range(1, 1000))
+            ->capture_default_str();
+        pOne->add_flag("--fail", pOrder->bFail, "the NE does not answer in time");
+    }
+    CLI::App* const pList = app.add_subcommand("list", "what was started in the background");
+    CLI::App* const pAbort = app.add_subcommand("abort", "ask a task to stop, and wait for it");
+    CLI::App* const pFinish = app.add_subcommand("finish", "let a task go on to its end");
+    for (CLI::App* const pOne : {pAbort, pFinish})
+        pOne->add_option("TASK", *pId, "its number")->required();
     app.require_subcommand(1);
-    return [pArgs](Session& session) { return RunTask(session, *pArgs); };
+    return [=](Session& session) {
+        if (pRun->parsed())
+            return RunTask(session, *pOrder);
+        if (pStart->parsed())
+            return ListTasks(session, RunnerOf(session).Start(*pOrder));
+        if (pList->parsed())
+            return ListTasks(session);
+        return EndTask(session, *pId, pAbort->parsed());
+    };
 }
 
-Runner DefineLoad(CLI::App& app) {
-    const auto pArgs = std::make_shared<LoadArguments>();
-    app.add_option("--tasks", pArgs->nTasks, "how many operations")
-        ->check(CLI::Range(std::uint64_t{1}, TASKS_MOST))
-        ->capture_default_str();
-    app.add_option("--seconds", pArgs->dSeconds, "or for how long")->check(CLI::PositiveNumber);
-    app.add_option("--threads", pArgs->nThreads, "worker threads")
-        ->check(CLI::Range(1, 1024))
-        ->capture_default_str();
-    app.add_option("--nes", pArgs->nNes, "on how many NEs")
-        ->check(CLI::Range(1, 1000000000))
-        ->capture_default_str();
-    app.add_option("--seed", pArgs->nSeed, "of the choice of operations and NEs")
-        ->capture_default_str();
-    app.add_flag("--no-log", pArgs->bNoLog, "without entries of the operation log");
-    return [pArgs](Session& session) { return Load(session, *pArgs).Run(session); };
+Runner DefineProgress(CLI::App& /*app*/) {
+    return [](Session& session) { return ShowProgress(session); };
+}
+
+Runner DefineDebugCmd(CLI::App& app) {
+    const auto pText = std::make_shared<std::string>();
+    app.add_option("COMMAND", *pText, "the command")->required();
+    return [pText](Session& session) {
+        const std::string strAnswer = NSTN_util::TEDebugCommandMgr::Instance()->Excute(*pText);
+        Json::Value record;
+        record["answer"] = strAnswer;
+        session.out.Put(
+            strAnswer.empty() ? "(no answer: no debug command is ever registered)" : strAnswer,
+            record);
+        return DONE;
+    };
 }
 
 Runner DefineErrors(CLI::App& app) {

@@ -76,6 +76,8 @@ std::uint32_t ReadAddress(const std::string& strText);
 Runner DefineTask(CLI::App& app);
 Runner DefineLoad(CLI::App& app);
 Runner DefineErrors(CLI::App& app);
+Runner DefineProgress(CLI::App& app);
+Runner DefineDebugCmd(CLI::App& app);
 Runner DefineUserCfg(CLI::App& app);
 Runner DefineNode(CLI::App& app);
 Runner DefineChain(CLI::App& app);

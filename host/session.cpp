@@ -1,5 +1,6 @@
 #include "session.h"
 
+#include "task_runner.h"
 #include "trail_holder.h"
 
 #include "tovelkarin/nml_filemgr.h"
@@ -95,6 +96,7 @@ void Session::Stop() {
         return;
     m_bStarted = false;
     m_bStopped = true;
+    pTaskRunner = nullptr;  // what it runs goes on to its end
     mapTrail.clear();
     while (!ledger.Grants().empty()) {
         const std::unique_ptr<Grant> pGrant = ledger.Take(ledger.Grants().front().nId);

@@ -15,6 +15,7 @@
 
 namespace host {
 
+class TaskRunner;
 class TrailHolder;
 
 // What the commands of one run of the program share: the started module, the book of grants, the
@@ -52,7 +53,8 @@ public:
     Output out;
     Ledger ledger;
     std::map<std::string, std::unique_ptr<TrailHolder>> mapTrail;
-    std::map<std::string, int> mapUser;  // numbers of those who asked, for the operation log
+    std::shared_ptr<TaskRunner> pTaskRunner;  // made when it is first needed
+    std::map<std::string, int> mapUser;       // numbers of those who asked, for the operation log
     std::map<std::string, NSTN_util::TNReadCfg> mapCfg;  // by the path as given
     std::optional<TimeoutFile> timeouts;  // what the time-out files said when they were loaded
     zemb::ScopedClock clock;

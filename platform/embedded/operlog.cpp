@@ -152,17 +152,22 @@ std::string MoveAside(const std::string& strFile, const Identity& identity) {
     return strAside;
 }
 
-// Throws for a database that is not an operation log of this version, or one yet to be made.
-void CheckVersion(Database& database, const std::string& strFile, std::int64_t nVersion) {
-    if (nVersion > SCHEMA_VERSION)
-        throw DatabaseError(SQLITE_MISMATCH,
-                            strFile + " is of the newer version " + std::to_string(nVersion));
+// The version of a database, 0 for one yet to be made. Throws for one that is not an operation log,
+// or of a newer version. Looks at one moment of it, as others may be making it.
+std::int64_t VersionOf(Database& database, const std::string& strFile) {
+    database.Run("BEGIN");
+    const std::int64_t nVersion = database.Number("PRAGMA user_version");
     const bool bOurs = nVersion == SCHEMA_VERSION;
     const std::int64_t nTables = database.Number(
         bOurs ? "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = 'operlog'"
               : "SELECT 1 - count(*) FROM sqlite_master");
+    database.Run("COMMIT");
+    if (nVersion > SCHEMA_VERSION)
+        throw DatabaseError(SQLITE_MISMATCH,
+                            strFile + " is of the newer version " + std::to_string(nVersion));
     if (nTables != 1)
         throw DatabaseError(SQLITE_MISMATCH, strFile + " is another database, no operation log");
+    return nVersion;
 }
 
 // The open database of the writers.
@@ -201,8 +206,7 @@ public:
 
 private:
     void Prepare() {
-        const std::int64_t nVersion = m_database.Number("PRAGMA user_version");
-        CheckVersion(m_database, m_strFile, nVersion);
+        const std::int64_t nVersion = VersionOf(m_database, m_strFile);
         m_database.UseWal();
         m_bFullSync = g_bFullSync;
         m_database.Run(m_bFullSync ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
@@ -536,9 +540,7 @@ std::unique_ptr<Database> OpenToRead() {
         return nullptr;
     auto pDatabase = std::make_unique<Database>(
         strFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, LongestWait());
-    const std::int64_t nVersion = pDatabase->Number("PRAGMA user_version");
-    CheckVersion(*pDatabase, strFile, nVersion);
-    if (nVersion == 0)
+    if (VersionOf(*pDatabase, strFile) == 0)
         return nullptr;
     pDatabase->Run("PRAGMA case_sensitive_like = ON");
     return pDatabase;
