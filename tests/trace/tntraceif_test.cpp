@@ -67,7 +67,7 @@ protected:
 
 TEST_F(AdvAsnTraceTest, AgreesWithTheNaiveModel) {
     zemb::SetRootPath("");
-    support::CheckRandomly(naive::CheckAsnSections, 1500, 60);
+    support::CheckRandomly(naive::CheckAsnSections, 400, 60);
 }
 
 TEST_F(AdvAsnTraceTest, PrintsByModeAndSwitch) {
