@@ -1,6 +1,7 @@
 #include "ratio.h"
 #include "row.h"
 
+#include "tests/naive/plain_asn.h"
 #include "tovelkarin/teoperationlog.h"
 #include "tovelkarin/tnthreadmgr.h"
 #include "tovelkarin/tntraceif.h"
@@ -337,17 +338,6 @@ void SplitRows() {
     }
 }
 
-class PlainAsn : public AsnType {
-public:
-    explicit PlainAsn(std::string strText) : AsnType("Plain"), m_strText(std::move(strText)) {}
-    void AppendText(std::string& strOut, std::size_t /*nDepth*/) const override {
-        strOut += m_strText;
-    }
-
-private:
-    std::string m_strText;
-};
-
 std::string Compacted(const std::string& strText, std::size_t nBudget) {
     if (strText.size() <= nBudget)
         return strText;
@@ -373,7 +363,7 @@ void AsnRows() {
         for (int i = 0; static_cast<std::int64_t>(strText.size()) < nSize - 100; ++i)
             strText += std::string(static_cast<std::size_t>(4 * (i % 5)), ' ') + " --part" +
                        std::to_string(i) + ": " + std::to_string(i * 7919LL) + "\n";
-        const auto pValue = std::make_shared<const PlainAsn>(strText);
+        const auto pValue = std::make_shared<const naive::PlainAsn>(strText);
         Row(
             "asn_fixed", "ours",
             [pValue](std::size_t) {

@@ -1,4 +1,5 @@
 #include "command.h"
+#include "mission.h"
 
 #include "tovelkarin/teoperationlog.h"
 #include "tovelkarin/tnnereply.h"
@@ -19,7 +20,6 @@
 #include <memory>
 #include <mutex>
 #include <random>
-#include <set>
 
 namespace host {
 
@@ -30,34 +30,9 @@ using NSTE_util::TEMutexOperMgr;
 using NSTE_util::TEOperObject;
 using NSTE_util::TNProgressIF;
 
-constexpr std::uint32_t LOCAL_ADDRESS = 0x7F000001;
 constexpr std::size_t QUEUE = 256;
 constexpr std::uint64_t TASKS_MOST = 1000000000000;
 constexpr auto PROGRESS_PAUSE = std::chrono::milliseconds(200);
-
-ZembCmdMSG MessageOf(int nOper, std::uint32_t nRequest) {
-    ZembCmdMSG msg{};
-    msg.nClientAddr = LOCAL_ADDRESS;
-    msg.nHandle = ZembAppMgr::OwnHandle();
-    msg.nReplyHandle = msg.nHandle;
-    msg.nRequest = nRequest;
-    msg.nCmd = static_cast<std::uint32_t>(nOper);
-    return msg;
-}
-
-// The mission of a task, its number that of the task, as long as it lives.
-class Registration {
-public:
-    explicit Registration(ZembGnlTask& task) : m_task(task) {
-        TNProgressIF::Instance()->Register(static_cast<long>(task.GetTaskId()), &task);
-    }
-    ~Registration() { TNProgressIF::Instance()->UnRegister(&m_task); }
-    Registration(const Registration&) = delete;
-    Registration& operator=(const Registration&) = delete;
-
-private:
-    ZembGnlTask& m_task;
-};
 
 struct LoadArguments {
     std::uint64_t nTasks = 10000;
@@ -104,7 +79,8 @@ private:
             const TEOperObject obj{
                 1 + static_cast<int>(random() % static_cast<unsigned>(m_args.nNes)),
                 random() % 4 == 0 ? 0 : static_cast<int>(random() % 8), 0};
-            pool.Submit(MessageOf(nOper, static_cast<std::uint32_t>(i)), {static_cast<int>(i % 50)},
+            pool.Submit(CommandMessage(nOper, static_cast<std::uint32_t>(i)),
+                        {static_cast<int>(i % 50)},
                         [this, nOper, obj, tSubmitted = Clock::now()](ZembGnlTask& task) {
                             RunOne(task, nOper, obj, tSubmitted);
                         });
@@ -125,7 +101,7 @@ private:
         const NSTN_util::TNThreadGuard busy("load");
         TNProgressIF& progress = *TNProgressIF::Instance();
         {
-            const Registration registration(task);
+            const Mission mission(task);
             if (progress.GetMissionID() != task.GetTaskId())
                 ++m_nWrongMissions;
             RunRegistered(task, nOper, obj, tSubmitted);
@@ -156,8 +132,8 @@ private:
             log.SetOperInfo("load");
             log.SetOperObject(ObjectText(obj));
             log.AddOperationLog(task.GetCurReqMsg(), NSTN_util::GetUserID(),
-                                static_cast<int>(nResult), static_cast<unsigned long>(obj.nNeId), 4,
-                                2);
+                                static_cast<int>(nResult), static_cast<unsigned long>(obj.nNeId),
+                                OPERATION_LEVEL, OPERATION_CATEGORY);
         }
     }
 

@@ -1,4 +1,5 @@
 #include "command.h"
+#include "mission.h"
 
 #include "tovelkarin/teoperationlog.h"
 
@@ -16,10 +17,6 @@ using NSTE_util::TEMutexOperMgr;
 using NSTE_util::TEOperObject;
 
 namespace {
-
-constexpr std::uint32_t LOCAL_ADDRESS = 0x7F000001;
-constexpr unsigned char OPERATION_LEVEL = 4;
-constexpr unsigned OPERATION_CATEGORY = 2;
 
 std::string CurrentUser() {
     const char* const szUser = std::getenv("USER");

@@ -1,5 +1,6 @@
 #include "task_runner.h"
 
+#include "mission.h"
 #include "output.h"
 
 #include "tovelkarin/temutexoperguard.h"
@@ -8,7 +9,6 @@
 #include "tovelkarin/tnprogress.h"
 #include "tovelkarin/tnthreadmgr.h"
 
-#include "zemb/message.h"
 #include "zemb/progress_view.h"
 
 #include <functional>
@@ -20,42 +20,16 @@ namespace {
 
 using NSTE_util::TNProgressIF;
 
-constexpr std::uint32_t LOCAL_ADDRESS = 0x7F000001;
 constexpr unsigned long NE_TIME_OUT = 0x4108C002;
-constexpr unsigned char LEVEL = 4;
-constexpr unsigned CATEGORY = 2;
 constexpr std::size_t THREADS = 8;
 constexpr std::size_t QUEUE = 64;
-
-ZembCmdMSG MessageOf(const TaskOrder& order) {
-    ZembCmdMSG msg{};
-    msg.nClientAddr = LOCAL_ADDRESS;
-    msg.nHandle = ZembAppMgr::OwnHandle();
-    msg.nReplyHandle = msg.nHandle;
-    msg.nCmd = static_cast<std::uint32_t>(order.nOper);
-    return msg;
-}
-
-// The mission of a task, its number that of the task, as long as it lives.
-class Registration {
-public:
-    explicit Registration(ZembGnlTask& task) : m_task(task) {
-        TNProgressIF::Instance()->Register(static_cast<long>(task.GetTaskId()), &task);
-    }
-    ~Registration() { TNProgressIF::Instance()->UnRegister(&m_task); }
-    Registration(const Registration&) = delete;
-    Registration& operator=(const Registration&) = delete;
-
-private:
-    ZembGnlTask& m_task;
-};
 
 // What a server process does for a command: exclusion, progress, the reply of the NE, the log.
 unsigned long RunOperation(ZembGnlTask& task, const TaskOrder& order,
                            const std::function<void()>& afterStep) {
     const NSTN_util::TNThreadGuard busy("operation " + std::to_string(order.nOper));
     TNProgressIF& progress = *TNProgressIF::Instance();
-    const Registration registration(task);
+    const Mission mission(task);
     NSTN_util::TNCommonLog log;
     log.SetOperObject(NSTN_util::GetVirtaulNodeIDByNeID(order.nNe));
     log.SetOperInfo("operation " + std::to_string(order.nOper));
@@ -78,7 +52,7 @@ unsigned long RunOperation(ZembGnlTask& task, const TaskOrder& order,
         log.AppendOperInfo("refused");
     }
     log.AddOperationLog(task.GetCurReqMsg(), NSTN_util::GetUserID(), static_cast<int>(nResult),
-                        static_cast<unsigned long>(order.nNe), LEVEL, CATEGORY);
+                        static_cast<unsigned long>(order.nNe), OPERATION_LEVEL, OPERATION_CATEGORY);
     return nResult;
 }
 
@@ -101,7 +75,7 @@ TaskRunner::~TaskRunner() {
 
 unsigned long TaskRunner::Run(const TaskOrder& order) {
     std::promise<unsigned long> result;
-    m_pool.Submit(MessageOf(order), {order.nUser}, [&](ZembGnlTask& task) {
+    m_pool.Submit(CommandMessage(order.nOper), {order.nUser}, [&](ZembGnlTask& task) {
         try {
             result.set_value(RunOperation(task, order, [] {}));
         } catch (...) {
@@ -117,21 +91,27 @@ int TaskRunner::Start(const TaskOrder& order) {
     Background& background = *(m_mapTask[nId] = std::make_unique<Background>());
     background.order = order;
     guard.unlock();
-    m_pool.Submit(MessageOf(order), {order.nUser}, [this, &background](ZembGnlTask& task) {
-        {
-            const std::lock_guard<std::mutex> lock(m_lock);
-            background.pTask = &task;
-        }
-        const unsigned long nResult =
-            RunOperation(task, background.order, [&] { Wait(background); });
-        const bool bAbort = TNProgressIF::Instance()->IsAbort();
-        const std::lock_guard<std::mutex> lock(m_lock);
-        background.pTask = nullptr;
-        background.strState =
-            nResult == 0 ? (bAbort || background.strState == "aborting" ? "aborted" : "done")
-                         : "ended with " + Hex(nResult);
-        m_changed.notify_all();
-    });
+    m_pool.Submit(CommandMessage(order.nOper), {order.nUser},
+                  [this, &background](ZembGnlTask& task) {
+                      {
+                          const std::lock_guard<std::mutex> lock(m_lock);
+                          background.pTask = &task;
+                      }
+                      std::string strError;
+                      unsigned long nResult = 0;
+                      try {
+                          nResult = RunOperation(task, background.order, [&] { Wait(background); });
+                      } catch (const std::exception& error) {
+                          strError = error.what();
+                      }
+                      const std::lock_guard<std::mutex> lock(m_lock);
+                      background.pTask = nullptr;
+                      background.strState = !strError.empty() ? "failed: " + strError
+                                            : nResult != 0    ? "ended with " + Hex(nResult)
+                                            : background.strState == "aborting" ? "aborted"
+                                                                                : "done";
+                      m_changed.notify_all();
+                  });
     guard.lock();
     m_changed.wait(guard, [&] { return background.strState != "waiting"; });
     return nId;

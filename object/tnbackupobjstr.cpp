@@ -30,13 +30,13 @@ std::string Joined(std::initializer_list<std::string_view> pieces) {
 }
 
 // Inserts the pieces one after another, moving what is behind them once.
-template <class Range>
-void InsertPieces(std::string& strText, std::size_t nAt, const Range& pieces) {
+void InsertPieces(std::string& strText, std::size_t nAt,
+                  const std::vector<std::string_view>& vecPiece) {
     std::size_t nSize = 0;
-    for (const std::string_view strPiece : pieces)
+    for (const std::string_view strPiece : vecPiece)
         nSize += strPiece.size();
     strText.insert(nAt, nSize, ' ');
-    for (const std::string_view strPiece : pieces)
+    for (const std::string_view strPiece : vecPiece)
         nAt += strPiece.copy(&strText[nAt], strPiece.size());
 }
 

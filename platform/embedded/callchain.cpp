@@ -7,7 +7,7 @@
 
 #include <atomic>
 #include <filesystem>
-#include <mutex>
+#include <string>
 
 namespace NSTE_util {
 
@@ -28,7 +28,6 @@ public:
         const std::string strFile = CallChainLog();
         if (strFile.empty())
             return false;
-        const std::lock_guard<std::mutex> guard(m_lock);
         std::error_code ignored;  // then the file cannot be opened
         std::filesystem::create_directories(std::filesystem::path(strFile).parent_path(), ignored);
         const int nFile =
@@ -44,8 +43,7 @@ public:
     }
 
 private:
-    std::mutex m_lock;
-    bool m_bTorn = false;  // the last line has no end
+    std::atomic<bool> m_bTorn{false};  // the last line has no end
 };
 
 std::atomic<bool> g_bOn{false};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/naive/byte_source.h"
+#include "tests/naive/plain_asn.h"
 
 #include "tovelkarin/tntraceif.h"
 #include "zemb/asn.h"
@@ -11,18 +12,6 @@
 
 // The sectioned print of ASN values, from the text that it starts with.
 namespace naive {
-
-// A value whose text is what a test wants it to be, but for the label in front.
-class PlainAsn : public AsnType {
-public:
-    explicit PlainAsn(std::string strText) : AsnType("Plain"), m_strText(std::move(strText)) {}
-    void AppendText(std::string& strOut, std::size_t /*nDepth*/) const override {
-        strOut += m_strText;
-    }
-
-private:
-    std::string m_strText;
-};
 
 inline std::string Compacted(std::string strText, bool bAll) {
     for (std::size_t n = 0; n < strText.size() && (bAll || strText.size() > 40000);) {
