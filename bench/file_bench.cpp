@@ -281,18 +281,34 @@ BENCHMARK(TimeoutPeer)->Name("timeout_two_threads/shared_mutex")->Threads(2)->Us
 
 std::atomic<long> g_nBytes{0};
 
+std::string TreeOf(std::int64_t nFiles) {
+    return PathOf("tree" + std::to_string(nFiles));
+}
+
+// Only when a row needs it: a hundred thousand files take a while.
+void MakeTree(std::int64_t nFiles) {
+    const std::string strTree = TreeOf(nFiles);
+    if (std::filesystem::exists(strTree))
+        return;
+    for (std::int64_t i = 0; i < nFiles; ++i) {
+        const std::string strFolder = strTree + "/" + std::to_string(i / 500);
+        if (i % 500 == 0)
+            std::filesystem::create_directories(strFolder);
+        std::ofstream(strFolder + "/file" + std::to_string(i)) << i;
+    }
+}
+
+void MakeTreeOf(const benchmark::State& state) {
+    MakeTree(state.range(0));
+}
+
 void FolderRows() {
     for (const int nFiles : {1000, 100000}) {
-        const std::string strTree = PathOf("tree" + std::to_string(nFiles));
-        for (int i = 0; i < nFiles; ++i) {
-            const std::string strFolder = strTree + "/" + std::to_string(i / 500);
-            if (i % 500 == 0)
-                std::filesystem::create_directories(strFolder);
-            std::ofstream(strFolder + "/file" + std::to_string(i)) << i;
-        }
+        const std::string strTree = TreeOf(nFiles);
         Row(
             "tree_size", "ours", [=](std::size_t) { return GetFolerSize(strTree, 10000000); },
-            nFiles);
+            nFiles)
+            ->Setup(MakeTreeOf);
         Row(
             "tree_size", "nftw",
             [=](std::size_t) {
@@ -306,14 +322,15 @@ void FolderRows() {
                     64, FTW_PHYS);
                 return g_nBytes.load();
             },
-            nFiles);
+            nFiles)
+            ->Setup(MakeTreeOf);
     }
     static const std::string FOLDER = PathOf("tree1000/0");
     Row("folder_list", "ours", [](std::size_t) {
         std::list<std::string> listName;
         GetAllFile(FOLDER, listName);
         return listName.size();
-    });
+    })->Setup([](const benchmark::State&) { MakeTree(1000); });
     Row("folder_list", "glib", [](std::size_t) {
         std::list<std::string> listName;
         GDir* const pDir = g_dir_open(FOLDER.c_str(), 0, nullptr);

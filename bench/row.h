@@ -11,7 +11,7 @@ namespace bench {
 
 // Registers "row/who[/size]": what is measured is one call of call(i) with a rising i.
 template <class Call>
-void Row(const std::string& strRow, const char* szWho, Call call, std::int64_t nSize = 0) {
+benchmark::internal::Benchmark* Row(const std::string& strRow, const char* szWho, Call call, std::int64_t nSize = 0) {
     auto* const pBenchmark = benchmark::RegisterBenchmark(
         (strRow + "/" + szWho).c_str(), [call](benchmark::State& state) mutable {
             std::size_t i = 0;
@@ -20,6 +20,7 @@ void Row(const std::string& strRow, const char* szWho, Call call, std::int64_t n
         });
     if (nSize != 0)
         pBenchmark->Arg(nSize);
+    return pBenchmark;
 }
 
 // 1,024 numbers of every length.

@@ -1,5 +1,6 @@
 #include "command.h"
 #include "mission.h"
+#include "progress_line.h"
 
 #include "tovelkarin/teoperationlog.h"
 #include "tovelkarin/tnnereply.h"
@@ -16,7 +17,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <iostream>
 #include <memory>
 #include <mutex>
 #include <random>
@@ -69,7 +69,7 @@ public:
 private:
     void RunTasks() {
         std::mt19937 random(m_args.nSeed);
-        const bool bTerminal = isatty(STDERR_FILENO) == 1;
+        const ProgressLine line;
         const auto tEnd = Clock::now() + std::chrono::duration<double>(m_args.dSeconds);
         auto tShown = Clock::now();
         zemb::TaskPool pool(m_args.nThreads, QUEUE);
@@ -85,15 +85,13 @@ private:
                             RunOne(task, nOper, obj, tSubmitted);
                         });
             ++m_nSubmitted;
-            if (bTerminal && Clock::now() - tShown > PROGRESS_PAUSE) {
+            if (line.IsShown() && Clock::now() - tShown > PROGRESS_PAUSE) {
                 tShown = Clock::now();
-                std::cerr << "\r" << m_nGranted << " granted, " << m_nRefused << " refused "
-                          << std::flush;
+                line.Show(std::to_string(m_nGranted) + " granted, " + std::to_string(m_nRefused) +
+                          " refused");
             }
         }
         pool.Wait();
-        if (bTerminal)
-            std::cerr << "\r\033[K" << std::flush;
     }
 
     void RunOne(ZembGnlTask& task, int nOper, const TEOperObject& obj,

@@ -1,4 +1,5 @@
 #include "command.h"
+#include "progress_line.h"
 #include "task_runner.h"
 
 #include "tovelkarin/tedebugcommandmgr.h"
@@ -25,14 +26,21 @@ std::string TitleOf(const TaskOrder& order) {
 }
 
 int RunTask(Session& session, const TaskOrder& order) {
-    const zemb::ScopedProgressListener listener(
-        [&](const ZembGnlTask*, int nPercent, const std::string& strDesc) {
-            Json::Value record;
-            record["percent"] = nPercent;
-            record["text"] = strDesc;
-            session.out.Put("  " + std::to_string(nPercent) + " %  " + strDesc, record);
-        });
-    const unsigned long nResult = RunnerOf(session).Run(order);
+    unsigned long nResult = 0;
+    {
+        const ProgressLine line;
+        const zemb::ScopedProgressListener listener(
+            [&](const ZembGnlTask*, int nPercent, const std::string& strDesc) {
+                if (line.IsShown() && !session.out.IsJson())
+                    return line.Show(TitleOf(order) + ": " + std::to_string(nPercent) + " %  " +
+                                     OnOneLine(strDesc));
+                Json::Value record;
+                record["percent"] = nPercent;
+                record["text"] = strDesc;
+                session.out.Put("  " + std::to_string(nPercent) + " %  " + strDesc, record);
+            });
+        nResult = RunnerOf(session).Run(order);
+    }
     Json::Value record;
     record["result"] = static_cast<Json::UInt64>(nResult);
     session.out.Put(TitleOf(order) + (nResult == 0 ? ": done" : ": ended with " + Hex(nResult)),

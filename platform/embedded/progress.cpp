@@ -12,6 +12,8 @@
 #include <mutex>
 #include <set>
 #include <tuple>
+#include <unordered_map>
+#include <utility>
 
 namespace NSTE_util {
 
@@ -53,7 +55,7 @@ class ProgressMgrImpl final : public NSTE_util::ProgressMgr {
 public:
     void Register(const ClientMissionID& mission, ZembGnlTask* pTask) override {
         const std::lock_guard<std::mutex> guard(m_lock);
-        State& state = m_mapTask[pTask];
+        State& state = m_mapTask.try_emplace(pTask, ++m_nLastTask).first->second;
         if (state.setMission.insert(mission).second)
             state.vecMission.push_back(mission);
     }
@@ -74,10 +76,9 @@ public:
         std::vector<std::shared_ptr<const Listener>> vecListener;
         {
             const std::lock_guard<std::mutex> guard(m_lock);
-            const auto it = m_mapTask.find(pTask);
-            if (it != m_mapTask.end()) {
-                it->second.nPercent = nPercent;
-                it->second.strDesc = info.Text();
+            if (State* const pState = Find(pTask)) {
+                pState->nPercent = nPercent;
+                pState->strDesc = info.Text();
             }
             for (const auto& [nId, pListener] : m_mapListener)
                 vecListener.push_back(pListener);
@@ -116,10 +117,14 @@ public:
 
     std::vector<TaskProgress> All() {
         const std::lock_guard<std::mutex> guard(m_lock);
-        std::vector<TaskProgress> vecProgress;
+        std::map<std::uint64_t, TaskProgress> mapProgress;
         for (const auto& [pTask, state] : m_mapTask)
-            vecProgress.push_back({pTask, state.vecMission, state.nPercent, state.vecScale.back(),
-                                   state.bAbort, state.strDesc});
+            mapProgress[state.nOrder] = {pTask,          state.vecMission,
+                                         state.nPercent, state.vecScale.back(),
+                                         state.bAbort,   state.strDesc};
+        std::vector<TaskProgress> vecProgress;
+        for (auto& [nOrder, progress] : mapProgress)
+            vecProgress.push_back(std::move(progress));
         return vecProgress;
     }
 
@@ -149,6 +154,8 @@ public:
 
 private:
     struct State {
+        explicit State(std::uint64_t nOrderOf) : nOrder(nOrderOf) {}
+        std::uint64_t nOrder;                     // among the tasks, by their first registration
         std::vector<ClientMissionID> vecMission;  // in the order of registration
         std::set<ClientMissionID> setMission;     // the same
         int nPercent = 0;
@@ -163,7 +170,8 @@ private:
     }
 
     std::mutex m_lock;
-    std::map<const ZembGnlTask*, State> m_mapTask;
+    std::unordered_map<const ZembGnlTask*, State> m_mapTask;
+    std::uint64_t m_nLastTask = 0;
     std::map<int, std::shared_ptr<const Listener>> m_mapListener;
     int m_nLastId = 0;
 };
