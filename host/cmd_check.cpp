@@ -69,21 +69,9 @@ int CheckEach(const Session& session, const CheckArguments& args,
     return PutFindings(session, args, vecFinding, Counted(args.vecFile.size(), "file"));
 }
 
-// Each folder is one language; a key that another folder has is missed.
 int CheckLang(const Session& session, const CheckArguments& args) {
-    std::vector<LangFolder> vecFolder(args.vecFile.begin(), args.vecFile.end());
-    std::vector<Finding> vecFinding;
-    for (std::size_t i = 0; i < vecFolder.size(); ++i) {
-        vecFinding.insert(vecFinding.end(), vecFolder[i].vecFinding.begin(),
-                          vecFolder[i].vecFinding.end());
-        for (const auto& [strKey, place] : vecFolder[i].mapKey)
-            for (std::size_t n = 0; n < vecFolder.size(); ++n)
-                if (vecFolder[n].mapKey.count(strKey) == 0)
-                    vecFinding.push_back({place, ESeverity::WARNING,
-                                          "'" + strKey + "' is missing in " + args.vecFile[n],
-                                          "the key in every language"});
-    }
-    return PutFindings(session, args, vecFinding, Counted(args.vecFile.size(), "language"));
+    return PutFindings(session, args, CheckLanguages(args.vecFile),
+                       Counted(args.vecFile.size(), "language"));
 }
 
 }  // namespace

@@ -33,7 +33,14 @@ int RunHost(Session& session, const HostArguments& args) {
 int ShowHelp(Session& session, const std::string& strName) {
     if (!strName.empty())
         return RunCommand(session, {strName, "--help"});
-    std::cout << HelpText() << "\n'help COMMAND' tells more." << std::endl;
+    session.out.Say(HelpText() + "\n'help COMMAND' tells more.");
+    if (session.out.IsJson())
+        for (const Command& command : Commands()) {
+            Json::Value record;
+            record["command"] = command.szName;
+            record["summary"] = command.szSummary;
+            session.out.Put("", record);
+        }
     return DONE;
 }
 

@@ -1,5 +1,6 @@
 #include "command.h"
 #include "lang_file.h"
+#include "root_files.h"
 #include "texts.h"
 
 #include "tovelkarin/telangresmgr.h"
@@ -16,10 +17,8 @@ namespace host {
 
 namespace {
 
-constexpr const char* LANG_DIR = "/conf/lang/";
-
 struct LangArguments {
-    std::string strDir = LANG_DIR;
+    std::string strDir = LANG_UNDER_ROOT;
     std::string strLanguage;
     std::vector<std::string> vecFile;
     Texts keys;

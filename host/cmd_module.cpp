@@ -1,4 +1,5 @@
 #include "command.h"
+#include "root_files.h"
 
 #include "tovelkarin/utilif.h"
 
@@ -67,8 +68,8 @@ constexpr SettingRow SETTINGS[] = {
 int ShowSettings(Session& session) {
     const std::string strRoot = NSTE_util::GetZEMBRootPath();
     const std::string strEms =
-        NSTE_util::emscfgfile != nullptr ? NSTE_util::emscfgfile : strRoot + "/etc/oss_cfg/ems.cfg";
-    const std::string strTrans = strRoot + "/etc/oss_cfg/trans/core/conf/trans_ems.cfg";
+        NSTE_util::emscfgfile != nullptr ? NSTE_util::emscfgfile : strRoot + EMS_UNDER_ROOT;
+    const std::string strTrans = strRoot + TRANS_EMS_UNDER_ROOT;
     std::vector<std::vector<std::string>> vecRow = {{"SETTING", "VALUE", "FROM"}};
     for (const SettingRow& row : SETTINGS) {
         const int nValue = row.pSwitch != nullptr ? static_cast<int>(*row.pSwitch) : *row.pNumber;

@@ -101,6 +101,11 @@ const std::vector<Command>& Commands() {
                      "trace line 'NE %d: %s' 5 ready", true, DefineTrace},
         {"clock",    "show, move or stop the platform's clock",
                      "clock +301", false, DefineClock},
+        {"doctor",   "look over root, files, state folder, clock, room and versions; say what to do",
+                     "doctor", false, DefineDoctor},
+        {"completion", "print the completion script for bash",
+                     "completion > ~/.local/share/bash-completion/completions/tovelkarin", false,
+                     DefineCompletion},
         {"say",      "print a text",
                      "say 'Alice begins.'", false, DefineSay},
         {"help",     "show the commands, or all about one",
@@ -126,6 +131,20 @@ std::string HelpText() {
     return Table(vecRow);
 }
 
+namespace {
+
+int PutHelp(const Output& out, const Command& command, std::string strHelp) {
+    while (!strHelp.empty() && strHelp.back() == '\n')
+        strHelp.pop_back();
+    Json::Value record;
+    record["command"] = command.szName;
+    record["help"] = strHelp;
+    out.Put(strHelp, record);
+    return DONE;
+}
+
+}  // namespace
+
 int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
     const Command* const pCommand = FindCommand(vecWord.front());
     if (pCommand == nullptr) {
@@ -140,7 +159,7 @@ int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
         app.parse(std::vector<std::string>(vecWord.rbegin(), vecWord.rend() - 1));
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
-            return app.exit(error, std::cout, std::cerr);
+            return PutHelp(session.out, *pCommand, app.help());
         std::cerr << "tovelkarin: " << pCommand->szName << ": " << error.what() << "; 'help "
                   << pCommand->szName << "' tells more" << std::endl;
         return WRONG_USAGE;

@@ -87,6 +87,8 @@ Runner DefineEvent(CLI::App& app);
 Runner DefineOpLog(CLI::App& app);
 Runner DefineLog(CLI::App& app);
 Runner DefineBackup(CLI::App& app);
+Runner DefineDoctor(CLI::App& app);
+Runner DefineCompletion(CLI::App& app);
 Runner DefineSay(CLI::App& app);
 Runner DefineQuit(CLI::App& app);
 Runner DefineHelp(CLI::App& app);

@@ -75,4 +75,19 @@ void LangFolder::ReadLine(const Place& place) {
             "");
 }
 
+std::vector<Finding> CheckLanguages(const std::vector<std::string>& vecFolder) {
+    const std::vector<LangFolder> vecLang(vecFolder.begin(), vecFolder.end());
+    std::vector<Finding> vecFinding;
+    for (const LangFolder& lang : vecLang) {
+        vecFinding.insert(vecFinding.end(), lang.vecFinding.begin(), lang.vecFinding.end());
+        for (const auto& [strKey, place] : lang.mapKey)
+            for (std::size_t n = 0; n < vecLang.size(); ++n)
+                if (vecLang[n].mapKey.count(strKey) == 0)
+                    vecFinding.push_back({place, ESeverity::WARNING,
+                                          "'" + strKey + "' is missing in " + vecFolder[n],
+                                          "the key in every language"});
+    }
+    return vecFinding;
+}
+
 }  // namespace host

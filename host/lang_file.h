@@ -28,4 +28,7 @@ private:
              const std::string& strWhat, const std::string& strExpected);
 };
 
+// What is wrong in language folders, one a language; a key that another folder has is missed.
+std::vector<Finding> CheckLanguages(const std::vector<std::string>& vecFolder);
+
 }  // namespace host

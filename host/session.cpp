@@ -1,5 +1,6 @@
 #include "session.h"
 
+#include "root_files.h"
 #include "task_runner.h"
 #include "trail_holder.h"
 
@@ -19,9 +20,6 @@
 namespace host {
 
 namespace {
-
-constexpr const char* TABLE_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/mutex_oper.cfg";
-constexpr const char* TIMEOUTS_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/reqtimeout.cfg";
 
 constexpr int WAIT_SECONDS = 30;
 

@@ -117,7 +117,11 @@ void TEMutexOperMgrImpl::ReleaseMutexOper(int nOper, const std::list<TEOperObjec
 }
 
 void TEMutexOperMgrImpl::ReleaseMutexOper(int nOper, const TEOperObject& obj) {
-    NSTN_util::GuardedCall([&] { ReleaseMutexOper(nOper, std::list<TEOperObject>{obj}); });
+    // Without a list: memory for one might be lacking, and the object would stay held.
+    NSTN_util::GuardedCall([&] {
+        ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+        ReleaseOne_nolock(nOper, obj);
+    });
 }
 
 void TEMutexOperMgrImpl::ReleaseOne_nolock(int nOper, const TEOperObject& obj) {

@@ -103,7 +103,7 @@ std::string BeginCallChain(const std::string& strName) {
 }
 
 void EndCallChain() {
-    ForgetOtherTasks();
+    GuardedCall(ForgetOtherTasks);
     if (!t_dequeChain.empty())
         t_dequeChain.pop_back();
 }

@@ -1,12 +1,13 @@
 #include "zemb/callchain.h"
 
+#include "embedded/fault_point.h"
+#include "embedded/state_folder.h"
 #include "zemb/control.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <filesystem>
 #include <string>
 
 namespace NSTE_util {
@@ -19,19 +20,21 @@ namespace zemb {
 
 namespace {
 
-constexpr mode_t FILE_MODE = 0640;
-
 class CallChainFile final : public NSTE_util::CallChainMgr {
 public:
     // One write a record: whole lines in the file, none lost when the process dies.
     bool Write(const std::string& strRecord) override {
+        if (IsFaulty("CallChainMgr::Write"))
+            return false;
         const std::string strFile = CallChainLog();
         if (strFile.empty())
             return false;
-        std::error_code ignored;  // then the file cannot be opened
-        std::filesystem::create_directories(std::filesystem::path(strFile).parent_path(), ignored);
-        const int nFile =
-            open(strFile.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, FILE_MODE);
+        try {
+            MakeStateFile(strFile);
+        } catch (const std::exception&) {
+            return false;
+        }
+        const int nFile = open(strFile.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_CLOEXEC);
         if (nFile == -1)
             return false;
         const std::string strLine = (m_bTorn ? "\n" : "") + strRecord + "\n";
@@ -63,5 +66,5 @@ std::string CallChainLog() {
 
 NSTE_util::CallChainMgr* NSTE_util::CallChainMgr::Instance() {
     static CallChainMgr* const pInstance = new zemb::CallChainFile;
-    return zemb::g_bOn ? pInstance : nullptr;
+    return zemb::g_bOn && !zemb::IsFaulty("CallChainMgr::Instance") ? pInstance : nullptr;
 }

@@ -1,5 +1,6 @@
 #include "zemb/debug.h"
 
+#include "embedded/fault_point.h"
 #include "embedded/log_file.h"
 #include "zemb/control.h"
 
@@ -99,6 +100,8 @@ public:
     explicit Channel(const std::string& strModule) : m_strModule(strModule), m_file(strModule) {}
 
     void Trace(int nLevel, const char* szText) override {
+        if (zemb::IsFaulty("Trace"))
+            return;
         if (nLevel < m_nLevel.load(std::memory_order_relaxed))
             return;
         char szKind[16];
@@ -107,11 +110,13 @@ public:
     }
 
     void Assert(const char* szText) override {
+        if (zemb::IsFaulty("Assert"))
+            return;
         Write(KIND_ASSERT, WithoutLineEnd(szText == nullptr ? "" : szText));
     }
 
     int Printf(const char* szFormat, ...) override __attribute__((format(printf, 2, 3))) {
-        if (szFormat == nullptr)
+        if (szFormat == nullptr || zemb::IsFaulty("Printf"))
             return -1;
         va_list args;
         va_start(args, szFormat);
@@ -172,7 +177,7 @@ Channels& AllChannels() {
 namespace NSTE_util {
 
 TEDebugInterface* GetDebugInterface(const char* szModule) {
-    if (szModule == nullptr || g_nNoChannel != 0)
+    if (szModule == nullptr || g_nNoChannel != 0 || zemb::IsFaulty("GetDebugInterface"))
         return nullptr;
     return AllChannels().Get(szModule);
 }

@@ -1,5 +1,6 @@
 #include "zemb/error_log.h"
 
+#include "embedded/fault_point.h"
 #include "zemb/control.h"
 #include "zemb/operlog.h"
 #include "zemb/task.h"
@@ -57,6 +58,8 @@ public:
 
 private:
     void Add(OperError error) {
+        if (IsFaulty("TEOperErrorLogIF"))
+            return;
         if (error.listValue.size() > NUMBERS_KEPT)
             error.listValue.resize(NUMBERS_KEPT);
         for (std::string* const pText : {&error.strFirst, &error.strSecond})

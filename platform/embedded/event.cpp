@@ -1,5 +1,6 @@
 #include "zemb/event.h"
 
+#include "embedded/fault_point.h"
 #include "zemb/debug.h"
 
 #include <algorithm>
@@ -29,7 +30,7 @@ int CallHandler(TEEventHandler& handler, int nEvent, void* pData) {
 class EventMgr final : public TEEventMgr {
 public:
     int RegisterHandler(TEEventHandler* pHandler, int nEvent, int /*nFlag*/) override {
-        if (pHandler == nullptr)
+        if (pHandler == nullptr || zemb::IsFaulty("RegisterHandler"))
             return -1;
         std::lock_guard<std::mutex> guard(m_lock);
         std::vector<TEEventHandler*>& vecHandler = m_mapHandler[nEvent];
@@ -40,6 +41,8 @@ public:
     }
 
     int UnRegisterHandler(TEEventHandler* pHandler, int nEvent) override {
+        if (zemb::IsFaulty("UnRegisterHandler"))
+            return -1;
         std::lock_guard<std::mutex> guard(m_lock);
         std::vector<TEEventHandler*>& vecHandler = m_mapHandler[nEvent];
         const auto it = std::find(vecHandler.begin(), vecHandler.end(), pHandler);

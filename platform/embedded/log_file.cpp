@@ -1,8 +1,8 @@
 #include "embedded/log_file.h"
 
+#include "embedded/state_folder.h"
 #include "zemb/control.h"
 
-#include <sys/stat.h>
 #include <time.h>
 
 #include <spdlog/sinks/rotating_file_sink.h>
@@ -10,7 +10,6 @@
 #include <array>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
 #include <functional>
 
 namespace zemb {
@@ -19,9 +18,8 @@ namespace {
 
 constexpr std::size_t FILE_BYTES = 10U << 20;  // size at which a log is rotated
 constexpr std::size_t FILES_KEPT = 5;          // rotated files beside the current one
-constexpr mode_t FILE_MODE = 0640;
-constexpr std::size_t NAME_MAX_CHARS = 64;  // of a module's name in the name of its file
-constexpr std::size_t TIME_CHARS = 24;      // "2026-03-01 08:00:00.123Z"
+constexpr std::size_t NAME_MAX_CHARS = 64;     // of a module's name in the name of its file
+constexpr std::size_t TIME_CHARS = 24;         // "2026-03-01 08:00:00.123Z"
 
 // Characters that could end a line, move a cursor or be mistaken for an escape.
 constexpr std::array<bool, 256> EscapedChars() {
@@ -109,10 +107,10 @@ private:
 
 spdlog::file_event_handlers Handlers() {
     spdlog::file_event_handlers handlers;
+    handlers.before_open = [](const spdlog::filename_t& strFile) { MakeStateFile(strFile); };
     handlers.after_open = [](const spdlog::filename_t&, std::FILE* pFile) {
         // Each line is one write: whole lines in the file, none lost when the process dies.
         std::setvbuf(pFile, nullptr, _IONBF, 0);
-        fchmod(fileno(pFile), FILE_MODE);
     };
     return handlers;
 }
@@ -149,7 +147,6 @@ std::shared_ptr<LogFileSink> LogFile::Open() {
     const std::string strFile = LogFileOf(m_strModule);
     if (strFile.empty())
         return nullptr;
-    std::filesystem::create_directories(std::filesystem::path(strFile).parent_path());
     m_pSink = std::make_shared<LogFileSink>(strFile);
     m_nGeneration = nGeneration;
     return m_pSink;

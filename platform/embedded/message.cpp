@@ -1,5 +1,6 @@
 #include "zemb/message.h"
 
+#include "embedded/fault_point.h"
 #include "zemb/debug.h"
 #include "zemb/receiver.h"
 
@@ -35,7 +36,7 @@ std::shared_ptr<const Receiver> Find(std::uint32_t nModule) {
 }  // namespace
 
 ZembCmdMSG* ZembAppMgr::AllocMsg(std::size_t nPayload) noexcept {
-    if (nPayload > SIZE_MAX - ZEMB_MSG_PAYLOAD)
+    if (nPayload > SIZE_MAX - ZEMB_MSG_PAYLOAD || zemb::IsFaultyNoThrow("AllocMsg"))
         return nullptr;
     auto* const pMsg = static_cast<ZembCmdMSG*>(std::malloc(ZEMB_MSG_PAYLOAD + nPayload));
     if (pMsg != nullptr)
@@ -52,6 +53,8 @@ std::uint32_t ZembAppMgr::OwnHandle() {
 }
 
 int ZembAppMgr::ZembOutSendMsg(const ZembCmdMSG* pMsg) {
+    if (zemb::IsFaulty("ZembOutSendMsg"))
+        return -1;
     if (pMsg == nullptr || pMsg->nMarker != ZEMB_MSG_MARKER ||
         pMsg->nLength < ZEMB_MSG_LENGTH_EXTRA)
         return 0;

@@ -1,5 +1,7 @@
 #include "zemb/os.h"
 
+#include "embedded/fault_point.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -133,27 +135,39 @@ int DeleteContent(Folder& folder) {
 namespace ZEMB_OS {
 
 int stat(const char* szPath, struct ::stat* pStat, const char*) {
+    if (zemb::IsFaultyNoThrow("stat"))
+        return -1;
     return ::stat(Text(szPath), pStat);
 }
 
 std::FILE* fopen(const char* szPath, const char* szMode, const char*) {
+    if (zemb::IsFaultyNoThrow("fopen"))
+        return nullptr;
     return std::fopen(Text(szPath), szMode);
 }
 
 int mkdir(const char* szPath, mode_t nMode, const char*) {
+    if (zemb::IsFaultyNoThrow("mkdir"))
+        return -1;
     return ::mkdir(Text(szPath), nMode);
 }
 
 int rename(const char* szFrom, const char* szTo, int nFlag, const char*) {
+    if (zemb::IsFaultyNoThrow("rename"))
+        return -1;
     return renameat2(AT_FDCWD, Text(szFrom), AT_FDCWD, Text(szTo),
                      nFlag == 0 ? 0 : RENAME_NOREPLACE);
 }
 
 int unlink(const char* szPath, const char*) {
+    if (zemb::IsFaultyNoThrow("unlink"))
+        return -1;
     return ::unlink(Text(szPath));
 }
 
 long filesize(const char* szPath, const char*) {
+    if (zemb::IsFaultyNoThrow("filesize"))
+        return -1;
     struct ::stat info;
     return ::stat(Text(szPath), &info) == 0 ? info.st_size : -1;
 }
@@ -162,6 +176,8 @@ long filesize(const char* szPath, const char*) {
 
 int ZembFileUtil::getFileList(const char* szFolder, std::vector<ZembFileEntry>& vecEntry,
                               const char*) {
+    if (zemb::IsFaultyNoThrow("getFileList"))
+        return errno;
     Folder folder(AT_FDCWD, Text(szFolder), 0);
     while (const dirent* const pEntry = folder.Next())
         vecEntry.push_back({pEntry->d_name, IsFolder(folder, *pEntry), 0});
@@ -170,16 +186,22 @@ int ZembFileUtil::getFileList(const char* szFolder, std::vector<ZembFileEntry>& 
 
 int ZembFileUtil::walkTree(const char* szFolder,
                            const std::function<bool(const ZembFileEntry&)>& visit, const char*) {
+    if (zemb::IsFaultyNoThrow("walkTree"))
+        return errno;
     Folder folder(AT_FDCWD, Text(szFolder), 0);
     return Walk(folder, visit);
 }
 
 bool ZembFileUtil::isDir(const char* szPath, const char*) {
+    if (zemb::IsFaultyNoThrow("isDir"))
+        return false;
     struct ::stat info;
     return ::stat(Text(szPath), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
 int ZembFileUtil::delDir(const char* szPath, const char*) {
+    if (zemb::IsFaultyNoThrow("delDir"))
+        return errno;
     // A "/" behind a link would have it followed.
     std::string strPath = Text(szPath);
     while (strPath.size() > 1 && strPath.back() == '/')

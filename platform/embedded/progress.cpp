@@ -1,5 +1,6 @@
 #include "zemb/progress.h"
 
+#include "embedded/fault_point.h"
 #include "zemb/debug.h"
 #include "zemb/message.h"
 #include "zemb/progress_view.h"
@@ -54,6 +55,8 @@ using Listener = ScopedProgressListener::Listener;
 class ProgressMgrImpl final : public NSTE_util::ProgressMgr {
 public:
     void Register(const ClientMissionID& mission, ZembGnlTask* pTask) override {
+        if (IsFaulty("ProgressMgr::Register"))
+            return;
         const std::lock_guard<std::mutex> guard(m_lock);
         State& state = m_mapTask.try_emplace(pTask, ++m_nLastTask).first->second;
         if (state.setMission.insert(mission).second)
@@ -61,11 +64,15 @@ public:
     }
 
     void UnRegister(const ZembGnlTask* pTask) override {
+        if (IsFaulty("ProgressMgr::UnRegister"))
+            return;
         const std::lock_guard<std::mutex> guard(m_lock);
         m_mapTask.erase(pTask);
     }
 
     bool IsAbort(ZembGnlTask* pTask) override {
+        if (IsFaulty("ProgressMgr::IsAbort"))
+            return false;
         const std::lock_guard<std::mutex> guard(m_lock);
         const auto it = m_mapTask.find(pTask);
         return it != m_mapTask.end() && it->second.bAbort;
@@ -73,6 +80,8 @@ public:
 
     void SendProgress(ZembGnlTask* pTask, int nPercent,
                       const NSTE_util::TaskProgressInfo& info) override {
+        if (IsFaulty("ProgressMgr::SendProgress"))
+            return;
         std::vector<std::shared_ptr<const Listener>> vecListener;
         {
             const std::lock_guard<std::mutex> guard(m_lock);
@@ -93,12 +102,16 @@ public:
     }
 
     void SetScale(ZembGnlTask* pTask, float fScale) override {
+        if (IsFaulty("ProgressMgr::SetScale"))
+            return;
         const std::lock_guard<std::mutex> guard(m_lock);
         if (State* const pState = Find(pTask))
             pState->vecScale.push_back(fScale);
     }
 
     void RestoreScale(ZembGnlTask* pTask) override {
+        if (IsFaulty("ProgressMgr::RestoreScale"))
+            return;
         const std::lock_guard<std::mutex> guard(m_lock);
         State* const pState = Find(pTask);
         if (pState != nullptr && pState->vecScale.size() > 1)
@@ -106,6 +119,8 @@ public:
     }
 
     bool GetProgress(ZembGnlTask* pTask, int& nPercent, float& fScale) override {
+        if (IsFaulty("ProgressMgr::GetProgress"))
+            return false;
         const std::lock_guard<std::mutex> guard(m_lock);
         const State* const pState = Find(pTask);
         if (pState == nullptr)

@@ -1,5 +1,6 @@
 #include "zemb/settings.h"
 
+#include "embedded/fault_point.h"
 #include "embedded/item_line.h"
 #include "embedded/log_file.h"
 #include "zemb/control.h"
@@ -95,7 +96,7 @@ bool ReadNumber(std::string_view strText, int& nValue) {
 }  // namespace
 
 int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile) {
-    if (szKey == nullptr)
+    if (szKey == nullptr || zemb::IsFaulty("ZembGetRegInt"))
         return 0;
     std::string strFile = szFile == nullptr ? "" : szFile;
     if (strFile.empty())
@@ -119,6 +120,8 @@ int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile) {
 }
 
 void EmfGetServerPath(std::string& strPath) {
+    if (zemb::IsFaulty("EmfGetServerPath"))
+        return;
     strPath = NSTE_util::GetZEMBRootPath();
     if (!strPath.empty())
         strPath += "/";
@@ -130,6 +133,8 @@ Zembcommon::ZembMsg* Zembcommon::ZembMsg::instance() {
 }
 
 std::string Zembcommon::ZembMsg::getLanguage() const {
+    if (zemb::IsFaulty("getLanguage"))
+        return "";
     const std::string strLanguage = Language().Get();
     return strLanguage.empty() ? DEFAULT_LANGUAGE : strLanguage;
 }
@@ -140,6 +145,8 @@ int ZembGetLangType() {
 }
 
 std::string NSTE_util::GetZEMBRootPath() {
+    if (zemb::IsFaulty("GetZEMBRootPath"))
+        return "";
     return Root().Get();
 }
 

@@ -1,6 +1,8 @@
 #include "zemb/task.h"
 
+#include "embedded/fault_point.h"
 #include "zemb/control.h"
+#include "zemb/debug.h"
 #include "zemb/progress.h"
 
 #include <atomic>
@@ -15,7 +17,11 @@ ZembGnlTask::ZembGnlTask(ZembCmdMSG* pReqMsg, const NSTE_util::TETaskContext* pC
 
 // Another task may get the same address: nothing of this one may be left.
 ZembGnlTask::~ZembGnlTask() {
-    NSTE_util::ProgressMgr::Instance()->UnRegister(this);
+    try {
+        NSTE_util::ProgressMgr::Instance()->UnRegister(this);
+    } catch (...) {
+        NSTE_util::WriteException("a task that ended could not be forgotten");
+    }
 }
 
 ZembCmdMSG* ZembGnlTask::GetCurReqMsg() {
@@ -23,13 +29,15 @@ ZembCmdMSG* ZembGnlTask::GetCurReqMsg() {
 }
 
 ZembGnlTask* ZembGetCurrentTask() {
+    if (zemb::IsFaulty("ZembGetCurrentTask"))
+        return nullptr;
     return t_pTask;
 }
 
 namespace NSTE_util {
 
 const TETaskContext* GetTaskContext() {
-    return t_pTask == nullptr ? nullptr : t_pTask->GetContext();
+    return t_pTask == nullptr || zemb::IsFaulty("GetTaskContext") ? nullptr : t_pTask->GetContext();
 }
 
 }  // namespace NSTE_util

@@ -1,6 +1,8 @@
 #include "zemb/user_config.h"
 
 #include "embedded/database.h"
+#include "embedded/fault_point.h"
+#include "embedded/state_folder.h"
 #include "zemb/control.h"
 #include "zemb/settings.h"
 
@@ -29,7 +31,7 @@ std::unique_ptr<Database> Open(int nFlags) {
 
 bool SetUserCfg(const UserCfgItem& item, std::string& strError) {
     try {
-        std::filesystem::create_directories(std::filesystem::path(FileOf()).parent_path());
+        MakeStateFile(FileOf());
         const std::unique_ptr<Database> pDatabase =
             Open(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
         pDatabase->UseWal();
@@ -73,7 +75,7 @@ namespace FrameUtil {
 bool GetUserCfgInfo(const std::string& strSection, const std::string& strKey,
                     std::string& strValue) noexcept {
     try {
-        if (!std::filesystem::exists(zemb::FileOf()))
+        if (zemb::IsFaultyNoThrow("GetUserCfgInfo") || !std::filesystem::exists(zemb::FileOf()))
             return false;
         const std::unique_ptr<zemb::Database> pDatabase = zemb::Open(SQLITE_OPEN_READWRITE);
         zemb::Statement statement(*pDatabase,

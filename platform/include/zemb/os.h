@@ -10,7 +10,8 @@
 #include <vector>
 
 // Files and folders. szCodeSet names the code set of the path, "UTF-8"; on this platform a path is
-// bytes and goes to the system as it is. A null path counts as "". Any thread.
+// bytes and goes to the system as it is. A null path counts as "". Any thread. Throws at most
+// std::bad_alloc, or what a function of the caller throws.
 
 // As their POSIX namesakes: a result of -1, or null, leaves the reason in errno.
 namespace ZEMB_OS {

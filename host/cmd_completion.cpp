@@ -1,0 +1,77 @@
+#include "command.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
+
+namespace host {
+
+namespace {
+
+constexpr const char* SCRIPT_BEGIN =
+    R"(# Completion of tovelkarin for bash, made by 'tovelkarin completion'.
+_tovelkarin() {
+    local command= sub= words= i
+    for ((i = 1; i < COMP_CWORD; i++)); do
+        case ${COMP_WORDS[i]} in
+            --root | --state) ((++i)) ;;
+            -*) ;;
+            *) if [[ -z $command ]]; then command=${COMP_WORDS[i]}
+               elif [[ -z $sub ]]; then sub=${COMP_WORDS[i]}; fi ;;
+        esac
+    done
+    case $command/$sub in
+)";
+
+constexpr const char* SCRIPT_END = R"(    esac
+    COMPREPLY=($(compgen -W "$words" -- "${COMP_WORDS[COMP_CWORD]}"))
+}
+complete -o default -F _tovelkarin tovelkarin
+)";
+
+std::string CommandNames() {
+    std::string strWords;
+    for (const Command& command : Commands())
+        strWords += std::string(command.szName) + " ";
+    return strWords;
+}
+
+// "run list --help": the words that may follow.
+std::string WordsOf(CLI::App& app) {
+    std::string strWords;
+    for (const CLI::App* const pSub : app.get_subcommands({}))
+        strWords += pSub->get_name() + " ";
+    for (const CLI::Option* const pOption : app.get_options())
+        for (const std::string& strName : pOption->get_lnames())
+            strWords += "--" + strName + " ";
+    return strWords;
+}
+
+void PutCase(const std::string& strPattern, const std::string& strWords) {
+    std::cout << "        " << strPattern << ") words='" << strWords.substr(0, strWords.size() - 1)
+              << "' ;;\n";
+}
+
+int PutScript() {
+    std::cout << SCRIPT_BEGIN;
+    PutCase("/", CommandNames() + "--root --state --json --version --help ");
+    PutCase("help/", CommandNames());
+    for (const Command& command : Commands()) {
+        CLI::App app;
+        command.Define(app);
+        const std::string strName = command.szName;
+        for (CLI::App* const pSub : app.get_subcommands({}))
+            PutCase(strName + "/" + pSub->get_name(), WordsOf(*pSub));
+        PutCase(strName + "/*", WordsOf(app));
+    }
+    std::cout << SCRIPT_END;
+    return DONE;
+}
+
+}  // namespace
+
+Runner DefineCompletion(CLI::App& /*app*/) {
+    return [](Session&) { return PutScript(); };
+}
+
+}  // namespace host

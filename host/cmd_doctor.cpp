@@ -1,0 +1,285 @@
+#include "command.h"
+#include "item_check.h"
+#include "lang_file.h"
+#include "mutex_file.h"
+#include "root_files.h"
+#include "timeout_file.h"
+
+#include "tovelkarin/temutexopermgr.h"
+
+#include "zemb/control.h"
+#include "zemb/operlog_store.h"
+#include "zemb/settings.h"
+
+#include <CLI/CLI.hpp>
+
+#include <ace/ACE.h>
+#include <sqlite3.h>
+
+#include <dlfcn.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+
+namespace host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uint64_t MEGABYTE = 1 << 20;
+constexpr std::uint64_t LITTLE_ROOM = 100 * MEGABYTE;
+constexpr std::uint64_t NO_ROOM = 10 * MEGABYTE;
+constexpr long CLOCKS_APART = 5;                // seconds
+constexpr std::time_t FIRST_TIME = 1577836800;  // 2020: a clock before it was never set
+
+constexpr const char* PROGRAM = "tovelkarin ";
+
+// Looks at what the program stands on, one thing after the other.
+class Doctor {
+public:
+    explicit Doctor(const Output& out) : m_out(out) {}
+
+    int Run() {
+        CheckVersions();
+        CheckRoot();
+        CheckState();
+        CheckClock();
+        CheckOperLog();
+        m_out.Say(Counted(m_nErrors, "error") + ", " + Counted(m_nWarnings, "warning"));
+        return m_nErrors == 0 ? DONE : ANSWER_NO;
+    }
+
+private:
+    void Put(const char* szState, const std::string& strWhat, const std::string& strText,
+             const std::string& strNext) {
+        Json::Value record;
+        record["state"] = szState;
+        record["what"] = strWhat;
+        record["text"] = strText;
+        if (!strNext.empty())
+            record["next"] = strNext;
+        m_out.Put(Columns(szState, strWhat) + OnOneLine(strText) +
+                      (strNext.empty() ? "" : "\n" + Columns("", "") + "next: " + strNext),
+                  record);
+    }
+    static std::string Columns(std::string strState, std::string strWhat) {
+        strState.resize(std::max<std::size_t>(strState.size(), 7), ' ');
+        strWhat.resize(std::max<std::size_t>(strWhat.size(), 13), ' ');
+        return strState + "  " + strWhat + "  ";
+    }
+    void Good(const std::string& strWhat, const std::string& strText) {
+        Put("ok", strWhat, strText, "");
+    }
+    void Warn(const std::string& strWhat, const std::string& strText, const std::string& strNext) {
+        ++m_nWarnings;
+        Put("warning", strWhat, strText, strNext);
+    }
+    void Fail(const std::string& strWhat, const std::string& strText, const std::string& strNext) {
+        ++m_nErrors;
+        Put("error", strWhat, strText, strNext);
+    }
+
+    // The file from which a function was loaded, links followed.
+    template <class Function>
+    static std::string FileWith(Function* pFunction) {
+        Dl_info info{};
+        std::error_code error;
+        if (dladdr(reinterpret_cast<void*>(pFunction), &info) == 0 || info.dli_fname == nullptr)
+            return "unknown";
+        const fs::path file = fs::canonical(info.dli_fname, error);
+        return error ? info.dli_fname : file.string();
+    }
+
+    void CheckVersions() {
+        Good("program", TOVELKARIN_VERSION);
+        Good("libraries",
+             FileWith(&NSTE_util::TEMutexOperMgr::Instance) + ", " + FileWith(&zemb::SetRootPath));
+        const std::string strAce = std::to_string(ACE::major_version()) + "." +
+                                   std::to_string(ACE::minor_version()) + "." +
+                                   std::to_string(ACE::micro_version());
+        Good("beside them", "ACE " + strAce + ", SQLite " + sqlite3_libversion());
+    }
+
+    void CheckRoot() {
+        const std::string strRoot = NSTE_util::GetZEMBRootPath();
+        if (strRoot.empty())
+            return Fail("root", "no installation root", "give --root DIR, or export ZEMB_ROOT=DIR");
+        std::error_code error;
+        if (!fs::is_directory(strRoot, error))
+            return Fail("root", strRoot + " is no folder", "ls -ld " + strRoot);
+        if (access(strRoot.c_str(), R_OK | X_OK) != 0)
+            return Fail("root", strRoot + ": " + std::strerror(errno), "ls -ld " + strRoot);
+        Good("root", strRoot);
+        CheckFile(strRoot + TABLE_UNDER_ROOT, "mutex", [](const std::string& strFile) {
+            MutexFile table;
+            if (!table.Read(strFile))
+                throw CommandError(SYSTEM_FAILED, strFile + " cannot be read");
+            table.CheckWhole();
+            return table.vecFinding;
+        });
+        CheckFile(strRoot + TIMEOUTS_UNDER_ROOT, "timeouts",
+                  [](const std::string& strFile) { return TimeoutFile(strFile).vecFinding; });
+        for (const char* const szFile : {EMS_UNDER_ROOT, TRANS_EMS_UNDER_ROOT, COMMON_UNDER_ROOT})
+            CheckFile(strRoot + szFile, "items", CheckItemFile);
+        CheckLanguageFolders(strRoot + LANG_UNDER_ROOT);
+    }
+
+    // What the check of a kind of files finds; the file may be missing.
+    template <class Check>
+    void CheckFile(const std::string& strFile, const std::string& strKind, Check check) {
+        struct stat status {};
+        if (stat(strFile.c_str(), &status) != 0) {
+            if (errno == ENOENT)
+                return Warn("configuration", strFile + " is missing; the built-in values hold",
+                            "ls -l " + fs::path(strFile).parent_path().string());
+            return Fail("configuration", strFile + ": " + std::strerror(errno),
+                        "namei -l " + strFile);
+        }
+        if (PutFindings(strFile, PROGRAM + ("check " + strKind + " ") + strFile,
+                        [&] { return check(strFile); }))
+            Good("configuration", strFile);
+        if ((status.st_mode & S_IWOTH) != 0)
+            Warn("configuration", strFile + " may be changed by everybody", "chmod o-w " + strFile);
+        if (status.st_mtime > std::time(nullptr) + CLOCKS_APART)
+            Warn("configuration", strFile + " was changed in the future; readers compare times",
+                 "touch " + strFile);
+    }
+
+    void CheckLanguageFolders(const std::string& strFolder) {
+        std::vector<std::string> vecFolder;
+        std::error_code error;
+        for (const fs::directory_entry& entry : fs::directory_iterator(strFolder, error))
+            if (entry.is_directory(error))
+                vecFolder.push_back(entry.path().string());
+        std::sort(vecFolder.begin(), vecFolder.end());
+        if (vecFolder.empty())
+            return Warn("languages", strFolder + ": no language folder; texts stay empty",
+                        "ls -l " + strFolder);
+        std::string strNext = PROGRAM + std::string("check lang");
+        for (const std::string& strOne : vecFolder)
+            strNext += " " + strOne;
+        if (PutFindings(strFolder, strNext, [&] { return CheckLanguages(vecFolder); }))
+            Good("languages",
+                 strFolder + ": " + Counted(vecFolder.size(), "language") + " with the same keys");
+    }
+
+    // Sums up what a check finds; true when it finds nothing.
+    template <class Find>
+    bool PutFindings(const std::string& strPlace, const std::string& strNext, Find find) {
+        try {
+            const std::vector<Finding> vecFinding = find();
+            const auto nErrors = static_cast<std::size_t>(std::count_if(
+                vecFinding.begin(), vecFinding.end(),
+                [](const Finding& finding) { return finding.eSeverity == ESeverity::ERROR; }));
+            const std::string strText = strPlace + ": " + Counted(nErrors, "error") + ", " +
+                                        Counted(vecFinding.size() - nErrors, "warning");
+            if (nErrors != 0)
+                Fail("configuration", strText, strNext);
+            else if (!vecFinding.empty())
+                Warn("configuration", strText, strNext);
+            return vecFinding.empty();
+        } catch (const std::exception& error) {
+            Fail("configuration", error.what(), strNext);
+            return false;
+        }
+    }
+
+    void CheckState() {
+        const std::string strState = zemb::GetStatePath();
+        if (strState.empty())
+            return Fail("state",
+                        "no state folder: logs go to standard error, the operation log "
+                        "is kept in memory only",
+                        "give --state DIR, or export ZEMB_STATE=DIR");
+        std::error_code error;
+        fs::create_directories(strState, error);
+        std::string strProbe = strState + "/probe.XXXXXX";
+        const int nFile = error ? -1 : mkstemp(strProbe.data());
+        if (nFile == -1)
+            return Fail("state", strState + ": " + (error ? error.message() : std::strerror(errno)),
+                        "namei -l " + strState);
+        struct stat status {};
+        fstat(nFile, &status);
+        close(nFile);
+        unlink(strProbe.c_str());
+        Good("state", strState + " can be written");
+        const long nApart = static_cast<long>(status.st_mtime - std::time(nullptr));
+        if (std::labs(nApart) > CLOCKS_APART)
+            Warn("state",
+                 "its file system's clock is " + std::to_string(nApart) +
+                     " s away from the machine's",
+                 "stat " + strState);
+        if (stat(strState.c_str(), &status) == 0 && (status.st_mode & S_IWOTH) != 0)
+            Warn("state", strState + " may be written by everybody", "chmod o-w " + strState);
+        CheckRoom(strState);
+    }
+
+    void CheckRoom(const std::string& strState) {
+        struct statvfs room {};
+        if (statvfs(strState.c_str(), &room) != 0)
+            return Warn("room", strState + ": " + std::strerror(errno), "df " + strState);
+        const std::uint64_t nFree = std::uint64_t{room.f_bavail} * room.f_frsize;
+        const std::string strText = std::to_string(nFree / MEGABYTE) + " MB free in " + strState;
+        if (nFree < NO_ROOM || (room.f_files != 0 && room.f_favail == 0))
+            return Fail("room", strText, "df -h -i " + strState);
+        if (nFree < LITTLE_ROOM)
+            return Warn("room", strText, "df -h " + strState);
+        Good("room", strText);
+    }
+
+    void CheckClock() {
+        const std::time_t tNow = std::time(nullptr);
+        const std::string strNow = zemb::FormatTime(tNow * 1000000LL);
+        if (tNow < FIRST_TIME)
+            Fail("clock", strNow + " was long ago", "timedatectl");
+        else
+            Good("clock", strNow);
+        const char* const szZone = getenv("TZ");
+        if (szZone != nullptr && *szZone != '\0' && !zemb::SetTimeZone(szZone))
+            Warn("clock", std::string("TZ=") + szZone + " is no time zone: local times are UTC",
+                 "ls /usr/share/zoneinfo");
+        zemb::SetTimeZone("");
+    }
+
+    void CheckOperLog() {
+        const std::string strFile = zemb::OperLogFile();
+        std::error_code error;
+        if (strFile.empty() || !fs::exists(strFile, error))
+            return Good("operation log", "none yet");
+        const std::vector<std::string> vecProblem = zemb::VerifyOperLog();
+        if (vecProblem.empty())
+            Good("operation log", strFile + " is whole");
+        else
+            Fail("operation log", strFile + ": " + vecProblem.front(),
+                 PROGRAM + std::string("oplog verify"));
+        const fs::path folder = fs::path(strFile).parent_path();
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+            const std::string strName = entry.path().filename().string();
+            if (strName.find(".damaged-") != std::string::npos &&
+                strName.find("-wal") == std::string::npos &&
+                strName.find("-shm") == std::string::npos)
+                Warn("operation log", entry.path().string() + " was damaged and put aside",
+                     "sqlite3 " + entry.path().string() + " .recover");
+        }
+    }
+
+    const Output& m_out;
+    std::size_t m_nWarnings = 0;
+    std::size_t m_nErrors = 0;
+};
+
+}  // namespace
+
+Runner DefineDoctor(CLI::App& /*app*/) {
+    return [](Session& session) { return Doctor(session.out).Run(); };
+}
+
+}  // namespace host

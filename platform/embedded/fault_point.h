@@ -1,0 +1,24 @@
+#pragma once
+
+#include "zemb/faults.h"
+
+#include <atomic>
+
+namespace zemb {
+
+extern std::atomic<ScopedFault::Plan*> g_pFaultPlan;
+
+bool StrikeFault(const char* szCall, bool bMayThrow);
+
+// Stands at the beginning of each call of the seam that can go wrong. True: it must fail; errno is
+// set.
+inline bool IsFaulty(const char* szCall) {
+    return g_pFaultPlan.load(std::memory_order_relaxed) != nullptr && StrikeFault(szCall, true);
+}
+
+// The same for calls that never throw.
+inline bool IsFaultyNoThrow(const char* szCall) noexcept {
+    return g_pFaultPlan.load(std::memory_order_relaxed) != nullptr && StrikeFault(szCall, false);
+}
+
+}  // namespace zemb

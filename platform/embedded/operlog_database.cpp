@@ -1,0 +1,168 @@
+#include "embedded/operlog_database.h"
+
+#include "embedded/state_folder.h"
+#include "zemb/control.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+namespace zemb {
+
+namespace {
+
+constexpr int SCHEMA_VERSION = 1;
+constexpr const char* SCHEMA =
+    "CREATE TABLE operlog ("
+    "id INTEGER PRIMARY KEY AUTOINCREMENT, time TEXT NOT NULL, user INTEGER NOT NULL, "
+    "address INTEGER NOT NULL, command INTEGER NOT NULL, object TEXT NOT NULL, "
+    "result_kind INTEGER NOT NULL, result INTEGER NOT NULL, description TEXT NOT NULL, "
+    "level INTEGER NOT NULL, category INTEGER NOT NULL, process INTEGER NOT NULL);"
+    "CREATE INDEX operlog_user ON operlog (user, id);"
+    "CREATE INDEX operlog_time ON operlog (time);"
+    "PRAGMA user_version = 1";
+constexpr const char* INSERT =
+    "INSERT INTO operlog (time, user, address, command, object, result_kind, result, "
+    "description, level, category, process) VALUES (?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11)";
+
+// A text in a field of fixed size.
+template <std::size_t SIZE>
+std::string_view TextOf(const char (&szText)[SIZE]) {
+    std::size_t nSize = SIZE;
+    while (nSize > 0 && szText[nSize - 1] == '\0')
+        --nSize;
+    return {szText, nSize};
+}
+
+// Holds other processes off while a damaged database is exchanged.
+class ExchangeLock {
+public:
+    explicit ExchangeLock(const std::string& strFile)
+        : m_nFile(
+              open(strFile.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, STATE_FILE_MODE)) {
+        if (m_nFile != -1)
+            flock(m_nFile, LOCK_EX);
+    }
+    ~ExchangeLock() {
+        if (m_nFile != -1)
+            close(m_nFile);
+    }
+    ExchangeLock(const ExchangeLock&) = delete;
+    ExchangeLock& operator=(const ExchangeLock&) = delete;
+
+private:
+    const int m_nFile;
+};
+
+}  // namespace
+
+bool IsDamaged(const DatabaseError& error) {
+    return error.nCode == SQLITE_CORRUPT || error.nCode == SQLITE_NOTADB;
+}
+
+Identity IdentityOf(const std::string& strFile) {
+    struct stat status {};
+    return stat(strFile.c_str(), &status) == 0 ? Identity(status.st_dev, status.st_ino)
+                                               : Identity();
+}
+
+std::string MoveAside(const std::string& strFile, const Identity& identity) {
+    const ExchangeLock lock(strFile + ".exchange");
+    if (IdentityOf(strFile) != identity)
+        return "";
+    std::string strStamp = FormatTime(NowMicroseconds()).substr(0, 19);
+    std::replace(strStamp.begin(), strStamp.end(), ' ', 'T');
+    std::string strAside;
+    int n = 0;
+    do
+        strAside = strFile + ".damaged-" + strStamp + "-" + std::to_string(++n);
+    while (std::filesystem::exists(strAside) || std::filesystem::exists(strAside + "-wal"));
+    for (const char* const szPart : {"-wal", "-shm", ""})
+        if (renameat2(AT_FDCWD, (strFile + szPart).c_str(), AT_FDCWD, (strAside + szPart).c_str(),
+                      RENAME_NOREPLACE) != 0 &&
+            (errno != ENOENT || *szPart == '\0'))
+            throw std::system_error(errno, std::generic_category(), strAside);
+    return strAside;
+}
+
+std::int64_t VersionOf(Database& database, const std::string& strFile) {
+    database.Run("BEGIN");
+    const std::int64_t nVersion = database.Number("PRAGMA user_version");
+    const bool bOurs = nVersion == SCHEMA_VERSION;
+    const std::int64_t nTables = database.Number(
+        bOurs ? "SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name = 'operlog'"
+              : "SELECT 1 - count(*) FROM sqlite_master");
+    database.Run("COMMIT");
+    if (nVersion > SCHEMA_VERSION)
+        throw DatabaseError(SQLITE_MISMATCH,
+                            strFile + " is of the newer version " + std::to_string(nVersion));
+    if (nTables != 1)
+        throw DatabaseError(SQLITE_MISMATCH, strFile + " is another database, no operation log");
+    return nVersion;
+}
+
+LogDatabase::LogDatabase(const std::string& strFile, Database::Deadline deadline, bool bFullSync)
+    : m_strFile(strFile),
+      m_bFullSync(bFullSync),
+      m_database(strFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
+                 deadline) {
+    Prepare();
+    m_pInsert = std::make_unique<Statement>(m_database, INSERT);
+    m_identity = IdentityOf(strFile);
+}
+
+void LogDatabase::Insert(const std::vector<const LogEntry*>& vecEntry) {
+    try {
+        if (vecEntry.size() == 1)  // a transaction of its own
+            return Insert(*vecEntry.front());
+        m_database.Run("BEGIN IMMEDIATE");
+        for (const LogEntry* const pEntry : vecEntry)
+            Insert(*pEntry);
+        m_database.Run("COMMIT");
+    } catch (...) {
+        m_pInsert->Reset();
+        sqlite3_exec(m_database.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
+    }
+}
+
+void LogDatabase::Prepare() {
+    const std::int64_t nVersion = VersionOf(m_database, m_strFile);
+    m_database.UseWal();
+    m_database.Run(m_bFullSync ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
+    if (nVersion == SCHEMA_VERSION)
+        return;
+    m_database.Run("BEGIN IMMEDIATE");
+    if (m_database.Number("PRAGMA user_version") == 0)  // nobody was faster
+        m_database.Run(SCHEMA);
+    m_database.Run("COMMIT");
+}
+
+void LogDatabase::Insert(const LogEntry& entry) {
+    const std::string strTime = FormatTime(entry.nTime);
+    const ZembLogInfo& info = entry.info;
+    int n = 0;
+    m_pInsert->Bind(++n, strTime);
+    m_pInsert->Bind(++n, info.nUserId);
+    m_pInsert->Bind(++n, info.nIpAddr);
+    m_pInsert->Bind(++n, static_cast<std::int64_t>(info.nCmd));
+    m_pInsert->Bind(++n, TextOf(info.szObject));
+    m_pInsert->Bind(++n, info.nResultKind);
+    m_pInsert->Bind(++n, static_cast<std::int64_t>(info.nResult));
+    m_pInsert->Bind(++n, TextOf(info.szDesc));
+    m_pInsert->Bind(++n, info.nLevel);
+    m_pInsert->Bind(++n, info.nCategory);
+    m_pInsert->Bind(++n, getpid());
+    m_pInsert->Step();
+    m_pInsert->Reset();
+}
+
+}  // namespace zemb

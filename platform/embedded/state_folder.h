@@ -1,0 +1,21 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+// What the platform writes under the state folder: read by the user's group, by nobody else, and
+// never through a link that somebody put in a file's place.
+namespace zemb {
+
+constexpr mode_t STATE_FILE_MODE = 0640;
+constexpr mode_t STATE_FOLDER_MODE = 0750;
+
+// Makes a folder and those above it so that they outlast a power cut. Throws std::system_error.
+void MakeStateFolder(const std::string& strFolder);
+
+// Makes the folder of a file and an empty file, unless they are there. Throws std::system_error,
+// also when the file is a link.
+void MakeStateFile(const std::string& strFile);
+
+}  // namespace zemb
