@@ -30,9 +30,11 @@ int RunHost(Session& session, const HostArguments& args) {
     return RunScript(session, std::cin, "standard input", args.bEcho);
 }
 
-int ShowHelp(Session& session, const std::string& strName) {
-    if (!strName.empty())
-        return RunCommand(session, {strName, "--help"});
+int ShowHelp(Session& session, std::vector<std::string> vecWord) {
+    if (!vecWord.empty()) {
+        vecWord.push_back("--help");
+        return RunCommand(session, vecWord);
+    }
     std::cout << HelpText() << "\n'help COMMAND' tells more." << std::endl;
     return DONE;
 }
@@ -49,9 +51,9 @@ Runner DefineHost(CLI::App& app) {
 }
 
 Runner DefineHelp(CLI::App& app) {
-    const auto pName = std::make_shared<std::string>();
-    app.add_option("COMMAND", *pName, "the command");
-    return [pName](Session& session) { return ShowHelp(session, *pName); };
+    const auto pWords = std::make_shared<std::vector<std::string>>();
+    app.add_option("COMMAND", *pWords, "the command, and one of its own commands");
+    return [pWords](Session& session) { return ShowHelp(session, *pWords); };
 }
 
 Runner DefineQuit(CLI::App&) {
