@@ -7,6 +7,8 @@ install(TARGETS tovelkarin EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL
 if(TOVELKARIN_PLATFORM STREQUAL "embedded")
   install(DIRECTORY platform/include/zemb platform/embedded/include/zemb
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  # Who finds the library finds the platform beside it, wherever the prefix is.
+  set_target_properties(tovelkarin PROPERTIES INSTALL_RPATH "$ORIGIN")
   install(TARGETS zembedded EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
   install(DIRECTORY share/asn share/root share/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/tovelkarin)
 endif()

@@ -30,10 +30,13 @@ int RunHost(Session& session, const HostArguments& args) {
     return RunScript(session, std::cin, "standard input", args.bEcho);
 }
 
-int ShowHelp(Session& session, const std::string& strName) {
-    if (!strName.empty())
-        return RunCommand(session, {strName, "--help"});
-    session.out.Say(HelpText() + "\n'help COMMAND' tells more.");
+int ShowHelp(Session& session, std::vector<std::string> vecWord) {
+    if (!vecWord.empty()) {
+        vecWord.push_back("--help");
+        return RunCommand(session, vecWord);
+    }
+    session.out.Say(HelpText() + "
+'help COMMAND' tells more.");
     if (session.out.IsJson())
         for (const Command& command : Commands()) {
             Json::Value record;
@@ -56,9 +59,9 @@ Runner DefineHost(CLI::App& app) {
 }
 
 Runner DefineHelp(CLI::App& app) {
-    const auto pName = std::make_shared<std::string>();
-    app.add_option("COMMAND", *pName, "the command");
-    return [pName](Session& session) { return ShowHelp(session, *pName); };
+    const auto pWords = std::make_shared<std::vector<std::string>>();
+    app.add_option("COMMAND", *pWords, "the command, and one of its own commands");
+    return [pWords](Session& session) { return ShowHelp(session, *pWords); };
 }
 
 Runner DefineQuit(CLI::App&) {
