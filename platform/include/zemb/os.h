@@ -12,9 +12,9 @@
 // Files and folders. szCodeSet names the code set of the path, "UTF-8"; on this platform a path is
 // bytes and goes to the system as it is. A null path counts as "". Any thread.
 
-// As their POSIX namesakes: a result of -1, or null, leaves the reason in errno.
 namespace ZEMB_OS {
 
+// As their POSIX namesakes: a result of -1, or null, leaves the reason in errno.
 ZEMB_API int stat(const char* szPath, struct ::stat* pStat, const char* szCodeSet);
 ZEMB_API std::FILE* fopen(const char* szPath, const char* szMode, const char* szCodeSet);
 ZEMB_API int mkdir(const char* szPath, mode_t nMode, const char* szCodeSet);
@@ -33,6 +33,7 @@ struct ZembFileEntry {
     long nSize;    // bytes of a plain file, else 0
 };
 
+// Folders and what is in them.
 class ZEMB_API ZembFileUtil {
 public:
     // Appends the entries of a folder, in no order; sizes are 0. 0, or the reason from errno.
@@ -46,6 +47,7 @@ public:
                         const std::function<bool(const ZembFileEntry&)>& visit,
                         const char* szCodeSet);
 
+    // Whether there is such a folder; links are followed.
     static bool isDir(const char* szPath, const char* szCodeSet);
 
     // Deletes a folder with all that is in it; of a link below it only the link. 0, or the first
