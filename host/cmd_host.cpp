@@ -1,5 +1,6 @@
 #include "command.h"
 #include "console.h"
+#include "manual.h"
 
 #include <CLI/CLI.hpp>
 
@@ -30,9 +31,18 @@ int RunHost(Session& session, const HostArguments& args) {
     return RunScript(session, std::cin, "standard input", args.bEcho);
 }
 
-int ShowHelp(Session& session, const std::string& strName) {
-    if (!strName.empty())
-        return RunCommand(session, {strName, "--help"});
+struct HelpArguments {
+    std::string strName;
+    bool bMan = false;
+};
+
+int ShowHelp(Session& session, const HelpArguments& args) {
+    if (args.bMan) {
+        std::cout << ManualPage();
+        return DONE;
+    }
+    if (!args.strName.empty())
+        return RunCommand(session, {args.strName, "--help"});
     std::cout << HelpText() << "\n'help COMMAND' tells more." << std::endl;
     return DONE;
 }
@@ -49,9 +59,10 @@ Runner DefineHost(CLI::App& app) {
 }
 
 Runner DefineHelp(CLI::App& app) {
-    const auto pName = std::make_shared<std::string>();
-    app.add_option("COMMAND", *pName, "the command");
-    return [pName](Session& session) { return ShowHelp(session, *pName); };
+    const auto pArgs = std::make_shared<HelpArguments>();
+    app.add_option("COMMAND", pArgs->strName, "the command");
+    app.add_flag("--man", pArgs->bMan, "the manual page of the program, in roff");
+    return [pArgs](Session& session) { return ShowHelp(session, *pArgs); };
 }
 
 Runner DefineQuit(CLI::App&) {
