@@ -5,7 +5,7 @@ PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
 MAKEFLAGS += --no-print-directory
 
-.PHONY: run test asan tsan debug coverage bench fuzz tidy install setup build format clean
+.PHONY: run test asan tsan debug coverage bench fuzz tidy docs install setup build format clean
 
 run: build
 	@rm -rf build/tour
@@ -31,6 +31,10 @@ bench: build
 fuzz:
 	@$(MAKE) build PRESET=fuzz
 	@scripts/fuzz build/fuzz/fuzz $(FUZZ_SECONDS)
+
+docs: setup
+	@[ -f build/$(PRESET)/build.ninja ] || cmake --preset $(PRESET)
+	@cmake --build --preset $(PRESET) --target reference man
 
 install: build
 	cmake --install build/release --prefix $(PREFIX)

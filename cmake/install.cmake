@@ -12,6 +12,7 @@ if(TOVELKARIN_PLATFORM STREQUAL "embedded")
   install(TARGETS zembedded EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
   install(DIRECTORY share/asn share/root share/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/tovelkarin)
 endif()
+include(cmake/install_man.cmake)
 install(EXPORT tovelkarin NAMESPACE tovelkarin:: FILE tovelkarinTargets.cmake
         DESTINATION ${package_dir})
 

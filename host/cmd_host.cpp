@@ -1,5 +1,6 @@
 #include "command.h"
 #include "console.h"
+#include "manual.h"
 
 #include <CLI/CLI.hpp>
 
@@ -30,13 +31,21 @@ int RunHost(Session& session, const HostArguments& args) {
     return RunScript(session, std::cin, "standard input", args.bEcho);
 }
 
-int ShowHelp(Session& session, std::vector<std::string> vecWord) {
-    if (!vecWord.empty()) {
-        vecWord.push_back("--help");
-        return RunCommand(session, vecWord);
+struct HelpArguments {
+    std::vector<std::string> vecWord;
+    bool bMan = false;
+};
+
+int ShowHelp(Session& session, HelpArguments args) {
+    if (args.bMan) {
+        std::cout << ManualPage();
+        return DONE;
     }
-    session.out.Say(HelpText() + "
-'help COMMAND' tells more.");
+    if (!args.vecWord.empty()) {
+        args.vecWord.push_back("--help");
+        return RunCommand(session, args.vecWord);
+    }
+    session.out.Say(HelpText() + "\n'help COMMAND' tells more.");
     if (session.out.IsJson())
         for (const Command& command : Commands()) {
             Json::Value record;
@@ -59,9 +68,10 @@ Runner DefineHost(CLI::App& app) {
 }
 
 Runner DefineHelp(CLI::App& app) {
-    const auto pWords = std::make_shared<std::vector<std::string>>();
-    app.add_option("COMMAND", *pWords, "the command, and one of its own commands");
-    return [pWords](Session& session) { return ShowHelp(session, *pWords); };
+    const auto pArgs = std::make_shared<HelpArguments>();
+    app.add_option("COMMAND", pArgs->vecWord, "the command, and one of its own commands");
+    app.add_flag("--man", pArgs->bMan, "the manual page of the program, in roff");
+    return [pArgs](Session& session) { return ShowHelp(session, *pArgs); };
 }
 
 Runner DefineQuit(CLI::App&) {

@@ -1,4 +1,5 @@
 #include "command.h"
+#include "global_arguments.h"
 
 #include "zemb/control.h"
 
@@ -9,21 +10,12 @@
 
 namespace {
 
-struct GlobalArguments {
-    std::string strRoot;
-    std::string strState;
-    bool bJson = false;
-};
-
 int Run(int argc, char** argv) {
-    GlobalArguments args;
+    host::GlobalArguments args;
     CLI::App app(
         "Host process and toolbox of the tovelkarin module: tovelkarin [OPTIONS] COMMAND ...",
         "tovelkarin");
-    app.add_option("--root", args.strRoot, "installation root; else the variable ZEMB_ROOT");
-    app.add_option("--state", args.strState,
-                   "folder of logs; else the variable ZEMB_STATE, else var under the root");
-    app.add_flag("--json", args.bJson, "one JSON object a line instead of text");
+    host::DefineGlobal(app, args);
     app.set_version_flag("--version", "tovelkarin " TOVELKARIN_VERSION);
     app.footer("Commands:\n" + host::HelpText() +
                "\n'tovelkarin COMMAND --help' tells more.\n\n"

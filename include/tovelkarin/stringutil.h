@@ -79,6 +79,7 @@ TN_API bool Str16ToStrChar(const CStdString& strIn, CStdString& strOut);
 // Words and lists (docs/list-notations.md). A span, or range, that would bring a list to over
 // NUM_SPAN_MAX numbers is a bad item: it fails instead of exhausting the memory.
 
+// In numbers.
 constexpr std::size_t NUM_SPAN_MAX = std::size_t{1} << 26;
 
 // Sets strWord to the text from nStart to the next of the characters strSeparators and returns the

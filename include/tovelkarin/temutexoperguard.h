@@ -62,7 +62,7 @@ public:
 class TN_API TEMutexLock {
 public:
     static unsigned long lock(int nOper);  // 0 granted, else refused and nothing to release
-    static void release(int nOper);
+    static void release(int nOper);        // what was granted, once
 };
 
 // Marks trails (path identifiers) as busy while in scope, in a list of the whole process.

@@ -17,6 +17,7 @@ struct TEOperObject {
     int nObjId = 0;      // object within the NE
     long lSubObjId = 0;  // sub-object within the object
 
+    // By all three fields.
     friend bool operator==(const TEOperObject& a, const TEOperObject& b) noexcept {
         return a.nNeId == b.nNeId && a.nObjId == b.nObjId && a.lSubObjId == b.lSubObjId;
     }
@@ -66,6 +67,7 @@ public:
     virtual void ReleaseMutexOper(int nOper, const std::list<TEOperObject>& listObj) = 0;
     virtual void ReleaseMutexOper(int nOper, const TEOperObject& obj) = 0;
 
+    // Whether nOper, or any operation at all, has been granted and not yet given back.
     virtual bool IsOperRunning(int nOper) = 0;
     virtual bool HasRunningOper() = 0;
 

@@ -46,9 +46,11 @@ struct TN_API SOperateLogforObj {
     std::string sOperInfo;
     unsigned long nResult = 0;
 
+    // As that of SOperateLogInfor.
     void Printf() const;
 };
 
+// An operation on a port of a board of an NE.
 struct TN_API SOperateLogforPortObj {
     int nUserId = 0;
     std::uint32_t nIpAddr = 0;
@@ -60,6 +62,7 @@ struct TN_API SOperateLogforPortObj {
     std::string sOperInfo;
     unsigned long nResult = 0;
 
+    // As that of SOperateLogInfor.
     void Printf() const;
 };
 
@@ -84,9 +87,11 @@ TN_API int TEOperationLog(const SOperateLogforPortObj& record);
 // Gathers the texts of an operation while it runs, and writes them at its end.
 class TN_API TNCommonLog {
 public:
+    // Replaces the description.
     void SetOperInfo(const std::string& strInfo);
     // Appends, with ", " in front unless the text is empty.
     void AppendOperInfo(const std::string& strInfo);
+    // Replaces the text of the object.
     void SetOperObject(const std::string& strObject);
 
     // Writes the texts, which stay as they are, as an SOperateLogInfor of type 5. A description of

@@ -12,6 +12,7 @@
 
 namespace NSTN_util {
 
+// An FDN that names no port, or is none.
 constexpr unsigned long ERR_BAD_FDN = 0x4101F011;
 
 // A port as numbers, read from an FDN.

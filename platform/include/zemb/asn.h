@@ -34,6 +34,7 @@ private:
     std::string m_strTypeName;
 };
 
+// A number.
 class ZEMB_API AsnInt : public AsnType {
 public:
     explicit AsnInt(long nValue = 0, std::string strTypeName = "")
@@ -61,6 +62,7 @@ private:
     std::string m_strData;
 };
 
+// A text.
 class ZEMB_API AsnText : public AsnType {
 public:
     explicit AsnText(std::string strText, std::string strTypeName = "")
@@ -75,6 +77,7 @@ private:
 // none.
 class ZEMB_API AsnTree : public AsnType {
 public:
+    // Which of the three.
     enum class EKind { SEQUENCE, LIST, CHOICE };
     explicit AsnTree(EKind eKind, std::string strTypeName = "")
         : AsnType(std::move(strTypeName)), m_eKind(eKind) {}
@@ -94,7 +97,10 @@ private:
 // A list of numbers.
 class ZEMB_API AsnIntList : public AsnType {
 public:
+    // Without numbers at first.
     using AsnType::AsnType;
+
+    // As of a vector; an index outside of the list is not checked.
     std::size_t size() const { return m_vecInt.size(); }
     const AsnInt& operator[](std::size_t n) const { return m_vecInt[n]; }
     void Append(AsnInt value) { m_vecInt.push_back(std::move(value)); }
@@ -108,19 +114,23 @@ private:
 // Errors in the replies of NEs.
 namespace qcommon {
 
+// What an NE says of one error: numbers and two texts.
 struct QAsnErrInfo {
     AsnIntList listValue;
     AsnOcts octsFirst;
     AsnOcts octsSecond;
 };
 
+// The errors of one reply.
 using QAsnErrInfoList = std::vector<QAsnErrInfo>;
 
+// A reply: its code, and its errors, if it tells of any.
 struct QAsnErrInfoReturn {
     unsigned long nCode = 0;
     std::optional<QAsnErrInfoList> listInfo;
 };
 
+// The reply to a request for one thing: with the flag set all went well.
 struct QAsnSingleReturn {
     bool bFlag = false;
     std::optional<unsigned long> nCode;

@@ -24,6 +24,7 @@ public:
 // A command of the debug console.
 class ZEMB_API TEDebugCommand {
 public:
+    // The word that calls it.
     virtual std::string GetName() = 0;
     virtual ~TEDebugCommand();
 };

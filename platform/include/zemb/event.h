@@ -14,8 +14,10 @@ public:
     virtual ~TEEventHandler();
 };
 
+// Hands an event to the handlers of its number.
 class ZEMB_API TEEventMgr {
 public:
+    // Never null; lives to the end of the process.
     static TEEventMgr* Instance();
 
     // Registers a handler for an event number; nFlag is 1. 0, or -1 for a null handler and for one

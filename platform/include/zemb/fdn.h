@@ -23,6 +23,7 @@ public:
     // the last comma.
     bool Parse(const char* szText);
 
+    // Kept for callers that walk the pairs: no operation here depends on it.
     void SetCurToFirst();
 
     // The value of occurrence nIndex of a key, counted from 0: as text, or as the number that it

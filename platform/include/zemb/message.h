@@ -24,10 +24,12 @@ struct TECmdMsg {
     ZembCmdMSG msg;
 };
 
+// Where the words of the header stand, in bytes from its beginning.
 constexpr std::size_t ZEMB_MSG_CLIENT_ADDR = 4;
 constexpr std::size_t ZEMB_MSG_REQUEST_WORDS[] = {4, 8, 12, 16};
 constexpr std::size_t ZEMB_MSG_CMD = 20;
 constexpr std::size_t ZEMB_MSG_PAYLOAD = 40;
+// What every message carries, and what the length counts beside the payload.
 constexpr std::uint32_t ZEMB_MSG_MARKER = 0xAB00AB;
 constexpr std::uint32_t ZEMB_MSG_LENGTH_EXTRA = 2;
 

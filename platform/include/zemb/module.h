@@ -9,6 +9,7 @@
 class ZEMB_API ModuleInterface {
 public:
     virtual ~ModuleInterface();
+    // What others find it by; the same at every call.
     virtual std::string GetInterfaceName() = 0;
     virtual int GetInterfaceVersion() = 0;
     // True when this is the interface of that name and version.
@@ -20,6 +21,7 @@ public:
 class ZEMB_API ModuleObject {
 public:
     virtual ~ModuleObject();
+    // The same at every call.
     virtual std::string GetModuleName() = 0;
     virtual int GetModuleNumber() = 0;
     virtual int Start() = 0;  // 0: started
@@ -30,6 +32,7 @@ public:
     virtual int ListInterfaces(std::list<ModuleInterface*>& listInterface) = 0;
     // Deletes the module's interfaces; pointers given out before are dead.
     virtual void ReleaseInterfaces() = 0;
+    // Kept for the order of the operations.
     virtual int Reserved() = 0;
 };
 
@@ -70,11 +73,12 @@ public:
     static ZembTaskCreator* Instance();  // never null; lives to the end of the process
 
     virtual ~ZembTaskCreator();
+    // Whether the record is kept.
     virtual bool IsRegistered(const ZembTaskCreatorRecord* pRecord) const = 0;
     // Keeps the record until it is unregistered; 0, also when it is already there; -1 for null.
     // Fourth slot of the interface.
     virtual int Register(ZembTaskCreatorRecord* pRecord) = 0;
-    virtual int Count() const = 0;
+    virtual int Count() const = 0;  // how many records are kept
     // Forgets the record; 0, also when it is not known. Sixth slot of the interface.
     virtual int UnRegister(ZembTaskCreatorRecord* pRecord) = 0;
 };

@@ -22,6 +22,7 @@ struct ZembLogInfo {
 
 namespace FrameUtil {
 
+// What WriteOperationLog answers.
 constexpr int OPERLOG_WRITTEN = 1;
 constexpr int OPERLOG_KEPT = 0;
 constexpr int OPERLOG_LOST = -1;
@@ -44,6 +45,7 @@ namespace NSTE_util {
 // The errors of operations: what NEs replied that somebody should know of. Any thread.
 class ZEMB_API TEOperErrorLogIF {
 public:
+    // Never null; lives to the end of the process.
     static TEOperErrorLogIF* Instance();
 
     // Details of an NE: numbers and two texts.

@@ -13,9 +13,9 @@
 // bytes and goes to the system as it is. A null path counts as "". Any thread. Throws at most
 // std::bad_alloc, or what a function of the caller throws.
 
-// As their POSIX namesakes: a result of -1, or null, leaves the reason in errno.
 namespace ZEMB_OS {
 
+// As their POSIX namesakes: a result of -1, or null, leaves the reason in errno.
 ZEMB_API int stat(const char* szPath, struct ::stat* pStat, const char* szCodeSet);
 ZEMB_API std::FILE* fopen(const char* szPath, const char* szMode, const char* szCodeSet);
 ZEMB_API int mkdir(const char* szPath, mode_t nMode, const char* szCodeSet);
@@ -34,6 +34,7 @@ struct ZembFileEntry {
     long nSize;    // bytes of a plain file, else 0
 };
 
+// Folders and what is in them.
 class ZEMB_API ZembFileUtil {
 public:
     // Appends the entries of a folder, in no order; sizes are 0. 0, or the reason from errno.
@@ -47,6 +48,7 @@ public:
                         const std::function<bool(const ZembFileEntry&)>& visit,
                         const char* szCodeSet);
 
+    // Whether there is such a folder; links are followed.
     static bool isDir(const char* szPath, const char* szCodeSet);
 
     // Deletes a folder with all that is in it; of a link below it only the link. 0, or the first

@@ -22,6 +22,7 @@ struct ZEMB_API ClientMissionID {
     std::uint32_t nMission = 0;
 };
 
+// By the mission, then by the words of the request.
 ZEMB_API bool operator<(const ClientMissionID& a, const ClientMissionID& b);
 ZEMB_API bool operator==(const ClientMissionID& a, const ClientMissionID& b);
 
@@ -42,6 +43,7 @@ private:
 // logarithmic in the tasks and missions.
 class ZEMB_API ProgressMgr {
 public:
+    // Never null; lives to the end of the process.
     static ProgressMgr* Instance();
 
     // Gives a task a mission; one that it has already stays.

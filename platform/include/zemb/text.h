@@ -17,6 +17,7 @@ public:
     CStdString(const std::string& strText) : std::string(strText) {}
     CStdString(std::string&& strText) noexcept : std::string(std::move(strText)) {}
     CStdString(const char* szText) : std::string(szText == nullptr ? "" : szText) {}
+    // Null counts as "" here too.
     CStdString& operator=(const std::string& strText) {
         assign(strText);
         return *this;

@@ -29,6 +29,7 @@ struct ZembTime {
     const char* szZone;  // abbreviation, "CET"; lives to the end of the process
 };
 
+// From seconds to the local time.
 class ZEMB_API ZembTZone {
 public:
     // The local time of nSeconds since 1970, UTC.

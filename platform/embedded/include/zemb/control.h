@@ -47,6 +47,7 @@ public:
     ~ScopedClock();                          // back to the system's time
     ScopedClock(const ScopedClock&) = delete;
     ScopedClock& operator=(const ScopedClock&) = delete;
+    // Moves the clock on from where it is, or back.
     void Advance(long nSeconds);
     // Stops the clock at that moment; Advance still moves it.
     void Freeze(long long nMicroseconds);
@@ -75,6 +76,7 @@ struct DebugLine {
     std::string strText;  // as written by the caller, nothing escaped
 };
 
+// Gets each line as it was written.
 using DebugSink = std::function<void(const DebugLine&)>;
 
 // Sends every line to a function of the host, on the thread that wrote it, with no lock held. The

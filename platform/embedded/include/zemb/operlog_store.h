@@ -13,6 +13,7 @@
 // thread; readers do not hold up writers.
 namespace zemb {
 
+// An entry as the database holds it.
 struct OperLogRow {
     long long nId = 0;    // rises with every entry
     std::string strTime;  // "2026-03-01 08:00:00.123Z"

@@ -10,6 +10,7 @@
 // The host's side of the progress manager. Any thread.
 namespace zemb {
 
+// A task, and how far it is.
 struct TaskProgress {
     const ZembGnlTask* pTask = nullptr;
     std::vector<NSTE_util::ClientMissionID> vecMission;  // in the order of registration
@@ -32,8 +33,10 @@ ZEMB_API int AbortMission(std::uint32_t nMission);
 // default channel.
 class ZEMB_API ScopedProgressListener {
 public:
+    // Gets the percent and the description as they were sent.
     using Listener =
         std::function<void(const ZembGnlTask* pTask, int nPercent, const std::string& strDesc)>;
+
     explicit ScopedProgressListener(Listener listener);
     ~ScopedProgressListener();
     ScopedProgressListener(const ScopedProgressListener&) = delete;

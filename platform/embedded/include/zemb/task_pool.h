@@ -14,6 +14,7 @@ namespace zemb {
 // Any thread may submit.
 class ZEMB_API TaskPool {
 public:
+    // What a task does, on a thread of the pool.
     using Work = std::function<void(ZembGnlTask& task)>;
 
     // nQueue: how many tasks may wait for a thread; of both there is one at least. Throws when a

@@ -9,6 +9,7 @@
 // folder. Any thread.
 namespace zemb {
 
+// A value with the names that it is found by.
 struct UserCfgItem {
     std::string strSection;
     std::string strKey;

@@ -1,0 +1,7 @@
+// A shared object that is no module.
+
+int Nothing();
+
+int Nothing() {
+    return 0;
+}
