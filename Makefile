@@ -5,7 +5,8 @@ PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
 MAKEFLAGS += --no-print-directory
 
-.PHONY: run test asan tsan debug coverage bench fuzz tidy docs install setup build format clean
+.PHONY: run test asan tsan debug coverage bench fuzz tidy docs install deb deb-test setup \
+        build format clean
 
 run: build
 	@rm -rf build/tour
@@ -38,6 +39,12 @@ docs: setup
 
 install: build
 	cmake --install build/release --prefix $(PREFIX)
+
+deb: setup
+	@packaging/make_deb build/deb
+
+deb-test: deb
+	@tests/install/deb build/deb
 
 tidy: build
 	git ls-files 'config/*.cpp' 'frame/*.cpp' 'mutex/*.cpp' 'object/*.cpp' 'platform/*.cpp' 'trace/*.cpp' 'util/*.cpp' | \

@@ -1,8 +1,16 @@
 include(CMakePackageConfigHelpers)
 
+# An installed copy finds its parts from where it stands, so that it can be moved.
+foreach(dir IN ITEMS BINDIR DATADIR INCLUDEDIR LIBDIR)
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_${dir}}")
+    message(FATAL_ERROR "CMAKE_INSTALL_${dir} must be relative to the prefix: ${CMAKE_INSTALL_${dir}}")
+  endif()
+endforeach()
+
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tovelkarin)
 
 install(DIRECTORY include/tovelkarin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+set_target_properties(tovelkarin PROPERTIES INSTALL_RPATH $ORIGIN)
 install(TARGETS tovelkarin EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TOVELKARIN_PLATFORM STREQUAL "embedded")
   install(DIRECTORY platform/include/zemb platform/embedded/include/zemb
@@ -20,7 +28,7 @@ configure_package_config_file(cmake/tovelkarinConfig.cmake.in
                               ${CMAKE_BINARY_DIR}/tovelkarinConfig.cmake
                               INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/tovelkarinConfigVersion.cmake
-                                 COMPATIBILITY SameMinorVersion)
+                                 COMPATIBILITY SameMajorVersion)
 # Relative to where the file ends up, so that any prefix works.
 file(RELATIVE_PATH PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 if(TOVELKARIN_PLATFORM STREQUAL "embedded")

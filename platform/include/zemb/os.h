@@ -17,6 +17,7 @@ namespace ZEMB_OS {
 
 // As their POSIX namesakes: a result of -1, or null, leaves the reason in errno.
 ZEMB_API int stat(const char* szPath, struct ::stat* pStat, const char* szCodeSet);
+// The stream has a descriptor: who reads a file as a whole does so through that.
 ZEMB_API std::FILE* fopen(const char* szPath, const char* szMode, const char* szCodeSet);
 ZEMB_API int mkdir(const char* szPath, mode_t nMode, const char* szCodeSet);
 // nFlag 0 replaces szTo, as POSIX does; 1 refuses with EEXIST when it is there.
