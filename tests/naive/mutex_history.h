@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <list>
-#include <set>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -18,7 +18,7 @@
 // model, asked in that order, gives exactly the recorded answers.
 //
 // EXPLAINED: such an order was found, each answer of it given by the model. IMPOSSIBLE: there is
-// none, all were tried. UNDECIDED: neither within the budget; no proof, and counted as a failure.
+// none, all were tried. UNDECIDED: neither within the budget; no proof.
 //
 // What it proves: this run, on this machine, was as if the calls had been made one after another.
 // What it does not: that no other run goes wrong; anything about operations that the history does
@@ -51,8 +51,13 @@ enum class Verdict { EXPLAINED, IMPOSSIBLE, UNDECIDED };
 class HistorySearch {
 public:
     // The model has its table and holds nothing; afterwards it holds what the history left held.
-    HistorySearch(MutexModel& model, const History& history)
-        : m_model(model), m_vecCurrent(history.size()) {
+    // nFirstTurn: failures until the search starts again with what it has learnt.
+    HistorySearch(MutexModel& model, const History& history, std::size_t nFirstTurn = 1000)
+        : m_model(model),
+          m_vecCurrent(history.size()),
+          m_nFirstTurn(nFirstTurn),
+          m_nTurn(nFirstTurn),
+          m_nUntilRestart(nFirstTurn) {
         for (std::size_t nThread = 0; nThread < history.size(); ++nThread)
             for (const HistoryCall& call : history[nThread]) {
                 m_vecEvent.push_back({call.nBegin, nThread, &call});
@@ -74,14 +79,16 @@ public:
                 continue;
             }
             if (m_setDead.count({m_nAt, m_nPlaced}) == 0)
-                m_vecChoice.push_back({m_vecStep.size(), m_nAt, m_nPlaced, {event.nThread}, 0});
-            bool bGoesOn = false;
-            while (!bGoesOn) {
+                m_vecChoice.push_back({m_vecStep.size(), m_nAt, m_nPlaced, {}, 0, false});
+            while (m_vecChoice.empty() || !TryNext()) {
                 if (m_vecChoice.empty())
                     return Verdict::IMPOSSIBLE;
                 if (nBudget-- == 0)
                     return Verdict::UNDECIDED;
-                bGoesOn = TryNext();
+                if (--m_nUntilRestart == 0) {
+                    Restart();
+                    break;
+                }
             }
         }
         return Verdict::EXPLAINED;
@@ -118,6 +125,7 @@ private:
         std::uint64_t nPlaced;
         std::vector<std::size_t> vecThread;
         std::size_t nNext;
+        bool bOthers;  // they are in the list
     };
     using Position = std::pair<std::size_t, std::uint64_t>;
     struct PositionHash {
@@ -149,6 +157,8 @@ private:
         m_vecStep.clear();
         m_vecChoice.clear();
         m_setDead.clear();
+        m_mapBefore.clear();
+        m_nTurn = m_nUntilRestart = m_nFirstTurn;
     }
 
     // Places the thread's call here, and then what changes nothing and fits now.
@@ -216,31 +226,93 @@ private:
     bool TryNext() {
         Choice& choice = m_vecChoice.back();
         GoBackTo(choice.nSteps);
-        if (choice.nNext == 1 && choice.vecThread.size() == 1)
-            AddOthers(choice.vecThread);
-        if (choice.nNext < choice.vecThread.size())
-            return Place(choice.vecThread[choice.nNext++]);
+        std::vector<std::size_t>& vecThread = choice.vecThread;
+        if (vecThread.empty())
+            StartList(vecThread, m_vecEvent[choice.nAt].nThread);
+        if (choice.nNext == vecThread.size() && !choice.bOthers) {
+            choice.bOthers = true;
+            AppendOthers(vecThread, m_vecEvent[choice.nAt].nThread);
+        }
+        if (choice.nNext < vecThread.size())
+            return Place(vecThread[choice.nNext++]);
+        if (choice.nAt > m_nFurthest) {
+            m_nFurthest = choice.nAt;
+            m_nStuck = m_vecEvent[choice.nAt].nThread;
+        }
         m_setDead.insert({choice.nAt, choice.nPlaced});
         m_vecChoice.pop_back();
         return false;
     }
 
-    // The changes in progress that may matter to the first thread's call, directly or through
-    // others in progress; those that matter directly come first.
-    void AddOthers(std::vector<std::size_t>& vecThread) const {
-        std::uint64_t nSeen = Bit(vecThread.front());
-        for (std::size_t n = 0; n < vecThread.size(); ++n)
+    // From the last moment without a call in progress once more. The call at which it ended is
+    // tried earlier this time, where it still fitted. What is dead stays dead, and the turns get
+    // longer, so that in the end all is tried.
+    void Restart() {
+        const HistoryCall* const pStuck = m_vecCurrent[m_nStuck];
+        bool bSeek = pStuck != nullptr && !IsPlaced(m_nStuck) && pStuck->IsChange();
+        while (bSeek && m_vecStep.back().pCall != pStuck) {
+            const Step step = m_vecStep.back();
+            GoBackTo(m_vecStep.size() - 1);
+            if (step.nKind == Step::PLACE && step.pCall->IsChange() &&
+                MayMatter(*step.pCall, *pStuck) && Answer(*pStuck)) {
+                TakeBack(*pStuck);
+                m_mapBefore[step.pCall].insert(pStuck);
+                bSeek = false;
+            }
+        }
+        GoBackTo(0);
+        m_vecChoice.clear();
+        m_nTurn += m_nTurn / 4 + 1;
+        m_nUntilRestart = m_nTurn;
+        m_nFurthest = 0;
+    }
+
+    // The thread, after those whose calls are to be tried before its own.
+    void StartList(std::vector<std::size_t>& vecThread, std::size_t nThread) const {
+        const auto it = m_mapBefore.find(m_vecCurrent[nThread]);
+        if (it != m_mapBefore.end())
+            for (std::size_t n = 0; n < m_vecCurrent.size(); ++n)
+                if (!IsPlaced(n) && it->second.count(m_vecCurrent[n]) != 0)
+                    vecThread.push_back(n);
+        vecThread.push_back(nThread);
+    }
+
+    // The changes in progress that may matter to the thread's call, directly or through others in
+    // progress. Those that may help come first, and of them those that end first: they have most
+    // likely taken effect.
+    void AppendOthers(std::vector<std::size_t>& vecThread, std::size_t nThread) const {
+        std::vector<std::size_t> vecReached = {nThread};
+        std::uint64_t nSeen = Bit(nThread);
+        for (std::size_t n = 0; n < vecReached.size(); ++n)
             for (std::size_t nOther = 0; nOther < m_vecCurrent.size(); ++nOther)
                 if (m_vecCurrent[nOther] != nullptr && !IsPlaced(nOther) &&
                     (nSeen & Bit(nOther)) == 0 &&
-                    MayMatter(*m_vecCurrent[nOther], *m_vecCurrent[vecThread[n]])) {
+                    MayMatter(*m_vecCurrent[nOther], *m_vecCurrent[vecReached[n]])) {
                     nSeen |= Bit(nOther);
-                    vecThread.push_back(nOther);
+                    vecReached.push_back(nOther);
                 }
-        vecThread.erase(
-            std::remove_if(vecThread.begin() + 1, vecThread.end(),
-                           [this](std::size_t n) { return !m_vecCurrent[n]->IsChange(); }),
-            vecThread.end());
+        const HistoryCall& call = *m_vecCurrent[nThread];
+        const auto Rank = [&](std::size_t n) {
+            return std::make_pair(!MayHelp(*m_vecCurrent[n], call), m_vecCurrent[n]->nEnd);
+        };
+        std::sort(vecReached.begin(), vecReached.end(),
+                  [&](std::size_t a, std::size_t b) { return Rank(a) < Rank(b); });
+        for (const std::size_t n : vecReached)
+            if (n != nThread && m_vecCurrent[n]->IsChange())
+                vecThread.push_back(n);
+    }
+
+    // Whether the change can by itself make the other call's answer right.
+    bool MayHelp(const HistoryCall& change, const HistoryCall& call) const {
+        if (!MayMatter(change, call))
+            return false;
+        if (call.nAnswer == 0)  // granted, or not running
+            return change.nKind == HistoryCall::RELEASE;
+        if (call.nKind == HistoryCall::IS_RUNNING)
+            return change.nKind == HistoryCall::ACQUIRE;
+        const auto it = m_model.mapCode.find(change.nOper);
+        return change.nKind == HistoryCall::RELEASE || it == m_model.mapCode.end() ||
+               it->second == call.nAnswer;
     }
 
     // False when the two can change places in any order without another answer.
@@ -269,6 +341,13 @@ private:
     std::vector<Step> m_vecStep;
     std::vector<Choice> m_vecChoice;
     std::unordered_set<Position, PositionHash> m_setDead;
+    // Learnt from what failed: calls to try before a call. It changes the order of the search only.
+    std::unordered_map<const HistoryCall*, std::unordered_set<const HistoryCall*>> m_mapBefore;
+    const std::size_t m_nFirstTurn;
+    std::size_t m_nTurn;  // failures until it starts again
+    std::size_t m_nUntilRestart;
+    std::size_t m_nFurthest = 0;
+    std::size_t m_nStuck = 0;  // whose call did not fit there
 };
 
 }  // namespace naive
