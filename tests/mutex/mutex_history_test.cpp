@@ -80,7 +80,7 @@ TEST(MutexHistoryTest, AnswersOfManyThreadsAreThoseOfSomeOrder) {
     const std::size_t nThreads = FromEnvironment("TOVELKARIN_HISTORY_THREADS", 16);
     ASSERT_TRUE(nThreads >= 1 && nThreads <= 64);
     Totals totals;
-    PlayRounds(nThreads, 400, FromEnvironment("TOVELKARIN_HISTORY", 100000), totals);
+    PlayRounds(nThreads, 6400 / nThreads, FromEnvironment("TOVELKARIN_HISTORY", 100000), totals);
     std::printf(
         "history: %zu threads, %zu calls (%zu overlapping), %zu grants, %zu refusals, "
         "%zu violations, %zu of %zu rounds undecided\n",
@@ -90,7 +90,7 @@ TEST(MutexHistoryTest, AnswersOfManyThreadsAreThoseOfSomeOrder) {
     EXPECT_GT(totals.nGrants, totals.nCalls / 20);
     EXPECT_GT(totals.nRefusals, totals.nCalls / 20);
     EXPECT_EQ(0U, totals.nViolations);
-    // With 64 threads a round in some thousands is too hard to explain.
+    // A few rounds in thousands may be too hard to explain.
     EXPECT_LE(totals.nUndecided, totals.nRounds / 1000);
 }
 
