@@ -5,7 +5,7 @@ PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
 MAKEFLAGS += --no-print-directory
 
-.PHONY: run test asan tsan debug coverage bench fuzz tidy docs install deb deb-test setup \
+.PHONY: run test asan tsan debug coverage bench fuzz history tidy docs install deb deb-test setup \
         build format clean
 
 run: build
@@ -36,6 +36,18 @@ fuzz:
 docs: setup
 	@[ -f build/$(PRESET)/build.ninja ] || cmake --preset $(PRESET)
 	@cmake --build --preset $(PRESET) --target reference man
+
+# Random calls of many threads on the operation manager, and whether some order of them explains every
+# answer: long forms of the unit test.
+HISTORY = tests/tovelkarin_tests --gtest_filter='MutexHistoryTest.AnswersOfManyThreads*' \
+    >build/history.log 2>&1 && grep '^history:' build/history.log || { cat build/history.log; exit 1; }
+history: setup
+	@for preset in tsan release; do \
+	    [ -f build/$$preset/build.ninja ] || cmake --preset $$preset; \
+	    cmake --build --preset $$preset --target tovelkarin_tests || exit 1; \
+	done
+	@TOVELKARIN_HISTORY=2000000 TOVELKARIN_HISTORY_THREADS=16 build/tsan/$(HISTORY)
+	@TOVELKARIN_HISTORY=50000000 TOVELKARIN_HISTORY_THREADS=64 build/release/$(HISTORY)
 
 install: build
 	cmake --install build/release --prefix $(PREFIX)

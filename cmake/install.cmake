@@ -10,7 +10,6 @@ endforeach()
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tovelkarin)
 
 install(DIRECTORY include/tovelkarin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-set_target_properties(tovelkarin PROPERTIES INSTALL_RPATH $ORIGIN)
 install(TARGETS tovelkarin EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TOVELKARIN_PLATFORM STREQUAL "embedded")
   install(DIRECTORY platform/include/zemb platform/embedded/include/zemb

@@ -8,11 +8,14 @@
 
 #include <stdlib.h>
 
+#include <atomic>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace support {
@@ -78,6 +81,22 @@ public:
 private:
     std::string m_strPath;
 };
+
+// Calls fnBody(n), n from 0, on as many threads, which wait for each other before they begin.
+template <class Body>
+void RunTogether(std::size_t nThreads, const Body& fnBody) {
+    std::atomic<std::size_t> nReady{0};
+    std::vector<std::thread> vecThread;
+    for (std::size_t n = 0; n < nThreads; ++n)
+        vecThread.emplace_back([&, n] {
+            nReady.fetch_add(1, std::memory_order_relaxed);
+            while (nReady.load(std::memory_order_relaxed) != nThreads)
+                std::this_thread::yield();
+            fnBody(n);
+        });
+    for (std::thread& thread : vecThread)
+        thread.join();
+}
 
 inline std::string ReadAll(const std::string& strPath) {
     std::ifstream file(strPath, std::ios::binary);

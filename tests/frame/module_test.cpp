@@ -11,6 +11,8 @@
 #include "zemb/settings.h"
 
 #include <climits>
+#include <filesystem>
+#include <iterator>
 #include <stdexcept>
 
 namespace {
@@ -136,6 +138,34 @@ TEST_F(ModuleTest, StartAgainReadsAgainButRegistersNoTaskCreator) {
     EXPECT_EQ(500, NSTN_util::g_nVCNExportTimerInterval);
     EXPECT_EQ(0, ZembTaskCreator::Instance()->Count());
     EXPECT_EQ(0, Module().Stop()) << "an unknown record is no failure";
+}
+
+// What a start keeps and a stop forgets would add up: handlers, descriptors, memory (under asan).
+TEST_F(ModuleTest, AThousandLivesAreLikeTheFirst) {
+    const auto CountDescriptors = [] {
+        const std::filesystem::directory_iterator it("/proc/self/fd");
+        return std::distance(begin(it), end(it));
+    };
+    const auto nDescriptors = CountDescriptors();
+    const int nHandlers = TEEventMgr::Instance()->SendEvent(51, nullptr);
+    for (int i = 1; i <= 1000; ++i) {
+        std::string strEms;
+        for (const char* szKey : {"bEnableInt3", "bEnableLog", "bEnableAsnLog", "bEnableMmlTrace"})
+            strEms += szKey + (" = " + std::to_string(i % 2)) + "\n";
+        for (const char* szKey : {"overtime_low", "overtime_mid", "overtime_high"})
+            strEms += szKey + (" = " + std::to_string(i)) + "\n";
+        m_folder.Write("etc/oss_cfg/ems.cfg", strEms);
+        WriteInterval(std::to_string(300 + i));
+        ASSERT_EQ(0, Module().Start());
+        ASSERT_EQ(1, Module().started);
+        ASSERT_THAT(Settings(), ElementsAre(i % 2, i % 2, i % 2, i % 2, i, i, i, 300 + i));
+        ASSERT_EQ(nHandlers + 1, TEEventMgr::Instance()->SendEvent(51, nullptr)) << i;
+        ASSERT_EQ(0, Module().Stop());
+        ASSERT_EQ(0, Module().started);
+        ASSERT_EQ(nHandlers, TEEventMgr::Instance()->SendEvent(51, nullptr)) << i;
+    }
+    EXPECT_EQ(nDescriptors, CountDescriptors());
+    EXPECT_EQ(0, ZembTaskCreator::Instance()->Count());
 }
 
 TEST_F(ModuleTest, TheEmsFileIsTheOneTheHostNamed) {

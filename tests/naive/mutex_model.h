@@ -83,6 +83,15 @@ public:
         }
     }
 
+    static bool Overlap(const std::list<TEOperObject>& listA,
+                        const std::list<TEOperObject>& listB) {
+        for (const TEOperObject& a : listA)
+            for (const TEOperObject& b : listB)
+                if (Overlap(a, b))
+                    return true;
+        return false;
+    }
+
     std::map<int, std::list<TEOperObject>> mapRunning;
     std::map<int, std::set<int>> mapTable;
     std::set<int> setExclusive;
@@ -121,15 +130,6 @@ private:
             return false;
         mapCode.insert({nOper, static_cast<unsigned long>(static_cast<long>(nCode))});
         return true;
-    }
-
-    static bool Overlap(const std::list<TEOperObject>& listA,
-                        const std::list<TEOperObject>& listB) {
-        for (const TEOperObject& a : listA)
-            for (const TEOperObject& b : listB)
-                if (Overlap(a, b))
-                    return true;
-        return false;
     }
 
     static bool Overlap(const TEOperObject& a, const TEOperObject& b) {
