@@ -5,7 +5,7 @@ PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
 MAKEFLAGS += --no-print-directory
 
-.PHONY: run test asan tsan debug coverage bench fuzz history tidy docs install deb deb-test setup \
+.PHONY: run test asan tsan debug coverage bench figures fuzz history tidy docs install deb deb-test setup \
         build format clean
 
 run: build
@@ -23,8 +23,16 @@ build: setup
 	@[ -f build/$(PRESET)/build.ninja ] || cmake --preset $(PRESET)
 	@cmake --build --preset $(PRESET)
 
-asan tsan debug coverage:
+asan tsan debug:
 	@$(MAKE) test PRESET=$@
+
+coverage:
+	@$(MAKE) test PRESET=coverage
+	@scripts/coverage build/coverage
+
+# Writes docs/figures.md anew; STEPS="program bench" only these parts of it.
+figures: setup
+	@scripts/figures $(STEPS)
 
 bench: build
 	@build/release/bench/tovelkarin_bench

@@ -2,8 +2,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <iostream>
-
 namespace host {
 
 namespace {
@@ -26,8 +24,7 @@ _tovelkarin() {
 constexpr const char* SCRIPT_END = R"(    esac
     COMPREPLY=($(compgen -W "$words" -- "${COMP_WORDS[COMP_CWORD]}"))
 }
-complete -o default -F _tovelkarin tovelkarin
-)";
+complete -o default -F _tovelkarin tovelkarin)";
 
 std::string CommandNames() {
     std::string strWords;
@@ -47,31 +44,36 @@ std::string WordsOf(CLI::App& app) {
     return strWords;
 }
 
-void PutCase(const std::string& strPattern, const std::string& strWords) {
-    std::cout << "        " << strPattern << ") words='" << strWords.substr(0, strWords.size() - 1)
-              << "' ;;\n";
+std::string Case(const std::string& strPattern, const std::string& strWords) {
+    return "        " + strPattern + ") words='" + strWords.substr(0, strWords.size() - 1) +
+           "' ;;\n";
 }
 
-int PutScript() {
-    std::cout << SCRIPT_BEGIN;
-    PutCase("/", CommandNames() + "--root --state --json --version --help ");
-    PutCase("help/", CommandNames());
+std::string Script() {
+    std::string strScript = SCRIPT_BEGIN;
+    strScript += Case("/", CommandNames() + "--root --state --json --version --help ");
+    strScript += Case("help/", CommandNames());
     for (const Command& command : Commands()) {
         CLI::App app;
         command.Define(app);
         const std::string strName = command.szName;
         for (CLI::App* const pSub : app.get_subcommands({}))
-            PutCase(strName + "/" + pSub->get_name(), WordsOf(*pSub));
-        PutCase(strName + "/*", WordsOf(app));
+            strScript += Case(strName + "/" + pSub->get_name(), WordsOf(*pSub));
+        strScript += Case(strName + "/*", WordsOf(app));
     }
-    std::cout << SCRIPT_END;
-    return DONE;
+    return strScript + SCRIPT_END;
 }
 
 }  // namespace
 
 Runner DefineCompletion(CLI::App& /*app*/) {
-    return [](Session&) { return PutScript(); };
+    return [](Session& session) {
+        const std::string strScript = Script();
+        Json::Value record;
+        record["completion"] = strScript;
+        session.out.Put(strScript, record);
+        return DONE;
+    };
 }
 
 }  // namespace host

@@ -38,7 +38,7 @@ struct HelpArguments {
 
 int ShowHelp(Session& session, HelpArguments args) {
     if (args.bMan) {
-        std::cout << ManualPage();
+        session.out.Say(ManualPage());
         return DONE;
     }
     if (!args.vecWord.empty()) {

@@ -55,14 +55,17 @@ void PutMatrix(const Output& out, const MutexFile& table) {
 }
 
 void PutGraph(const Output& out, const MutexFile& table) {
-    out.Say("digraph mutex {\n  // An arrow leads from a running operation to what it blocks.");
+    std::string strDot =
+        "digraph mutex {\n  // An arrow leads from a running operation to what it blocks.\n";
     for (const auto& [nOper, place] : table.mapExclusive)
-        out.Say("  \"" + std::to_string(nOper) + "\" [shape=doublecircle];  // excludes all");
+        strDot += "  \"" + std::to_string(nOper) + "\" [shape=doublecircle];  // excludes all\n";
     for (const auto& [nAsked, mapBlocker] : table.mapBlockers)
         for (const auto& [nBlocker, place] : mapBlocker)
-            out.Say("  \"" + std::to_string(nBlocker) + "\" -> \"" + std::to_string(nAsked) +
-                    "\";");
-    out.Say("}");
+            strDot +=
+                "  \"" + std::to_string(nBlocker) + "\" -> \"" + std::to_string(nAsked) + "\";\n";
+    Json::Value record;
+    record["dot"] = strDot + "}\n";
+    out.Put(strDot + "}", record);
 }
 
 int Matrix(Session& session, const MutexArguments& args) {
@@ -74,7 +77,7 @@ int Matrix(Session& session, const MutexArguments& args) {
         session.Start();
     const MutexFile& table = args.vecFile.empty() ? session.ledger.table : fromFiles;
     if (args.bDot)
-        PutGraph(Output(false), table);
+        PutGraph(session.out, table);
     else
         PutMatrix(session.out, table);
     return DONE;

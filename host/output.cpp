@@ -2,22 +2,39 @@
 
 #include <json/writer.h>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
 
 namespace host {
 
+namespace {
+
+// The library prints some of its lines: none of them may come between the objects.
+std::shared_ptr<std::FILE> TakeStandardOutput() {
+    std::fflush(stdout);
+    std::FILE* const pFile = fdopen(dup(STDOUT_FILENO), "w");
+    if (pFile == nullptr)
+        throw CommandError(SYSTEM_FAILED, "standard output is closed");
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    return {pFile, &std::fclose};
+}
+
+}  // namespace
+
+Output::Output(bool bJson) : m_pJson(bJson ? TakeStandardOutput() : nullptr) {}
+
 void Output::Put(const std::string& strText, const Json::Value& record) const {
-    if (!m_bJson) {
-        std::cout << strText << std::endl;
-        return;
-    }
-    std::cout << JsonLine(record) << std::endl;
+    if (!IsJson())
+        return Say(strText);
+    std::fputs((JsonLine(record) + "\n").c_str(), m_pJson.get());
+    std::fflush(m_pJson.get());
 }
 
 void Output::Say(const std::string& strText) const {
-    if (!m_bJson)
+    if (!IsJson())
         std::cout << strText << std::endl;
 }
 

@@ -2,6 +2,8 @@
 
 #include <json/value.h>
 
+#include <cstdio>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -22,18 +24,19 @@ public:
     const int nStatus;
 };
 
-// Standard output, line by line: texts for people, or one JSON object a line.
+// Standard output, line by line: texts for people, or one JSON object a line. With JSON, what
+// others in the process print to standard output goes to standard error from then on.
 class Output {
 public:
-    explicit Output(bool bJson) : m_bJson(bJson) {}
-    bool IsJson() const { return m_bJson; }
+    explicit Output(bool bJson);
+    bool IsJson() const { return m_pJson != nullptr; }
     // strText unless JSON is wanted, else the record.
     void Put(const std::string& strText, const Json::Value& record) const;
     // A text that has no record; nothing when JSON is wanted.
     void Say(const std::string& strText) const;
 
 private:
-    const bool m_bJson;
+    const std::shared_ptr<std::FILE> m_pJson;  // null for texts
 };
 
 // Rows as columns two blanks apart; the first row is the heading.

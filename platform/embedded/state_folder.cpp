@@ -28,7 +28,8 @@ void Sync(const std::string& strFolder) {
 }  // namespace
 
 void MakeStateFolder(const std::string& strFolder) {
-    if (strFolder.empty() || std::filesystem::is_directory(strFolder))
+    std::error_code ignored;  // what is wrong with the path, mkdir tells
+    if (strFolder.empty() || std::filesystem::is_directory(strFolder, ignored))
         return;
     const std::string strParent = std::filesystem::path(strFolder).parent_path().string();
     if (strParent != strFolder)

@@ -9,6 +9,7 @@
 // can go wrong is a fault point; the points are counted, from 1, over all threads.
 namespace zemb {
 
+// What a call does instead of its work.
 enum class EFault {
     FAILS,   // answers that it failed, with errno set; what answers a pointer answers null
     THROWS,  // throws std::runtime_error; a call that never throws fails instead
