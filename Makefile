@@ -66,9 +66,12 @@ deb: setup
 deb-test: deb
 	@tests/install/deb build/deb
 
+LIBRARY = config frame mutex object platform task trace util
 tidy: build
-	git ls-files 'config/*.cpp' 'frame/*.cpp' 'mutex/*.cpp' 'object/*.cpp' 'platform/*.cpp' 'trace/*.cpp' 'util/*.cpp' | \
-	    xargs clang-tidy -p build/release --quiet
+	cppcheck --quiet --error-exitcode=1 -j2 --enable=warning,performance,portability --std=c++17 --language=c++ \
+	    --suppressions-list=scripts/cppcheck.suppressions -I include -I platform/include \
+	    -I platform/embedded/include -I platform -I host -I . $(LIBRARY) host
+	git ls-files $(LIBRARY:%='%/*.cpp') | xargs -P2 -n4 clang-tidy -p build/release --quiet
 
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i
