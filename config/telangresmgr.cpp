@@ -1,7 +1,7 @@
 #include "tovelkarin/telangresmgr.h"
 
 #include "trace/trace_line.h"
-#include "util/open_file.h"
+#include "util/read_file.h"
 #include "util/singleton.h"
 
 #include "zemb/settings.h"
@@ -79,7 +79,8 @@ int TELangResMgr::LoadLangFile(const char* szDir, const char** arrFile) {
 int TELangResMgr::LoadLangFileImpl(const char* szPath) {
     int nResult = -1;
     GuardedCall([&] {
-        const OpenFile file(ZEMB_OS::fopen(szPath, "r", PATH_CODE_SET));
+        struct stat info {};
+        const OpenFile file = OpenToRead(szPath == nullptr ? "" : szPath, info);
         if (file == nullptr)
             return Report("Read lang res file fail.");
         int nLine = LINE_OTHER;

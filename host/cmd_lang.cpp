@@ -22,11 +22,18 @@ struct LangArguments {
     std::string strLanguage;
     std::vector<std::string> vecFile;
     Texts keys;
+    bool bLoad = false;
     std::string strFirst;
     std::string strSecond;
 };
 
-int Load(const Session& session, const LangArguments& args) {
+struct Loaded {
+    std::string strFolder;
+    std::size_t nFiles;
+    std::size_t nMissing;
+};
+
+Loaded LoadTexts(const LangArguments& args) {
     if (!args.strLanguage.empty())
         zemb::SetLanguage(args.strLanguage);
     const std::string strFolder = NSTE_util::GetZEMBRootPath() + args.strDir +
@@ -46,18 +53,23 @@ int Load(const Session& session, const LangArguments& args) {
     vecName.push_back(nullptr);
     if (NSTN_util::TELangResMgr::Instance()->LoadLangFile(args.strDir.c_str(), vecName.data()) == 0)
         throw CommandError(SYSTEM_FAILED, "lang: there is no usable installation root");
-    Json::Value record;
-    record["folder"] = strFolder;
-    record["files"] = static_cast<Json::UInt64>(vecFile.size() - nMissing);
-    session.out.Put("loaded " + Counted(vecFile.size() - nMissing, "file") + " of " + strFolder,
-                    record);
-    return nMissing == 0 ? DONE : ANSWER_NO;
+    return {strFolder, vecFile.size() - nMissing, nMissing};
 }
 
-void Get(const Session& session, const std::string& strKey) {
+int Load(const Session& session, const LangArguments& args) {
+    const Loaded loaded = LoadTexts(args);
+    Json::Value record;
+    record["folder"] = loaded.strFolder;
+    record["files"] = static_cast<Json::UInt64>(loaded.nFiles);
+    session.out.Put("loaded " + Counted(loaded.nFiles, "file") + " of " + loaded.strFolder, record);
+    return loaded.nMissing == 0 ? DONE : ANSWER_NO;
+}
+
+void Get(const Session& session, const LangArguments& args, const std::string& strKey) {
     const std::string strText = NSTN_util::TELangResMgr::Instance()->GetResourceStr(strKey);
     if (strText.empty())
-        throw CommandError(ANSWER_NO, strKey + ": no text of that key is loaded");
+        throw CommandError(ANSWER_NO, strKey + ": no text of that key is loaded" +
+                                          (args.bLoad ? "" : "; 'lang load', or --load, loads"));
     Json::Value record;
     record["key"] = strKey;
     record["text"] = strText;
@@ -98,6 +110,7 @@ Runner DefineLang(CLI::App& app) {
     pLoad->add_option("--language", pArgs->strLanguage, "make this the language of the process");
     CLI::App* const pGet = app.add_subcommand("get", "look a key up in what is loaded");
     pArgs->keys.Define(*pGet, "a key, exactly");
+    pGet->add_flag("--load", pArgs->bLoad, "load the texts of the process language first");
     CLI::App* const pMissing =
         app.add_subcommand("missing", "list the keys that one of two languages lacks");
     pMissing->add_option("LANGUAGE", pArgs->strFirst, "a language folder")->required();
@@ -106,8 +119,12 @@ Runner DefineLang(CLI::App& app) {
     return [pArgs, pLoad, pGet](Session& session) {
         if (pLoad->parsed())
             return Load(session, *pArgs);
-        if (pGet->parsed())
-            return pArgs->keys.Each([&](const std::string& strKey) { Get(session, strKey); });
+        if (pGet->parsed()) {
+            if (pArgs->bLoad)
+                LoadTexts(*pArgs);
+            return pArgs->keys.Each(
+                [&](const std::string& strKey) { Get(session, *pArgs, strKey); });
+        }
         return Missing(session, *pArgs);
     };
 }

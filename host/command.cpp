@@ -28,7 +28,7 @@ const std::vector<Command>& Commands() {
                      "check mutex share/root/etc/oss_cfg/trans/core/conf/mutex_oper.cfg", false,
                      DefineCheck},
         {"lang",     "load and look up texts of the process language; compare languages",
-                     "lang missing en zh", true, DefineLang},
+                     "lang missing en zh\n  lang get --load refusal.4101F001", true, DefineLang},
         {"cfg",      "show the items of a configuration file as a process reads them; change one",
                      "cfg share/root/etc/oss_cfg/ems.cfg overtime_low\n  cfg set my.cfg retry 3",
                      false, DefineCfg},

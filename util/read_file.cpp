@@ -1,8 +1,5 @@
 #include "util/read_file.h"
 
-#include "util/open_file.h"
-
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -40,17 +37,6 @@ private:
     std::size_t m_nSeen = 0;
 };
 
-// Opens a file for reading, but no pipe: its writer may never come. info tells what it is.
-OpenFile OpenToRead(const std::string& strFile, struct stat& info) {
-    info = {};
-    if (ZEMB_OS::stat(strFile.c_str(), &info, PATH_CODE_SET) == 0 &&
-        (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode))) {
-        errno = EINVAL;
-        return nullptr;
-    }
-    return OpenFile(ZEMB_OS::fopen(strFile.c_str(), "r", PATH_CODE_SET));
-}
-
 EReadFile ReadWhole(const std::string& strFile, std::string& strText) {
     struct stat info {};
     const OpenFile file = OpenToRead(strFile, info);
@@ -77,6 +63,16 @@ EReadFile ReadWhole(const std::string& strFile, std::string& strText) {
 }
 
 }  // namespace
+
+OpenFile OpenToRead(const std::string& strFile, struct stat& info) {
+    info = {};
+    if (ZEMB_OS::stat(strFile.c_str(), &info, PATH_CODE_SET) == 0 &&
+        (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode))) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    return OpenFile(ZEMB_OS::fopen(strFile.c_str(), "r", PATH_CODE_SET));
+}
 
 EReadFile ReadBlocks(const std::string& strFile,
                      const std::function<bool(std::string_view)>& take) {

@@ -1,11 +1,19 @@
 #pragma once
 
+#include "util/open_file.h"
+
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
 
 namespace NSTN_util {
+
+// Opens a file for reading, but no pipe: its writer may never come. info tells what it is. Null,
+// and the reason in errno, when it cannot be opened.
+OpenFile OpenToRead(const std::string& strFile, struct stat& info);
 
 enum class EReadFile {
     WHOLE,       // strText holds the file

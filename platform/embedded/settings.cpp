@@ -8,6 +8,7 @@
 #include <atomic>
 #include <charconv>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <mutex>
@@ -101,7 +102,9 @@ int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile) {
     std::string strFile = szFile == nullptr ? "" : szFile;
     if (strFile.empty())
         strFile = NSTE_util::GetZEMBRootPath() + EMS_CFG_UNDER_ROOT;
-    std::ifstream file(strFile);
+    std::ifstream file;
+    if (std::error_code ignored; !std::filesystem::is_fifo(strFile, ignored))
+        file.open(strFile);  // who would write into a pipe may never come
     bool bFound = false;
     int nFound = 0;
     char szLine[LINE_BUFFER];

@@ -85,8 +85,14 @@ int TakeLock(int (*pReal)(Lock*), Lock* pLock, const void* pCaller) {
 
 }  // namespace
 
+void* operator new(std::size_t nSize, const std::nothrow_t&) noexcept {
+    return t_memory.Next() ? nullptr : std::malloc(nSize == 0 ? 1 : nSize);
+}
+void* operator new[](std::size_t nSize, const std::nothrow_t& noThrow) noexcept {
+    return operator new(nSize, noThrow);
+}
 void* operator new(std::size_t nSize) {
-    void* const p = t_memory.Next() ? nullptr : std::malloc(nSize == 0 ? 1 : nSize);
+    void* const p = operator new(nSize, std::nothrow);
     if (p == nullptr)
         throw std::bad_alloc();
     return p;
@@ -98,6 +104,12 @@ void operator delete(void* p) noexcept {
     std::free(p);
 }
 void operator delete[](void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, const std::nothrow_t&) noexcept {
     std::free(p);
 }
 void operator delete(void* p, std::size_t) noexcept {

@@ -11,6 +11,7 @@
 
 #include "zemb/control.h"
 #include "zemb/faults.h"
+#include "zemb/settings.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -125,6 +126,16 @@ TEST_F(ReadFaultTest, SurvivesWhateverHappensToTheFile) {
             EXPECT_EQ(strGood, Answer()) << "after " << reader.szName << " " << happening.szName;
         }
     }
+}
+
+TEST_F(ReadFaultTest, NobodyWaitsForAPipe) {
+    const std::string strPipe = m_folder.Path("pipe");
+    ASSERT_EQ(0, mkfifo(strPipe.c_str(), 0600));
+    for (const Reader& reader : Readers())
+        reader.fn(strPipe);
+    EXPECT_EQ(-1, NSTN_util::TELangResMgr::Instance()->LoadLangFileImpl(strPipe.c_str()));
+    int nValue = 0;
+    EXPECT_EQ(0, ZembGetRegInt("key", nValue, strPipe.c_str()));
 }
 
 TEST_F(ReadFaultTest, HoldsNobodyUpWhileAFileIsRead) {
