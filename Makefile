@@ -27,7 +27,9 @@ asan tsan debug:
 	@$(MAKE) test PRESET=$@
 
 coverage:
-	@$(MAKE) test PRESET=coverage
+	@$(MAKE) build PRESET=coverage
+	@find build/coverage -name '*.gcda' -delete  # counts of an older build
+	@ctest --preset coverage
 	@scripts/coverage build/coverage
 
 # Writes docs/figures.md anew; STEPS="program bench" only these parts of it.

@@ -60,6 +60,7 @@ std::vector<Call> TraceCalls() {
              TNTrace2Str(5120, strOut, LONG_TEXT);
              return strOut;
          }},
+        {"TNString", [] { return TNString(LONG_TEXT).Text() + TNString(-1.5).Text(); }},
         {"TNTrace2LogFile", [] { return TNTrace2LogFile("faults", 1, LONG_TEXT), ""; }},
         {"TNAssert2LogFile",
          [] { return TNAssert2LogFile("faults", LONG_TEXT, 17, LONG_TEXT), ""; }},

@@ -111,6 +111,7 @@ std::vector<Call> MutexCalls() {
              return GuardedTrails(3) + GuardedTrails(std::vector<int>{1, 2, 3}) +
                     GuardedTrails(std::list<int>{1, 2, 3});
          }},
+        {"IsConflict", [] { return Show(TEMutexOperTrailGuard(3).IsConflict()); }},
         {"TEMutexOperMgr::Destroy", [] { return TEMutexOperMgr::Destroy(), ""; }},
     };
 }
