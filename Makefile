@@ -8,6 +8,7 @@ MAKEFLAGS += --no-print-directory
 .PHONY: run test asan tsan debug coverage bench figures fuzz history tidy docs install deb deb-test setup \
         build format clean
 
+run bench install tidy: override PRESET = release
 run: build
 	@rm -rf build/tour
 	@$(BIN) --root share/root --state build/tour host --echo share/scenarios/tour

@@ -6,6 +6,7 @@
 #include "timeout_file.h"
 
 #include "tovelkarin/temutexopermgr.h"
+#include "tovelkarin/utilif.h"
 
 #include "zemb/control.h"
 #include "zemb/operlog_store.h"
@@ -27,6 +28,7 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <regex>
 
 namespace host {
 
@@ -40,7 +42,26 @@ constexpr std::uint64_t NO_ROOM = 10 * MEGABYTE;
 constexpr long CLOCKS_APART = 5;                // seconds
 constexpr std::time_t FIRST_TIME = 1577836800;  // 2020: a clock before it was never set
 
-constexpr const char* PROGRAM = "tovelkarin ";
+// A word as a shell takes it.
+std::string Quoted(const std::string& strWord) {
+    if (strWord.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789"
+                                  "/._-+=:,") == std::string::npos)
+        return strWord;
+    std::string strQuoted = "'";
+    for (const char c : strWord)
+        strQuoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return strQuoted + "'";
+}
+
+// The program over the same folders.
+std::string Program() {
+    std::string strProgram = "tovelkarin ";
+    if (const std::string strRoot = NSTE_util::GetZEMBRootPath(); !strRoot.empty())
+        strProgram += "--root " + Quoted(strRoot) + " ";
+    if (const std::string strState = zemb::GetStatePath(); !strState.empty())
+        strProgram += "--state " + Quoted(strState) + " ";
+    return strProgram;
+}
 
 // Looks at what the program stands on, one thing after the other.
 class Doctor {
@@ -111,12 +132,12 @@ private:
     void CheckRoot() {
         const std::string strRoot = NSTE_util::GetZEMBRootPath();
         if (strRoot.empty())
-            return Fail("root", "no installation root", "give --root DIR, or export ZEMB_ROOT=DIR");
+            return Fail("root", "no installation root", "export ZEMB_ROOT=DIR");
         std::error_code error;
         if (!fs::is_directory(strRoot, error))
-            return Fail("root", strRoot + " is no folder", "ls -ld " + strRoot);
+            return Fail("root", strRoot + " is no folder", "ls -ld " + Quoted(strRoot));
         if (access(strRoot.c_str(), R_OK | X_OK) != 0)
-            return Fail("root", strRoot + ": " + std::strerror(errno), "ls -ld " + strRoot);
+            return Fail("root", strRoot + ": " + std::strerror(errno), "ls -ld " + Quoted(strRoot));
         Good("root", strRoot);
         CheckFile(strRoot + TABLE_UNDER_ROOT, "mutex", [](const std::string& strFile) {
             MutexFile table;
@@ -139,18 +160,19 @@ private:
         if (stat(strFile.c_str(), &status) != 0) {
             if (errno == ENOENT)
                 return Warn("configuration", strFile + " is missing; the built-in values hold",
-                            "ls -l " + fs::path(strFile).parent_path().string());
+                            "ls -l " + Quoted(fs::path(strFile).parent_path().string()));
             return Fail("configuration", strFile + ": " + std::strerror(errno),
-                        "namei -l " + strFile);
+                        "namei -l " + Quoted(strFile));
         }
-        if (PutFindings(strFile, PROGRAM + ("check " + strKind + " ") + strFile,
+        if (PutFindings(strFile, "tovelkarin check " + strKind + " " + Quoted(strFile),
                         [&] { return check(strFile); }))
             Good("configuration", strFile);
         if ((status.st_mode & S_IWOTH) != 0)
-            Warn("configuration", strFile + " may be changed by everybody", "chmod o-w " + strFile);
+            Warn("configuration", strFile + " may be changed by everybody",
+                 "chmod o-w " + Quoted(strFile));
         if (status.st_mtime > std::time(nullptr) + CLOCKS_APART)
             Warn("configuration", strFile + " was changed in the future; readers compare times",
-                 "touch " + strFile);
+                 "touch " + Quoted(strFile));
     }
 
     void CheckLanguageFolders(const std::string& strFolder) {
@@ -162,10 +184,10 @@ private:
         std::sort(vecFolder.begin(), vecFolder.end());
         if (vecFolder.empty())
             return Warn("languages", strFolder + ": no language folder; texts stay empty",
-                        "ls -l " + strFolder);
-        std::string strNext = PROGRAM + std::string("check lang");
+                        "ls -l " + Quoted(strFolder));
+        std::string strNext = "tovelkarin check lang";
         for (const std::string& strOne : vecFolder)
-            strNext += " " + strOne;
+            strNext += " " + Quoted(strOne);
         if (PutFindings(strFolder, strNext, [&] { return CheckLanguages(vecFolder); }))
             Good("languages",
                  strFolder + ": " + Counted(vecFolder.size(), "language") + " with the same keys");
@@ -198,40 +220,58 @@ private:
             return Fail("state",
                         "no state folder: logs go to standard error, the operation log "
                         "is kept in memory only",
-                        "give --state DIR, or export ZEMB_STATE=DIR");
+                        "export ZEMB_STATE=DIR");
         std::error_code error;
-        fs::create_directories(strState, error);
-        std::string strProbe = strState + "/probe.XXXXXX";
-        const int nFile = error ? -1 : mkstemp(strProbe.data());
-        if (nFile == -1)
-            return Fail("state", strState + ": " + (error ? error.message() : std::strerror(errno)),
-                        "namei -l " + strState);
+        if (!fs::exists(strState, error) && !error)
+            return Good("state", strState + " is made when it is needed");
+        if (!fs::is_directory(strState, error))
+            return Fail("state", strState + (error ? ": " + error.message() : " is no folder"),
+                        "namei -l " + Quoted(strState));
+        CheckWritable(strState);
         struct stat status {};
-        fstat(nFile, &status);
-        close(nFile);
-        unlink(strProbe.c_str());
-        Good("state", strState + " can be written");
-        const long nApart = static_cast<long>(status.st_mtime - std::time(nullptr));
-        if (std::labs(nApart) > CLOCKS_APART)
-            Warn("state",
-                 "its file system's clock is " + std::to_string(nApart) +
-                     " s away from the machine's",
-                 "stat " + strState);
         if (stat(strState.c_str(), &status) == 0 && (status.st_mode & S_IWOTH) != 0)
-            Warn("state", strState + " may be written by everybody", "chmod o-w " + strState);
+            Warn("state", strState + " may be written by everybody",
+                 "chmod o-w " + Quoted(strState));
+        // A file that nobody needs tells the clock of the file system.
+        std::string strProbe = strState + "/probe.XXXXXX";
+        if (const int nFile = mkstemp(strProbe.data()); nFile != -1) {
+            fstat(nFile, &status);
+            close(nFile);
+            unlink(strProbe.c_str());
+            const long nApart = static_cast<long>(status.st_mtime - std::time(nullptr));
+            if (std::labs(nApart) > CLOCKS_APART)
+                Warn("state",
+                     "its file system's clock is " + std::to_string(nApart) +
+                         " s away from the machine's",
+                     "stat " + Quoted(strState));
+        }
         CheckRoom(strState);
+    }
+
+    // The folder and what the platform writes in it, as far as it is there.
+    void CheckWritable(const std::string& strState) {
+        bool bGood = true;
+        for (const std::string& strPath :
+             {strState, strState + "/log", zemb::LogFileOf(TOVELKARIN_MODULE_NAME),
+              zemb::OperLogFile(), strState + "/usercfg.db"})
+            if (euidaccess(strPath.c_str(), W_OK) != 0 && errno != ENOENT) {
+                Fail("state", strPath + ": " + std::strerror(errno), "namei -l " + Quoted(strPath));
+                bGood = false;
+            }
+        if (bGood)
+            Good("state", strState + " can be written");
     }
 
     void CheckRoom(const std::string& strState) {
         struct statvfs room {};
         if (statvfs(strState.c_str(), &room) != 0)
-            return Warn("room", strState + ": " + std::strerror(errno), "df " + strState);
+            return Warn("room", strState + ": " + std::strerror(errno), "df " + Quoted(strState));
         const std::uint64_t nFree = std::uint64_t{room.f_bavail} * room.f_frsize;
         const std::string strText = std::to_string(nFree / MEGABYTE) + " MB free in " + strState;
         if (nFree < NO_ROOM || (room.f_files != 0 && room.f_favail == 0))
-            return Fail("room", strText, "df -h -i " + strState);
+            return Fail("room", strText, "df -h -i " + Quoted(strState));
         if (nFree < LITTLE_ROOM)
-            return Warn("room", strText, "df -h " + strState);
+            return Warn("room", strText, "df -h " + Quoted(strState));
         Good("room", strText);
     }
 
@@ -243,23 +283,34 @@ private:
         else
             Good("clock", strNow);
         const char* const szZone = getenv("TZ");
-        if (szZone != nullptr && *szZone != '\0' && !zemb::SetTimeZone(szZone))
+        if (szZone != nullptr && !IsZone(szZone))
             Warn("clock", std::string("TZ=") + szZone + " is no time zone: local times are UTC",
                  "ls /usr/share/zoneinfo");
-        zemb::SetTimeZone("");
+    }
+
+    // A file of the system's, by name or path, or a rule such as CET-1CEST,M3.5.0,M10.5.0/3.
+    static bool IsZone(std::string strZone) {
+        if (!strZone.empty() && strZone.front() == ':')
+            strZone.erase(0, 1);
+        static const std::regex RULE("(<[^>]+>|[A-Za-z]{3,})[-+]?[0-9].*");
+        std::error_code ignored;
+        return strZone.empty() || std::regex_match(strZone, RULE) ||
+               fs::is_regular_file(fs::path("/usr/share/zoneinfo") / strZone, ignored);
     }
 
     void CheckOperLog() {
         const std::string strFile = zemb::OperLogFile();
         std::error_code error;
+        if (!strFile.empty() && !fs::exists(strFile, error) && error)
+            return Fail("operation log", strFile + ": " + error.message(),
+                        "namei -l " + Quoted(strFile));
         if (strFile.empty() || !fs::exists(strFile, error))
             return Good("operation log", "none yet");
         const std::vector<std::string> vecProblem = zemb::VerifyOperLog();
         if (vecProblem.empty())
             Good("operation log", strFile + " is whole");
         else
-            Fail("operation log", strFile + ": " + vecProblem.front(),
-                 PROGRAM + std::string("oplog verify"));
+            Fail("operation log", strFile + ": " + vecProblem.front(), Program() + "oplog verify");
         const fs::path folder = fs::path(strFile).parent_path();
         for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
             const std::string strName = entry.path().filename().string();
@@ -267,7 +318,7 @@ private:
                 strName.find("-wal") == std::string::npos &&
                 strName.find("-shm") == std::string::npos)
                 Warn("operation log", entry.path().string() + " was damaged and put aside",
-                     "sqlite3 " + entry.path().string() + " .recover");
+                     "sqlite3 " + Quoted(entry.path().string()) + " .dump");
         }
     }
 

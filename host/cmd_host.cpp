@@ -38,7 +38,9 @@ struct HelpArguments {
 
 int ShowHelp(Session& session, HelpArguments args) {
     if (args.bMan) {
-        session.out.Say(ManualPage());
+        Json::Value record;
+        record["manual"] = ManualPage();
+        session.out.Put(ManualPage(), record);
         return DONE;
     }
     if (!args.vecWord.empty()) {

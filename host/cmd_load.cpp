@@ -1,4 +1,5 @@
 #include "command.h"
+#include "interrupt.h"
 #include "mission.h"
 #include "progress_line.h"
 
@@ -70,10 +71,12 @@ private:
     void RunTasks() {
         std::mt19937 random(m_args.nSeed);
         const ProgressLine line;
+        const Interruptible interruptible;  // what runs comes to its end, and is summed up
         const auto tEnd = Clock::now() + std::chrono::duration<double>(m_args.dSeconds);
         auto tShown = Clock::now();
         zemb::TaskPool pool(m_args.nThreads, QUEUE);
-        for (std::uint64_t i = 0; m_args.dSeconds > 0 ? Clock::now() < tEnd : i < m_args.nTasks;
+        for (std::uint64_t i = 0; !interruptible.HasCome() &&
+                                  (m_args.dSeconds > 0 ? Clock::now() < tEnd : i < m_args.nTasks);
              ++i) {
             const int nOper = m_vecOper[random() % m_vecOper.size()];
             const TEOperObject obj{

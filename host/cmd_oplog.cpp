@@ -1,5 +1,6 @@
 #include "command.h"
 #include "interrupt.h"
+#include "progress_line.h"
 
 #include "tovelkarin/nml_commondataapi.h"
 #include "tovelkarin/stringutil.h"
@@ -116,6 +117,8 @@ void Read(const zemb::OperLogFilter& filter,
 int List(const Session& session, const OpLogArguments& args) {
     zemb::OperLogFilter filter = args.filter;
     filter.nLast = args.nLast;
+    if (args.bCsv && session.out.IsJson())
+        throw CommandError(WRONG_USAGE, "oplog list: --csv or --json, not both");
     if (args.bCsv)
         session.out.Say(CSV_HEADING);
     std::vector<std::vector<std::string>> vecRow = {
@@ -187,12 +190,19 @@ int Follow(const Session& session, const OpLogArguments& args) {
     return DONE;
 }
 
+// The file that a path leads to; one that is not there yet is the path itself.
+std::string Behind(const std::string& strFile) {
+    std::error_code error;
+    const std::filesystem::path file = std::filesystem::canonical(strFile, error);
+    return error ? strFile : file.string();
+}
+
 // A file under another name until it is whole; gone if it never is.
 class PartFile {
 public:
     explicit PartFile(const std::string& strFile)
-        : m_strFile(strFile),
-          m_strPart(strFile + ".part" + std::to_string(getpid())),
+        : m_strFile(Behind(strFile)),
+          m_strPart(m_strFile + ".part" + std::to_string(getpid())),
           m_stream(m_strPart, std::ios::binary | std::ios::trunc) {}
     ~PartFile() {
         std::error_code ignored;
@@ -219,19 +229,37 @@ private:
     std::ofstream m_stream;
 };
 
-int Export(const Session& session, const OpLogArguments& args) {
-    PartFile part(args.strFile);
-    std::ofstream& file = part.Stream();
+// How many entries were written.
+long long ExportTo(std::ostream& file, const OpLogArguments& args) {
+    const ProgressLine line;
     if (args.bCsv)
         file << CSV_HEADING << "\n";
     long long nRows = 0;
     Read(args.filter, [&](const zemb::OperLogRow& row) {
         file << (args.bCsv ? CsvLine(row) : JsonLine(ToJson(row))) << "\n";
         if (++nRows % PROGRESS_ROWS == 0)
-            std::cerr << nRows << " entries" << std::endl;
+            line.Show(std::to_string(nRows) + " entries");
         return file.good();
     });
-    part.Keep();
+    return nRows;
+}
+
+int Export(const Session& session, const OpLogArguments& args) {
+    long long nRows = 0;
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(args.strFile, error);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        // A pipe, a terminal or a device stays what it is.
+        std::ofstream file(args.strFile, std::ios::binary);
+        nRows = ExportTo(file, args);
+        file.close();
+        if (!file)
+            throw CommandError(SYSTEM_FAILED, args.strFile + ": cannot be written");
+    } else {
+        PartFile part(args.strFile);
+        nRows = ExportTo(part.Stream(), args);
+        part.Keep();
+    }
     Json::Value record;
     record["file"] = args.strFile;
     record["entries"] = static_cast<Json::Int64>(nRows);
@@ -243,14 +271,21 @@ int Export(const Session& session, const OpLogArguments& args) {
 
 int Verify(const Session& session) {
     RequireLog();
+    std::error_code error;
+    if (!std::filesystem::exists(zemb::OperLogFile(), error))
+        throw CommandError(ANSWER_NO, zemb::OperLogFile() + ": " +
+                                          (error ? error.message() : "there is no operation log"));
     const std::vector<std::string> vecProblem = zemb::VerifyOperLog();
     for (const std::string& strProblem : vecProblem) {
         Json::Value record;
         record["problem"] = strProblem;
         session.out.Put(zemb::OperLogFile() + ": " + strProblem, record);
     }
-    if (vecProblem.empty())
-        session.out.Say(zemb::OperLogFile() + ": whole");
+    if (vecProblem.empty()) {
+        Json::Value record;
+        record["whole"] = true;
+        session.out.Put(zemb::OperLogFile() + ": whole", record);
+    }
     return vecProblem.empty() ? DONE : ANSWER_NO;
 }
 
@@ -292,7 +327,9 @@ int Write(const Session& session, const OpLogArguments& args) {
     if (zemb::FlushOperLog() != 0)
         throw CommandError(SYSTEM_FAILED, "not written: " + zemb::OperLogFile() +
                                               " cannot be; log/zembedded.log tells why");
-    session.out.Say("written");
+    Json::Value answer;
+    answer["written"] = true;
+    session.out.Put("written", answer);
     return DONE;
 }
 
@@ -319,7 +356,7 @@ FilterOptions AddFilter(CLI::App& app, OpLogArguments& args) {
     app.add_option("--from", args.filter.strFrom, "not before this UTC time, or a beginning of it")
         ->check(CheckTime);
     app.add_option("--to", args.filter.strTo, "before this UTC time")->check(CheckTime);
-    app.add_option("--object", args.strObject, "object, such as NE-5; * and ? are wildcards");
+    app.add_option("--object", args.strObject, "object, such as 'NE 5*'; * and ? are wildcards");
     app.add_option("--text", args.strText, "description; * and ? are wildcards");
     app.add_option("--result", args.strResult, "ok, partly or failed")
         ->check(CLI::IsMember({"ok", "partly", "failed"}));

@@ -91,7 +91,7 @@ const std::vector<Command>& Commands() {
         {"asn",      "trace a value as the messages of NEs are traced",
                      "asn share/asn/connect.json --mode 3", true, DefineAsn},
         {"oplog",    "show, follow, export, verify and prune the operation log",
-                     "oplog list --user 7 --object 'NE-5*'\n  oplog follow", false, DefineOpLog},
+                     "oplog list --user 7 --object 'NE 5*'\n  oplog follow", false, DefineOpLog},
         {"event",    "send an event; 51 writes an entry of the operation log",
                      "event 51 'made a trail' --user 7 --command 1201", true, DefineEvent},
         {"log",      "show a module's log file: by level, time and text; follow it",

@@ -7,6 +7,8 @@
 #include "zemb/settings.h"
 
 #include <editline/readline.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -142,9 +144,11 @@ int RunTerminal(Session& session) {
         RunLine(session, line.get());
     }
     if (!strHistory.empty()) {
-        std::error_code ignored;
-        std::filesystem::create_directories(zemb::GetStatePath(), ignored);
-        write_history(strHistory.c_str());
+        // As all that lies there: for the group, not through a link, in a folder that is there.
+        const int nFile =
+            open(strHistory.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0640);
+        if (nFile != -1 && close(nFile) == 0)
+            write_history(strHistory.c_str());
     }
     return DONE;
 }

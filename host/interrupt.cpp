@@ -27,6 +27,10 @@ Interruptible::~Interruptible() {
     std::signal(SIGINT, m_pBefore);
 }
 
+bool Interruptible::HasCome() const {
+    return g_nInterrupted != 0;
+}
+
 bool Interruptible::Pause() const {
     if (g_nInterrupted == 0)
         std::this_thread::sleep_for(LOOK_AGAIN);

@@ -10,6 +10,7 @@ public:
     Interruptible(const Interruptible&) = delete;
     Interruptible& operator=(const Interruptible&) = delete;
 
+    bool HasCome() const;  // Ctrl-C
     // Rests a moment; true when Ctrl-C came.
     bool Pause() const;
 

@@ -37,7 +37,11 @@ int Run(int argc, char** argv) {
         zemb::SetStatePath(args.strState);
     host::Session session(args.bJson);
     const int nStatus = host::RunCommand(session, vecWord);
-    return std::max(nStatus, session.End());
+    const int nEnd = std::max(nStatus, session.End());
+    if (session.out.IsGood())
+        return nEnd;
+    std::cerr << "tovelkarin: standard output cannot be written" << std::endl;
+    return host::SYSTEM_FAILED;
 }
 
 }  // namespace

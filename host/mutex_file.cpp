@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 #include <fstream>
 #include <set>
 
@@ -21,6 +22,9 @@ constexpr const char* BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
 // Ends like the library's reader at a line that is too long, so that endless files end.
 bool ReadLines(const std::string& strFile, std::string& strText) {
+    std::error_code ignored;
+    if (std::filesystem::is_fifo(strFile, ignored))
+        return false;  // who would write into it may never come
     std::ifstream file(strFile, std::ios::binary);
     std::size_t nLine = 0;
     while (nLine <= LINE_MAX_CHARS) {

@@ -26,6 +26,10 @@ std::shared_ptr<std::FILE> TakeStandardOutput() {
 
 Output::Output(bool bJson) : m_pJson(bJson ? TakeStandardOutput() : nullptr) {}
 
+bool Output::IsGood() const {
+    return std::cout.good() && (!IsJson() || std::ferror(m_pJson.get()) == 0);
+}
+
 void Output::Put(const std::string& strText, const Json::Value& record) const {
     if (!IsJson())
         return Say(strText);

@@ -30,6 +30,7 @@ class Output {
 public:
     explicit Output(bool bJson);
     bool IsJson() const { return m_pJson != nullptr; }
+    bool IsGood() const;  // nothing was lost so far
     // strText unless JSON is wanted, else the record.
     void Put(const std::string& strText, const Json::Value& record) const;
     // A text that has no record; nothing when JSON is wanted.

@@ -70,21 +70,22 @@ void Session::Start(bool bAgain) {
     if (m_bStarted || (m_bStopped && !bAgain))
         return;
     const std::string strRoot = NSTE_util::GetZEMBRootPath();
+    std::error_code ignored;  // what cannot be looked at is not loaded
     if (strRoot.empty())
         std::cerr << "tovelkarin: no installation root, so no settings and no table file: give "
                      "--root DIR or set ZEMB_ROOT"
                   << std::endl;
-    else if (!std::filesystem::is_directory(strRoot))
+    else if (!std::filesystem::is_directory(strRoot, ignored))
         throw CommandError(SYSTEM_FAILED, strRoot + ": the installation root is no folder");
     std::string strError;
     if (!ModuleMgr::Instance()->StartModules(strError))
         throw CommandError(SYSTEM_FAILED, strError);
     m_bStarted = true;
     const std::string strTable = strRoot + TABLE_UNDER_ROOT;
-    if (!m_bTableLoaded && !strRoot.empty() && std::filesystem::exists(strTable))
+    if (!m_bTableLoaded && !strRoot.empty() && std::filesystem::exists(strTable, ignored))
         LoadTable(strTable);
     const std::string strTimeouts = strRoot + TIMEOUTS_UNDER_ROOT;
-    if (!m_bTableLoaded && !strRoot.empty() && std::filesystem::exists(strTimeouts))
+    if (!m_bTableLoaded && !strRoot.empty() && std::filesystem::exists(strTimeouts, ignored))
         LoadTimeouts(strTimeouts);
     m_bTableLoaded = true;
 }

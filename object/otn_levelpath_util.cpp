@@ -159,8 +159,10 @@ std::string TextOfLocation(std::uint32_t nLocationID) {
 
 void TNOTNLevelPathUtil::SplitPathStrBySeperator(const std::string& strPath,
                                                  std::vector<std::string>& vecPart) {
-    const std::string strCopy = strPath;  // it may be one of the parts
-    EachPiece(strCopy, [&](std::string_view strPiece) { vecPart.emplace_back(strPiece); });
+    std::vector<std::string> vecNew;  // the path may be one of the parts
+    EachPiece(strPath, [&](std::string_view strPiece) { vecNew.emplace_back(strPiece); });
+    vecPart.insert(vecPart.end(), std::make_move_iterator(vecNew.begin()),
+                   std::make_move_iterator(vecNew.end()));
 }
 
 void TNOTNLevelPathUtil::GetLevelAndPathIDByStr(const std::string& strPath,

@@ -162,10 +162,8 @@ void TNCommonLog::SetOperInfo(const std::string& strInfo) {
 }
 
 void TNCommonLog::AppendOperInfo(const std::string& strInfo) {
-    const std::string strCopy = strInfo;  // it may be the text itself
-    if (!m_strOperInfo.empty())
-        m_strOperInfo += ", ";
-    m_strOperInfo += strCopy;
+    // The text may be the one that grows.
+    m_strOperInfo = m_strOperInfo.empty() ? strInfo : m_strOperInfo + ", " + strInfo;
 }
 
 void TNCommonLog::SetOperObject(const std::string& strObject) {

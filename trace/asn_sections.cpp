@@ -91,8 +91,10 @@ std::string CompactAsnText(std::string strText, std::size_t nBudget, bool bAll) 
             continue;
         }
         // Up to the next blank nothing can be taken out.
-        const char* const pBlank = static_cast<const char*>(
-            std::memchr(pText + nFrom + 1, ' ', strText.size() - nFrom - 1));
+        const std::size_t nRest = strText.size() - nFrom - 1;
+        // NOLINTNEXTLINE(bugprone-not-null-terminated-result): a piece of a text, not a C string
+        const void* const pFound = std::memchr(pText + nFrom + 1, ' ', nRest);
+        const char* const pBlank = static_cast<const char*>(pFound);
         const std::size_t nNext =
             pBlank == nullptr ? strText.size() : static_cast<std::size_t>(pBlank - pText);
         std::memmove(pText + nTo, pText + nFrom, nNext - nFrom);

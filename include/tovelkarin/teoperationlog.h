@@ -67,8 +67,8 @@ struct TN_API SOperateLogforPortObj {
 };
 
 // Writes an entry with the object (at most 255 bytes) and the description (at most 1,023), each cut
-// before a letter or digit, a blank, or one of ":,[]()-", so that characters stay whole; result
-// kind 0 for result 0, 1 for 0x15001 and 0x42008121, else
+// before its last letter or digit, blank, or one of ":,[]()-", so that characters stay whole, a
+// text without any of them wholly; result kind 0 for result 0, 1 for 0x15001 and 0x42008121, else
 // 2. ucLevel and uiExtra are the entry's level and category. 0, whatever the log answers;
 // OPLOG_ILLEGAL for command 0 (line: "\n Operation opLog Input Parameter Illigal:nCmd=0!!!\n"). An
 // operation with user and address 0 is not written (line: "Write opLog, the usrid :%d, ipaddr:%d").

@@ -17,9 +17,9 @@ Database::Database(const std::string& strFile, int nFlags, Deadline deadline)
     : m_deadline(deadline) {
     const int nCode = sqlite3_open_v2(strFile.c_str(), &m_pHandle, nFlags, nullptr);
     if (nCode != SQLITE_OK) {
-        const DatabaseError error(nCode, strFile + ": " + sqlite3_errmsg(m_pHandle));
+        const std::string strText = strFile + ": " + sqlite3_errmsg(m_pHandle);
         sqlite3_close(m_pHandle);
-        throw error;
+        throw DatabaseError(nCode, strText);
     }
     sqlite3_busy_handler(m_pHandle, Wait, this);
 }

@@ -1,5 +1,6 @@
 #include "zemb/settings.h"
 
+#include "embedded/fault_point.h"
 #include "embedded/item_line.h"
 
 #include <algorithm>
@@ -30,6 +31,8 @@ int ZembGetLine(char* szKey, char* szText, std::FILE* pFile) {
         return -1;
     szKey[0] = '\0';
     szText[0] = '\0';
+    if (zemb::IsFaultyNoThrow("ZembGetLine"))
+        return -1;
     char* pRead = nullptr;
     std::size_t nRoom = 0;
     const ssize_t nRead = getline(&pRead, &nRoom, pFile);

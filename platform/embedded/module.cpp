@@ -1,6 +1,7 @@
 #include "zemb/module.h"
 
 #include <dlfcn.h>
+#include "embedded/fault_point.h"
 
 #include <algorithm>
 #include <exception>
@@ -122,7 +123,7 @@ public:
     }
 
     int Register(ZembTaskCreatorRecord* pRecord) override {
-        if (pRecord == nullptr)
+        if (pRecord == nullptr || zemb::IsFaulty("ZembTaskCreator::Register"))
             return -1;
         std::lock_guard<std::mutex> guard(m_lock);
         m_setRecord.insert(pRecord);

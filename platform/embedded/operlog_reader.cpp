@@ -1,7 +1,12 @@
 #include "embedded/operlog_database.h"
+#include "embedded/state_folder.h"
 #include "zemb/operlog_store.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -109,6 +114,25 @@ OperLogRow RowOf(const Statement& statement) {
     return row;
 }
 
+bool IsOwn(const std::string& strFile) {
+    struct stat status {};
+    return geteuid() == 0 || (stat(strFile.c_str(), &status) == 0 && status.st_uid == geteuid());
+}
+
+// A path as part of a URI.
+std::string UriPath(const std::string& strPath) {
+    std::string strUri;
+    char szCode[4];
+    for (const char c : strPath)
+        if (c == '%' || c == '?' || c == '#') {
+            std::snprintf(szCode, sizeof szCode, "%%%02X", static_cast<unsigned>(c));
+            strUri += szCode;
+        } else {
+            strUri += c;
+        }
+    return strUri;
+}
+
 // A connection of a reader; null when there is no log yet.
 std::unique_ptr<Database> OpenToRead() {
     const std::string strFile = OperLogFile();
@@ -116,8 +140,15 @@ std::unique_ptr<Database> OpenToRead() {
         throw DatabaseError(SQLITE_CANTOPEN, "there is no state folder");
     if (!std::filesystem::exists(strFile))
         return nullptr;
-    auto pDatabase = std::make_unique<Database>(
-        strFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, LongestWait());
+    // What nobody has open is read as it stands: companions that a stranger makes beside it would
+    // keep its owner out.
+    const bool bForeign = !IsOwn(strFile) && !std::filesystem::exists(strFile + "-wal");
+    auto pDatabase =
+        bForeign ? std::make_unique<Database>(
+                       "file:" + UriPath(strFile) + "?immutable=1",
+                       SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, LongestWait())
+                 : std::make_unique<Database>(strFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
+                                              LongestWait());
     if (VersionOf(*pDatabase, strFile) == 0)
         return nullptr;
     pDatabase->Run("PRAGMA case_sensitive_like = ON");
@@ -166,6 +197,8 @@ bool PruneOperLog(const std::string& strBefore, long long& nDeleted, std::string
     nDeleted = 0;
     return Try(strError, [&] {
         const std::string strTime = TimeOf(strBefore);
+        if (std::filesystem::exists(OperLogFile()))
+            MakeStateFile(OperLogFile());  // refuses a link
         const std::unique_ptr<Database> pDatabase = OpenToRead();
         if (pDatabase == nullptr)
             return;

@@ -138,6 +138,7 @@ public:
                                          state.nPercent, state.vecScale.back(),
                                          state.bAbort,   state.strDesc};
         std::vector<TaskProgress> vecProgress;
+        vecProgress.reserve(mapProgress.size());
         for (auto& [nOrder, progress] : mapProgress)
             vecProgress.push_back(std::move(progress));
         return vecProgress;

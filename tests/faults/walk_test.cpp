@@ -22,18 +22,16 @@ using faults::Call;
 
 constexpr int POINTS_MOST = 100000;
 
-// Root and state folder of all calls; they live as long as the program.
+// What all calls work in; it lives as long as the program.
+const support::TempFolder& Folder() {
+    static const support::TempFolder folder;
+    return folder;
+}
+
 const std::vector<Call>& AllCalls() {
     static const std::vector<Call>& vecCall = *[] {
-        static const support::TempFolder& folder = *new support::TempFolder;
-        std::atexit([] { std::filesystem::remove_all(folder.Path()); });
-        zemb::SetRootPath(folder.Path());
-        zemb::SetStatePath(folder.Path("state"));
-        zemb::SetCallChain(true);
-        zemb::SetOperLogSync(false);
-        std::cout.setstate(std::ios::failbit);  // what operations print is not looked at here
         auto* const pAll = new std::vector<Call>;
-        for (const auto& vecPart : {faults::TextCalls(), faults::FileCalls(folder.Path()),
+        for (const auto& vecPart : {faults::TextCalls(), faults::FileCalls(Folder().Path()),
                                     faults::ObjectCalls(), faults::WorkCalls()})
             pAll->insert(pAll->end(), vecPart.begin(), vecPart.end());
         return pAll;
@@ -59,6 +57,21 @@ std::string Escaped(const Call& call, EMay eMay, std::string& strAnswer) {
 
 class FaultWalkTest : public testing::Test {
 protected:
+    FaultWalkTest() {
+        zemb::SetRootPath(Folder().Path());
+        zemb::SetStatePath(Folder().Path("state"));
+        zemb::SetCallChain(true);
+        zemb::SetOperLogSync(false);
+        std::cout.setstate(std::ios::failbit);  // what operations print is not looked at here
+    }
+    ~FaultWalkTest() override {
+        std::cout.clear();
+        zemb::SetOperLogSync(true);
+        zemb::SetCallChain(false);
+        zemb::ResetRootPath();
+        zemb::ResetStatePath();
+    }
+
     // Otherwise nothing was tried.
     void TearDown() override { EXPECT_LT(50, m_nStruck); }
 

@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,7 @@ struct LateUser {
         NSTN_util::TNTrace2LogFile("outside", 1, "after main");
         Require(ModuleMgr::Instance()->Modules().size() == 1, "modules after main");
         Require(NSTE_util::TEMutexOperMgr::Instance()->HasRunningOper(), "manager after main");
+        std::filesystem::remove_all(zemb::GetStatePath());
     }
 } g_late;
 
@@ -51,7 +53,8 @@ int main() {
         ModuleMgr::Instance()->QueryInterface(UTILIF_NAME, UTILIF_VERSION);
     Require(dynamic_cast<UtilIF*>(pFound) != nullptr, "the interface is found across libraries");
     zemb::SetRootPath("/");
-    zemb::SetStatePath("/tmp");
+    char szState[] = "/tmp/outside.XXXXXX";
+    zemb::SetStatePath(mkdtemp(szState));
     const zemb::ScopedDebugSink sink([](const zemb::DebugLine&) {});
     std::string strError;
     Require(ModuleMgr::Instance()->StartModules(strError), "start");

@@ -65,6 +65,9 @@ TEST_F(StateFolderTest, IsNeverWrittenThroughALink) {
     EXPECT_EQ(0, WriteAll());
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 testing::HasSubstr("Too many levels of symbolic links"));
+    long long nDeleted = 0;
+    std::string strError;
+    EXPECT_FALSE(zemb::PruneOperLog("2030", nDeleted, strError));
     EXPECT_EQ("untouched", support::ReadAll(strVictim));
     // What was kept in memory is written when the link is gone.
     fs::remove(zemb::OperLogFile());

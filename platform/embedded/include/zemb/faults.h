@@ -5,8 +5,9 @@
 #include <memory>
 #include <string>
 
-// Makes calls of the platform go wrong, for tests of what stands on it. Every call of the seam that
-// can go wrong is a fault point; the points are counted, from 1, over all threads.
+// Makes calls of the platform go wrong, for tests of what stands on it. The calls of the seam
+// that reach files, databases, tasks, other modules or the log are fault points, counted from 1
+// over all threads; what only computes (texts, bytes, times) is none.
 namespace zemb {
 
 // What a call does instead of its work.

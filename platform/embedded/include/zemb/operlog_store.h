@@ -51,7 +51,8 @@ ZEMB_API bool IsOperLogTime(const std::string& strTime);
 
 // Calls take with each entry, oldest first, until it answers false. False, with the reason, when
 // the log cannot be read, or a time is none; a log that does not exist yet has no entries. In LIKE
-// patterns upper and lower case count, and a text ends at a zero octet.
+// patterns upper and lower case count, and a text ends at a zero octet. A std::exception that take
+// throws becomes the reason; strError stays as it is when all goes well.
 ZEMB_API bool ReadOperLog(const OperLogFilter& filter,
                           const std::function<bool(const OperLogRow&)>& take,
                           std::string& strError);

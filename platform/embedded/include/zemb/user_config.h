@@ -17,7 +17,7 @@ struct UserCfgItem {
 };
 
 // False, with the reason, when the database cannot be read or written; one that is not there yet
-// has no values.
+// has no values. ReadUserCfg appends, and leaves what it has read when it fails on the way.
 ZEMB_API bool SetUserCfg(const UserCfgItem& item, std::string& strError);
 ZEMB_API bool ReadUserCfg(std::vector<UserCfgItem>& vecItem, std::string& strError);
 
