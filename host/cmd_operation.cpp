@@ -151,8 +151,7 @@ int AcquireAsTask(Session& session, const AcquireArguments& args,
     std::list<int> listNe;
     for (const TEOperObject& obj : listObj)
         listNe.push_back(obj.nNeId);
-    ZembCmdMSG msg{};
-    msg.nCmd = static_cast<std::uint32_t>(args.nOper);
+    ZembCmdMSG msg = CommandMessage(args.nOper);
     ZembGnlTask task(&msg);
     const zemb::ScopedTask current(&task);
     std::list<TEOperObject> listWhole;
@@ -189,6 +188,11 @@ struct ReleaseArguments {
 };
 
 int ReleaseGrant(Session& session, int nId) {
+    for (const Grant& grant : session.ledger.Grants())
+        if (grant.nId == nId && grant.nTask != 0)
+            throw CommandError(ANSWER_NO, "grant " + std::to_string(nId) +
+                                              " ends with its task: 'task finish " +
+                                              std::to_string(grant.nTask) + "' or 'task abort'");
     const std::unique_ptr<Grant> pGrant = session.ledger.Take(nId);
     if (pGrant == nullptr)
         throw CommandError(ANSWER_NO, "no grant " + std::to_string(nId) + "; see 'running'");
@@ -221,8 +225,10 @@ int Release(Session& session, ReleaseArguments& args, bool bRaw) {
         return DONE;
     }
     if (args.bAll)
-        for (const Grant& grant : session.ledger.Grants())
-            args.vecId.push_back(grant.nId);
+        for (const Grant& grant : session.ledger.Grants()) {
+            if (grant.nTask == 0)
+                args.vecId.push_back(grant.nId);
+        }
     else if (args.vecId.empty())
         throw CommandError(WRONG_USAGE,
                            "release: give the number of a grant, --all, or --oper with --on");

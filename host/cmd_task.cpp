@@ -69,10 +69,22 @@ int ListTasks(Session& session, int nOnly = 0) {
     return DONE;
 }
 
+int StartTask(Session& session, const TaskOrder& order) {
+    TaskRunner& runner = RunnerOf(session);
+    const int nId = runner.Start(order);
+    for (const TaskRunner::Row& row : runner.All())
+        if (row.nId == nId && row.strState == "running")
+            session.ledger.AddTask(
+                nId, order.nOper, {order.nNe, 0, 0},
+                "task " + std::to_string(nId) + " of user " + std::to_string(order.nUser));
+    return ListTasks(session, nId);
+}
+
 int EndTask(Session& session, int nId, bool bAbort) {
     TaskRunner& runner = RunnerOf(session);
     if (!(bAbort ? runner.Abort(nId) : runner.GoOn(nId)))
         throw CommandError(ANSWER_NO, "task " + std::to_string(nId) + " does not run");
+    session.ledger.RemoveTask(nId);
     return ListTasks(session, nId);
 }
 
@@ -151,7 +163,7 @@ Runner DefineTask(CLI::App& app) {
         if (pRun->parsed())
             return RunTask(session, *pOrder);
         if (pStart->parsed())
-            return ListTasks(session, RunnerOf(session).Start(*pOrder));
+            return StartTask(session, *pOrder);
         if (pList->parsed())
             return ListTasks(session);
         return EndTask(session, *pId, pAbort->parsed());

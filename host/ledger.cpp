@@ -73,8 +73,17 @@ std::string ObjectsText(const std::list<TEOperObject>& listObj) {
 const Grant& Ledger::Add(int nOper, std::list<TEOperObject> listObj, const std::string& strBy,
                          std::unique_ptr<NSTE_util::TEMutexOperNEGuard> pGuard) {
     m_listGrant.push_back({++m_nLastId, nOper, std::move(listObj), zemb::NowMicroseconds(), strBy,
-                           std::move(pGuard)});
+                           std::move(pGuard), 0});
     return m_listGrant.back();
+}
+
+void Ledger::AddTask(int nTask, int nOper, const TEOperObject& obj, const std::string& strBy) {
+    Add(nOper, {obj}, strBy);
+    m_listGrant.back().nTask = nTask;
+}
+
+void Ledger::RemoveTask(int nTask) {
+    m_listGrant.remove_if([nTask](const Grant& grant) { return grant.nTask == nTask; });
 }
 
 std::unique_ptr<Grant> Ledger::Take(int nId) {
@@ -89,7 +98,7 @@ std::unique_ptr<Grant> Ledger::Take(int nId) {
 
 void Ledger::Forget(int nOper, const TEOperObject& obj) {
     for (auto it = m_listGrant.begin(); it != m_listGrant.end(); ++it) {
-        if (it->nOper != nOper || it->pGuard != nullptr)
+        if (it->nOper != nOper || it->IsInGuard())
             continue;
         const auto itObj = std::find(it->listObj.begin(), it->listObj.end(), obj);
         if (itObj == it->listObj.end())
@@ -106,7 +115,7 @@ bool Ledger::IsOnlyInGuards(int nOper, const TEOperObject& obj) const {
     for (const Grant& grant : m_listGrant)
         if (grant.nOper == nOper &&
             std::find(grant.listObj.begin(), grant.listObj.end(), obj) != grant.listObj.end()) {
-            if (grant.pGuard == nullptr)
+            if (!grant.IsInGuard())
                 return false;
             bInGuard = true;
         }

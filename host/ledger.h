@@ -26,6 +26,9 @@ struct Grant {
     long long nSince;  // microseconds, the platform's clock
     std::string strBy;
     std::unique_ptr<NSTE_util::TEMutexOperNEGuard> pGuard;  // when an NE guard holds it
+    int nTask = 0;  // the background task whose guard holds it, if one does
+
+    bool IsInGuard() const { return pGuard != nullptr || nTask != 0; }
 };
 
 // Why a request was refused.
@@ -45,6 +48,10 @@ public:
     const Grant& Add(int nOper, std::list<NSTE_util::TEOperObject> listObj,
                      const std::string& strBy,
                      std::unique_ptr<NSTE_util::TEMutexOperNEGuard> pGuard = nullptr);
+    // What a background task holds until it ends, and gives back itself.
+    void AddTask(int nTask, int nOper, const NSTE_util::TEOperObject& obj,
+                 const std::string& strBy);
+    void RemoveTask(int nTask);
     // The entry, no longer in the book. Null when there is none of that number.
     std::unique_ptr<Grant> Take(int nId);
     // Whether nobody but NE guards holds obj for nOper: only they can give it back.

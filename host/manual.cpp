@@ -41,8 +41,14 @@ constexpr Entry FILES[] = {
     {"<root>/etc/oss_cfg/trans/core/conf/mutex_oper.cfg", "tovelkarin-mutex-table(5)"},
     {"<root>/etc/oss_cfg/trans/core/conf/reqtimeout.cfg", "tovelkarin-timeouts(5)"},
     {"<root>/etc/oss_cfg/ems.cfg", "tovelkarin-configuration(5)"},
+    {"<root>/etc/oss_cfg/trans/core/conf/trans_ems.cfg", "tovelkarin-configuration(5)"},
+    {"<root>/etc/oss_cfg/e2e/nml_common/common.cfg", "tovelkarin-configuration(5)"},
+    {"<root>/conf/lang/<language>/", "tovelkarin-language(5)"},
     {"<state>/operlog.db", "tovelkarin-operation-log(5)"},
     {"<state>/log/<module>.log", "a line for each entry: UTC time, thread, level, text"},
+    {"<state>/log/callchain.jsonl", "a JSON object for each record of a call chain"},
+    {"<state>/usercfg.db", "the values of 'usercfg'"},
+    {"<state>/history", "what was typed at the prompt of 'host'"},
 };
 
 constexpr const char* SEE_ALSO =

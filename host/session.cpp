@@ -99,7 +99,7 @@ void Session::Stop() {
     mapTrail.clear();
     while (!ledger.Grants().empty()) {
         const std::unique_ptr<Grant> pGrant = ledger.Take(ledger.Grants().front().nId);
-        if (pGrant->pGuard == nullptr)
+        if (!pGrant->IsInGuard())
             NSTE_util::TEMutexOperMgr::Instance()->ReleaseMutexOper(pGrant->nOper, pGrant->listObj);
     }
     std::string strError;
