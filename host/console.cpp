@@ -1,6 +1,7 @@
 #include "console.h"
 
 #include "command.h"
+#include "interrupt.h"
 
 #include "tovelkarin/stringutil.h"
 
@@ -15,6 +16,9 @@
 #include <cstring>
 #include <filesystem>
 #include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
 
 namespace host {
 
@@ -128,6 +132,17 @@ int RunScript(Session& session, std::istream& input, const std::string& strName,
     return DONE;
 }
 
+// Nothing at the end of the input. Ctrl-C begins a new line.
+std::optional<std::string> NextLine() {
+    for (;;) {
+        const Interruptible interruptible;
+        const std::unique_ptr<char, decltype(&std::free)> line(readline(PROMPT), &std::free);
+        if (!interruptible.HasCome())
+            return line == nullptr ? std::nullopt : std::optional<std::string>(line.get());
+        std::cout << std::endl;
+    }
+}
+
 int RunTerminal(Session& session) {
     rl_attempted_completion_function = Complete;
     const std::string strHistory = HistoryFile();
@@ -136,12 +151,12 @@ int RunTerminal(Session& session) {
         read_history(strHistory.c_str());
     std::cout << "'help' lists the commands, 'quit' ends." << std::endl;
     while (!session.IsQuit()) {
-        const std::unique_ptr<char, decltype(&std::free)> line(readline(PROMPT), &std::free);
-        if (line == nullptr)
+        const std::optional<std::string> line = NextLine();
+        if (!line)
             break;
-        if (*line != '\0')
-            add_history(line.get());
-        RunLine(session, line.get());
+        if (!line->empty())
+            add_history(line->c_str());
+        RunLine(session, *line);
     }
     if (!strHistory.empty()) {
         // As all that lies there: for the group, not through a link, in a folder that is there.
