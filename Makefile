@@ -30,7 +30,7 @@ asan tsan debug:
 coverage:
 	@$(MAKE) build PRESET=coverage
 	@find build/coverage -name '*.gcda' -delete  # counts of an older build
-	@ctest --preset coverage
+	@GCOV_ERROR_FILE=$(CURDIR)/build/coverage/gcov.errors ctest --preset coverage  # not among outputs
 	@scripts/coverage build/coverage
 
 # Writes docs/figures.md anew; STEPS="program bench" only these parts of it.
