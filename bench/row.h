@@ -11,7 +11,8 @@ namespace bench {
 
 // Registers "row/who[/size]": what is measured is one call of call(i) with a rising i.
 template <class Call>
-benchmark::internal::Benchmark* Row(const std::string& strRow, const char* szWho, Call call, std::int64_t nSize = 0) {
+benchmark::internal::Benchmark* Row(const std::string& strRow, const char* szWho, Call call,
+                                    std::int64_t nSize = 0) {
     auto* const pBenchmark = benchmark::RegisterBenchmark(
         (strRow + "/" + szWho).c_str(), [call](benchmark::State& state) mutable {
             std::size_t i = 0;

@@ -162,8 +162,9 @@ void TNCommonLog::SetOperInfo(const std::string& strInfo) {
 }
 
 void TNCommonLog::AppendOperInfo(const std::string& strInfo) {
-    // The text may be the one that grows.
-    m_strOperInfo = m_strOperInfo.empty() ? strInfo : m_strOperInfo + ", " + strInfo;
+    if (!m_strOperInfo.empty())
+        m_strOperInfo += ", ";
+    m_strOperInfo += strInfo;
 }
 
 void TNCommonLog::SetOperObject(const std::string& strObject) {

@@ -10,9 +10,8 @@ extern std::atomic<ScopedFault::Plan*> g_pFaultPlan;
 
 bool StrikeFault(const char* szCall, bool bMayThrow);
 
-// Stands at the beginning of each call of the seam that reaches beyond the process's memory, or into
-// what others register. True: it must fail; errno is
-// set.
+// Stands at the beginning of each call of the seam that reaches beyond the process's memory, or
+// into what others register. True: it must fail; errno is set.
 inline bool IsFaulty(const char* szCall) {
     return g_pFaultPlan.load(std::memory_order_relaxed) != nullptr && StrikeFault(szCall, true);
 }

@@ -1,4 +1,5 @@
-// A server process that nobody has looked after: what it writes stands in docs/when-nothing-starts.md.
+// A server process that nobody has looked after: what it writes stands in
+// docs/when-nothing-starts.md.
 
 #include "tovelkarin/temutexopermgr.h"
 #include "tovelkarin/tnreqtimeout.h"

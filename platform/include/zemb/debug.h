@@ -5,8 +5,8 @@
 #include <string>
 
 // Where diagnostic lines go. Obtained from NSTE_util::GetDebugInterface; lives to the end of the
-// process and may be called from any thread. No operation throws but std::bad_alloc, but a sink that the
-// host has put behind it may; a caller that must not throw catches.
+// process and may be called from any thread. No operation throws but std::bad_alloc, but a sink
+// that the host has put behind it may; a caller that must not throw catches.
 class ZEMB_API TEDebugInterface {
 public:
     // One line at a level; larger numbers are graver. A null text counts as "".

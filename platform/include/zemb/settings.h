@@ -30,8 +30,9 @@ constexpr std::size_t ZEMB_LINE_BUFFER = 1024;
 
 // Reads the next line of a file of texts, "key = text": blanks around both are dropped, the first
 // "=" divides. Returns 1 for an entry; 2 for a line without one (blank, "#" first, no "="); 0 at
-// the end of the file; -1 when reading fails, or for a null argument. Key and text are cut to 1,023 bytes, never within a
-// UTF-8 character, and end with a zero byte; with a result other than 1 they are "".
+// the end of the file; -1 when reading fails, or for a null argument. Key and text are cut to 1,023
+// bytes, never within a UTF-8 character, and end with a zero byte; with a result other than 1 they
+// are "".
 ZEMB_API int ZembGetLine(char* szKey, char* szText, std::FILE* pFile);
 
 namespace Zembcommon {

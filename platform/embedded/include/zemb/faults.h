@@ -29,7 +29,7 @@ public:
     ScopedFault(const ScopedFault&) = delete;
     ScopedFault& operator=(const ScopedFault&) = delete;
 
-    int Points() const;        // passed so far
+    int Points() const;         // passed so far
     std::string Where() const;  // the call that went wrong first, such as "fopen"; "": none so far
 
     // For BLOCKS: returns when a call rests.
