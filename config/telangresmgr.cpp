@@ -1,5 +1,6 @@
 #include "tovelkarin/telangresmgr.h"
 
+#include "config/root_path.h"
 #include "trace/trace_line.h"
 #include "util/read_file.h"
 #include "util/singleton.h"
@@ -16,7 +17,6 @@ namespace NSTN_util {
 
 namespace {
 
-constexpr std::size_t ROOT_PATH_MAX = 245;
 constexpr int LINE_ENTRY = 1;  // results of ZembGetLine
 constexpr int LINE_OTHER = 2;
 constexpr int LINE_ERROR = -1;

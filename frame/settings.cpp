@@ -1,5 +1,6 @@
 #include "frame/settings.h"
 
+#include "config/root_path.h"
 #include "tovelkarin/tntraceif.h"
 #include "tovelkarin/utilif.h"
 #include "trace/trace_line.h"
@@ -17,7 +18,6 @@ int g_nVCNExportTimerInterval = 300;
 
 namespace {
 
-constexpr std::size_t ROOT_PATH_MAX = 245;
 constexpr const char* TRANS_EMS_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/trans_ems.cfg";
 constexpr int EXPORT_INTERVAL_MIN = 300;  // seconds
 constexpr int FOUND = 1;

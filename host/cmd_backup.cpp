@@ -63,12 +63,8 @@ int PutNodes(const Session& session, const BackupText& text) {
 int TellFindings(const std::vector<Finding>& vecFinding) {
     bool bErrors = false;
     for (const Finding& finding : vecFinding) {
-        const bool bError = finding.eSeverity == ESeverity::ERROR;
-        bErrors = bErrors || bError;
-        std::cerr << "tovelkarin: " << finding.place.Text() << ":" << finding.place.nColumn
-                  << (bError ? ": error: " : ": warning: ") << finding.strWhat
-                  << (finding.strExpected.empty() ? "" : "; expected " + finding.strExpected)
-                  << std::endl;
+        bErrors = bErrors || finding.eSeverity == ESeverity::ERROR;
+        std::cerr << "tovelkarin: " << TextOf(finding) << std::endl;
     }
     return bErrors ? ANSWER_NO : DONE;
 }

@@ -19,19 +19,15 @@ struct CheckArguments {
 };
 
 void PutFinding(const Output& out, const Finding& finding) {
-    const char* const szSeverity = finding.eSeverity == ESeverity::ERROR ? "error" : "warning";
     Json::Value record;
     record["file"] = finding.place.strFile;
     record["line"] = finding.place.nLine;
     record["column"] = finding.place.nColumn;
-    record["severity"] = szSeverity;
+    record["severity"] = SeverityText(finding.eSeverity);
     record["what"] = finding.strWhat;
     if (!finding.strExpected.empty())
         record["expected"] = finding.strExpected;
-    out.Put(finding.place.Text() + ":" + std::to_string(finding.place.nColumn) + ": " + szSeverity +
-                ": " + finding.strWhat +
-                (finding.strExpected.empty() ? "" : "; expected " + finding.strExpected),
-            record);
+    out.Put(TextOf(finding), record);
 }
 
 // Prints the findings and sums them up.
@@ -52,8 +48,7 @@ int PutFindings(const Session& session, const CheckArguments& args,
 int CheckMutex(const Session& session, const CheckArguments& args) {
     MutexFile table;
     for (const std::string& strFile : args.vecFile)
-        if (!table.Read(strFile))
-            throw CommandError(SYSTEM_FAILED, strFile + ": the table file cannot be read");
+        table.Read(strFile);
     table.CheckWhole();
     return PutFindings(session, args, table.vecFinding, Counted(args.vecFile.size(), "file"));
 }

@@ -1,6 +1,7 @@
 #include "asn_json.h"
 #include "backup_text.h"
 #include "command.h"
+#include "texts.h"
 
 #include "tovelkarin/nml_commondataapi.h"
 #include "tovelkarin/stringutil.h"

@@ -138,11 +138,15 @@ private:
             return Fail("root", strRoot + " is no folder", "ls -ld " + Quoted(strRoot));
         if (access(strRoot.c_str(), R_OK | X_OK) != 0)
             return Fail("root", strRoot + ": " + std::strerror(errno), "ls -ld " + Quoted(strRoot));
+        if (strRoot.size() > ROOT_LENGTH_MAX)
+            return Fail("root",
+                        strRoot + ": longer than " + std::to_string(ROOT_LENGTH_MAX) +
+                            " characters; the module reads nothing below it",
+                        "ln -s " + Quoted(strRoot) + " /opt/tovelkarin");
         Good("root", strRoot);
         CheckFile(strRoot + TABLE_UNDER_ROOT, "mutex", [](const std::string& strFile) {
             MutexFile table;
-            if (!table.Read(strFile))
-                throw CommandError(SYSTEM_FAILED, strFile + " cannot be read");
+            table.Read(strFile);
             table.CheckWhole();
             return table.vecFinding;
         });
@@ -310,7 +314,7 @@ private:
         if (vecProblem.empty())
             Good("operation log", strFile + " is whole");
         else
-            Fail("operation log", strFile + ": " + vecProblem.front(), Program() + "oplog verify");
+            Fail("operation log", vecProblem.front(), Program() + "oplog verify");
         const fs::path folder = fs::path(strFile).parent_path();
         for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
             const std::string strName = entry.path().filename().string();

@@ -64,7 +64,7 @@ Runner DefineHost(CLI::App& app) {
     const auto pArgs = std::make_shared<HostArguments>();
     app.add_option("SCRIPT", pArgs->strScript,
                    "file of commands; none: standard input; $ROOT and $STATE "
-                   "stand for the folders");
+                   "stand for the folders; a failure ends it, an answer 'no' does not");
     app.add_flag("--echo", pArgs->bEcho, "print each command before it runs");
     return [pArgs](Session& session) { return RunHost(session, *pArgs); };
 }

@@ -71,8 +71,7 @@ void PutGraph(const Output& out, const MutexFile& table) {
 int Matrix(Session& session, const MutexArguments& args) {
     MutexFile fromFiles;
     for (const std::string& strFile : args.vecFile)
-        if (!fromFiles.Read(strFile))
-            throw CommandError(SYSTEM_FAILED, strFile + ": the table file cannot be read");
+        fromFiles.Read(strFile);
     if (args.vecFile.empty())
         session.Start();
     const MutexFile& table = args.vecFile.empty() ? session.ledger.table : fromFiles;

@@ -77,7 +77,7 @@ void ShowNumber(const Session& session, const std::string& strText) {
     session.out.Put(strDecimal + "  " + strHex, record);
 }
 
-std::uint32_t ReadAddress(const std::string& strText) {
+std::uint32_t ReadAddressOrNumber(const std::string& strText) {
     unsigned long ip = 0;
     if (strText.find('.') != std::string::npos) {
         if (!NSTN_util::TEStr2Ip(strText.c_str(), ip))
@@ -95,7 +95,7 @@ std::uint32_t ReadAddress(const std::string& strText) {
 }
 
 void ShowAddress(const Session& session, const std::string& strText) {
-    const std::uint32_t ip = ReadAddress(strText);
+    const std::uint32_t ip = ReadAddressOrNumber(strText);
     const std::string strDotted = NSTN_util::IPInt2String(static_cast<int>(ip));
     Json::Value record;
     record["ip"] = strDotted;

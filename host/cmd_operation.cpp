@@ -241,6 +241,9 @@ int Release(Session& session, ReleaseArguments& args, bool bRaw) {
 
 Runner DefineAcquire(CLI::App& app) {
     const auto pArgs = std::make_shared<AcquireArguments>();
+    app.description(
+        app.get_description() +
+        "\nWhat is granted is given back when the program ends: for use inside 'host'.");
     app.add_option("OPERATION", pArgs->nOper, "operation number")->required();
     app.add_option("OBJECT", pArgs->vecObject,
                    "NE, NE/object or NE/object/sub-object; 0: all; none: everything");

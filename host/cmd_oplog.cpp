@@ -1,6 +1,8 @@
 #include "command.h"
 #include "interrupt.h"
+#include "new_file.h"
 #include "progress_line.h"
+#include "texts.h"
 
 #include "tovelkarin/nml_commondataapi.h"
 #include "tovelkarin/stringutil.h"
@@ -190,56 +192,17 @@ int Follow(const Session& session, const OpLogArguments& args) {
     return DONE;
 }
 
-// The file that a path leads to; one that is not there yet is the path itself.
-std::string Behind(const std::string& strFile) {
-    std::error_code error;
-    const std::filesystem::path file = std::filesystem::canonical(strFile, error);
-    return error ? strFile : file.string();
-}
-
-// A file under another name until it is whole; gone if it never is.
-class PartFile {
-public:
-    explicit PartFile(const std::string& strFile)
-        : m_strFile(Behind(strFile)),
-          m_strPart(m_strFile + ".part" + std::to_string(getpid())),
-          m_stream(m_strPart, std::ios::binary | std::ios::trunc) {}
-    ~PartFile() {
-        std::error_code ignored;
-        std::filesystem::remove(m_strPart, ignored);
-    }
-    PartFile(const PartFile&) = delete;
-    PartFile& operator=(const PartFile&) = delete;
-
-    std::ofstream& Stream() { return m_stream; }
-
-    // Gives it its name; throws when it could not be written.
-    void Keep() {
-        m_stream.close();
-        std::error_code error;
-        if (m_stream)
-            std::filesystem::rename(m_strPart, m_strFile, error);
-        if (!m_stream || error)
-            throw CommandError(SYSTEM_FAILED, m_strFile + ": cannot be written");
-    }
-
-private:
-    const std::string m_strFile;
-    const std::string m_strPart;
-    std::ofstream m_stream;
-};
-
-// How many entries were written.
-long long ExportTo(std::ostream& file, const OpLogArguments& args) {
+// Calls put with each line of the export; returns how many entries there were.
+long long ExportTo(const OpLogArguments& args, const std::function<void(const std::string&)>& put) {
     const ProgressLine line;
     if (args.bCsv)
-        file << CSV_HEADING << "\n";
+        put(std::string(CSV_HEADING) + "\n");
     long long nRows = 0;
     Read(args.filter, [&](const zemb::OperLogRow& row) {
-        file << (args.bCsv ? CsvLine(row) : JsonLine(ToJson(row))) << "\n";
+        put((args.bCsv ? CsvLine(row) : JsonLine(ToJson(row))) + "\n");
         if (++nRows % PROGRESS_ROWS == 0)
             line.Show(std::to_string(nRows) + " entries");
-        return file.good();
+        return true;
     });
     return nRows;
 }
@@ -251,14 +214,20 @@ int Export(const Session& session, const OpLogArguments& args) {
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
         // A pipe, a terminal or a device stays what it is.
         std::ofstream file(args.strFile, std::ios::binary);
-        nRows = ExportTo(file, args);
+        const auto Check = [&] {
+            if (!file)
+                throw CommandError(SYSTEM_FAILED, args.strFile + ": cannot be written");
+        };
+        nRows = ExportTo(args, [&](const std::string& strLine) {
+            file << strLine;
+            Check();
+        });
         file.close();
-        if (!file)
-            throw CommandError(SYSTEM_FAILED, args.strFile + ": cannot be written");
+        Check();
     } else {
-        PartFile part(args.strFile);
-        nRows = ExportTo(part.Stream(), args);
-        part.Keep();
+        NewFile file(args.strFile);
+        nRows = ExportTo(args, [&](const std::string& strLine) { file.Write(strLine); });
+        file.PutInPlace();
     }
     Json::Value record;
     record["file"] = args.strFile;
@@ -279,7 +248,7 @@ int Verify(const Session& session) {
     for (const std::string& strProblem : vecProblem) {
         Json::Value record;
         record["problem"] = strProblem;
-        session.out.Put(zemb::OperLogFile() + ": " + strProblem, record);
+        session.out.Put(strProblem, record);
     }
     if (vecProblem.empty()) {
         Json::Value record;
@@ -376,17 +345,6 @@ void FillFilter(OpLogArguments& args, const FilterOptions& options) {
 }
 
 }  // namespace
-
-std::string AddressText(std::uint32_t nAddress) {
-    return NSTN_util::IPInt2String(static_cast<int>(nAddress));
-}
-
-std::uint32_t ReadAddress(const std::string& strText) {
-    unsigned long nAddress = 0;
-    if (!NSTN_util::TEStr2Ip(strText.c_str(), nAddress))
-        throw CommandError(WRONG_USAGE, "'" + strText + "' is no IPv4 address");
-    return static_cast<std::uint32_t>(nAddress);
-}
 
 Runner DefineOpLog(CLI::App& app) {
     const auto pArgs = std::make_shared<OpLogArguments>();

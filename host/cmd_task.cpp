@@ -142,8 +142,8 @@ Runner DefineTask(CLI::App& app) {
     const auto pId = std::make_shared<int>(0);
     CLI::App* const pRun =
         app.add_subcommand("run", "one operation on an NE, from the command to the log entry");
-    CLI::App* const pStart =
-        app.add_subcommand("start", "the same in the background, stopped behind its first step");
+    CLI::App* const pStart = app.add_subcommand(
+        "start", "the same in the background, stopped behind its first step; inside 'host'");
     for (CLI::App* const pOne : {pRun, pStart}) {
         pOne->add_option("OPERATION", pOrder->nOper, "operation number, the command")->required();
         pOne->add_option("NE", pOrder->nNe, "the NE")->required();

@@ -96,6 +96,8 @@ Runner DefineNode(CLI::App& app) {
 
 Runner DefineChain(CLI::App& app) {
     const auto pArgs = std::make_shared<ChainArguments>();
+    app.description(app.get_description() +
+                    "\nA chain, and the recording, end with the program: for use inside 'host'.");
     CLI::App* const pOn = app.add_subcommand("on", "write records to log/callchain.jsonl");
     CLI::App* const pOff = app.add_subcommand("off", "write none");
     CLI::App* const pBegin = app.add_subcommand("begin", "begin a chain inside of the present one");

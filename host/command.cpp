@@ -143,6 +143,14 @@ int PutHelp(const Output& out, const Command& command, std::string strHelp) {
     return DONE;
 }
 
+// With the command's own commands as far as they were read: "task finish".
+std::string NameOfParsed(const CLI::App& app) {
+    std::string strName = app.get_name();
+    for (const CLI::App* const pInner : app.get_subcommands())
+        strName += " " + NameOfParsed(*pInner);
+    return strName;
+}
+
 }  // namespace
 
 int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
@@ -160,8 +168,9 @@ int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return PutHelp(session.out, *pCommand, app.help());
-        std::cerr << "tovelkarin: " << pCommand->szName << ": " << error.what() << "; 'help "
-                  << pCommand->szName << "' tells more" << std::endl;
+        const std::string strName = NameOfParsed(app);
+        std::cerr << "tovelkarin: " << strName << ": " << error.what() << "; 'help " << strName
+                  << "' tells more" << std::endl;
         return WRONG_USAGE;
     }
     try {

@@ -69,10 +69,6 @@ Runner DefineTimeouts(CLI::App& app);
 Runner DefineFdn(CLI::App& app);
 Runner DefineOtn(CLI::App& app);
 Runner DefineFbType(CLI::App& app);
-// IPv4 addresses; CommandError for a text that is none.
-std::string AddressText(std::uint32_t nAddress);
-std::uint32_t ReadAddress(const std::string& strText);
-
 Runner DefineTask(CLI::App& app);
 Runner DefineLoad(CLI::App& app);
 Runner DefineErrors(CLI::App& app);

@@ -49,12 +49,12 @@ public:
     }
 
     std::vector<Finding> Findings() {
-        for (const LineFile::Line& line : m_file.vecLine) {
+        for (const TextLine& line : m_file.vecLine) {
             CheckLine(line.place);
-            if (line.nLength <= ITEM_LINE_MAX)
+            if (line.strRaw.size() <= ITEM_LINE_MAX)
                 continue;
             Add(ESeverity::ERROR, line.place, 0,
-                "line of " + Counted(line.nLength, "character") +
+                "line of " + Counted(line.strRaw.size(), "character") +
                     ": the reading ends here, and what follows is not read",
                 "at most 1022");
             break;

@@ -1,14 +1,15 @@
 #include "item_writer.h"
 
 #include "item_check.h"
+#include "new_file.h"
 #include "output.h"
+#include "text_lines.h"
 
 #include "tovelkarin/nml_commondataapi.h"
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
 
 #include <fcntl.h>
-#include <stdlib.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -40,61 +41,6 @@ private:
 [[noreturn]] void Fail(const std::string& strFile) {
     throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(errno));
 }
-
-// A file that is taken away again unless it is put in its place.
-class NewFile {
-public:
-    explicit NewFile(const std::string& strBeside)
-        : m_strPath(strBeside + ".XXXXXX"), m_file(mkstemp(m_strPath.data())) {
-        if (m_file == -1)
-            Fail(m_strPath);
-    }
-    ~NewFile() {
-        if (!m_bPlaced)
-            unlink(m_strPath.c_str());
-    }
-    NewFile(const NewFile&) = delete;
-    NewFile& operator=(const NewFile&) = delete;
-
-    void Write(const std::string& strText, const struct stat& like) {
-        std::size_t nDone = 0;
-        while (nDone < strText.size()) {
-            const ssize_t nOne = write(m_file, strText.data() + nDone, strText.size() - nDone);
-            if (nOne == -1 && errno != EINTR)
-                Fail(m_strPath);
-            nDone += nOne > 0 ? static_cast<std::size_t>(nOne) : 0;
-        }
-        // Readers compare whole seconds.
-        struct stat now {};
-        if (fstat(m_file, &now) == 0 && now.st_mtime <= like.st_mtime) {
-            const timespec arrTime[] = {{0, UTIME_OMIT}, {like.st_mtime + 1, 0}};
-            if (futimens(m_file, arrTime) != 0)
-                Fail(m_strPath);
-        }
-        // An owner that may not be given away stays with us; the rights are those of the old file.
-        [[maybe_unused]] const int nIgnored = fchown(m_file, like.st_uid, like.st_gid);
-        if (fchmod(m_file, like.st_mode & 07777) != 0 || fsync(m_file) != 0)
-            Fail(m_strPath);
-    }
-
-    void PutInPlace(const std::string& strFile) {
-        if (rename(m_strPath.c_str(), strFile.c_str()) != 0)
-            Fail(strFile);
-        m_bPlaced = true;
-        const std::string strFolder = NSTN_util::GetParentPath(strFile);
-        const Handle folder(
-            open(strFolder.empty() ? "/" : strFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        if (folder == -1 || fsync(folder) != 0)
-            throw CommandError(
-                SYSTEM_FAILED,
-                strFile + ": written, but a power failure may undo it: " + std::strerror(errno));
-    }
-
-private:
-    std::string m_strPath;
-    const Handle m_file;
-    bool m_bPlaced = false;
-};
 
 void CheckItem(const std::string& strKey, const std::string& strValue) {
     const auto Refuse = [](const std::string& strWhy) {
@@ -143,25 +89,21 @@ struct Span {
 bool FindValue(const std::string& strFile, const std::string& strText, const std::string& strKey,
                Span& value) {
     bool bFound = false;
-    int nLine = 0;
-    for (std::size_t nStart = 0; nStart < strText.size();) {
-        const std::size_t nEnd = std::min(strText.find('\n', nStart), strText.size());
-        const std::string strLine = strText.substr(nStart, nEnd - nStart);
-        ++nLine;
+    for (const TextLine& line : CutLines(strFile, strText)) {
+        const std::string& strLine = line.strRaw;
         if (strLine.size() > ITEM_LINE_MAX || strLine.find('\0') != std::string::npos)
-            throw CommandError(ANSWER_NO, strFile + ":" + std::to_string(nLine) +
+            throw CommandError(ANSWER_NO, line.place.Text() +
                                               ": a line of over 1022 characters, or a zero byte, "
                                               "hides from readers what follows");
         std::string strLeft;
         std::string strRight;
-        const std::string strTrimmed = NSTN_util::Trim(strLine);
-        if (strTrimmed.find('#') != 0 &&
-            NSTN_util::SplitStrBySeparator(strTrimmed, "=", strLeft, strRight) &&
+        if (line.place.strText.find('#') != 0 &&
+            NSTN_util::SplitStrBySeparator(line.place.strText, "=", strLeft, strRight) &&
             strLeft == strKey) {
             bFound = true;
-            value = {nStart + strLine.find('=') + 1, nStart + NSTN_util::RTrim(strLine).size()};
+            value = {line.nStart + strLine.find('=') + 1,
+                     line.nStart + NSTN_util::RTrim(strLine).size()};
         }
-        nStart = nEnd + 1;
     }
     return bFound;
 }
@@ -205,8 +147,8 @@ std::string SetItem(const std::string& strFile, const std::string& strKey,
         NSTN_util::Trim(strText.substr(written.nFrom, written.nTo - written.nFrom)) != strValue)
         throw CommandError(ANSWER_NO, strFile + ": the item would not be read back");
     NewFile file(strPath);
-    file.Write(strText, info);
-    file.PutInPlace(strPath);
+    file.Write(strText);
+    file.PutInPlace();
     return strBefore;
 }
 

@@ -1,13 +1,13 @@
 #include "lang_file.h"
 
 #include "output.h"
+#include "text_lines.h"
 
 #include "zemb/settings.h"
 #include "zemb/text.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 
 // The format: docs/language-files.md.
 namespace host {
@@ -30,24 +30,13 @@ LangFolder::LangFolder(const std::string& strFolder) {
 }
 
 void LangFolder::ReadFile(const std::string& strFile) {
-    std::ifstream file(strFile);
-    if (!file)
-        throw CommandError(SYSTEM_FAILED, strFile + ": the language file cannot be read");
-    Place place{strFile, 0, 1, ""};
-    for (std::string strLine; std::getline(file, strLine);) {
-        ++place.nLine;
-        place.strText = NSTE_util::Trim(strLine);
-        const std::size_t nFirst = strLine.find_first_not_of(" \t\r\n");
-        place.nColumn = nFirst == std::string::npos ? 1 : static_cast<int>(nFirst) + 1;
-        ReadLine(place);
-    }
+    for (const TextLine& line : ReadLines(strFile))
+        ReadLine(line.place);
 }
 
 void LangFolder::Add(ESeverity eSeverity, const Place& place, std::size_t nOffset,
                      const std::string& strWhat, const std::string& strExpected) {
-    Place at = place;
-    at.nColumn += static_cast<int>(nOffset);
-    vecFinding.push_back({at, eSeverity, strWhat, strExpected});
+    vecFinding.push_back(FindingAt(eSeverity, place, nOffset, strWhat, strExpected));
 }
 
 void LangFolder::ReadLine(const Place& place) {

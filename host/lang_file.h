@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mutex_file.h"
+#include "finding.h"
 
 #include <map>
 #include <string>

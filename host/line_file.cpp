@@ -2,18 +2,14 @@
 
 #include "output.h"
 
-#include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
 
 #include <algorithm>
-#include <cstring>
 #include <numeric>
 
 namespace host {
 
 namespace {
-
-constexpr const char* BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
 // How many characters must be put in, taken out or changed to make one text the other.
 std::size_t Distance(const std::string& strA, const std::string& strB) {
@@ -33,37 +29,18 @@ std::size_t Distance(const std::string& strA, const std::string& strB) {
 
 }  // namespace
 
-Finding FindingAt(ESeverity eSeverity, Place place, std::size_t nOffset, const std::string& strWhat,
-                  const std::string& strExpected) {
-    place.nColumn += static_cast<int>(nOffset);
-    return {place, eSeverity, strWhat, strExpected};
-}
-
-LineFile::LineFile(const std::string& strFile) {
-    std::string strText;
-    if (const int nError = NSTN_util::ReadStrFromFile(strFile, strText); nError != 0)
-        throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(nError));
+LineFile::LineFile(const std::string& strFile) : vecLine(ReadLines(strFile)) {
     std::size_t nCarriageReturns = 0;
     std::size_t nPlainEnds = 0;
-    for (std::size_t nStart = 0; nStart < strText.size();) {
-        const std::size_t nEnd = std::min(strText.find('\n', nStart), strText.size());
-        const std::string strLine = strText.substr(nStart, nEnd - nStart);
-        nStart = nEnd + 1;
-        Line line;
-        line.nLength = strLine.size();
-        const std::size_t nFirst = strLine.find_first_not_of(" \t\r");
-        line.place = {strFile, static_cast<int>(vecLine.size()) + 1,
-                      nFirst == std::string::npos ? 1 : static_cast<int>(nFirst) + 1,
-                      NSTN_util::Trim(strLine)};
-        if (nEnd != strText.size())
-            ++(!strLine.empty() && strLine.back() == '\r' ? nCarriageReturns : nPlainEnds);
-        if (strLine.find('\0') != std::string::npos)
+    for (const TextLine& line : vecLine) {
+        if (line.bLineFeed)
+            ++(!line.strRaw.empty() && line.strRaw.back() == '\r' ? nCarriageReturns : nPlainEnds);
+        if (line.strRaw.find('\0') != std::string::npos)
             vecFinding.push_back(FindingAt(ESeverity::ERROR, line.place, 0,
                                            "zero byte: readers of items drop what follows it",
                                            "text"));
-        vecLine.push_back(line);
     }
-    if (strText.compare(0, 3, BYTE_ORDER_MARK) == 0)
+    if (!vecLine.empty() && vecLine[0].strRaw.compare(0, 3, BYTE_ORDER_MARK) == 0)
         vecFinding.push_back(FindingAt(ESeverity::ERROR, vecLine[0].place, 0,
                                        "byte-order mark: it is read as part of the first line",
                                        "plain UTF-8 without one"));

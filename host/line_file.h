@@ -1,8 +1,7 @@
 #pragma once
 
-#include "mutex_file.h"
+#include "text_lines.h"
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -15,19 +14,11 @@ public:
     // Throws CommandError when the file cannot be read.
     explicit LineFile(const std::string& strFile);
 
-    struct Line {
-        Place place;            // trimmed, the column where the text begins
-        std::size_t nLength{};  // characters before the line feed
-    };
-    std::vector<Line> vecLine;
+    std::vector<TextLine> vecLine;
     std::vector<Finding> vecFinding;
 
     // The key nearest to strKey, or "" when none is near.
     static std::string Nearest(const std::string& strKey, const std::vector<std::string>& vecKnown);
 };
-
-// A finding at nOffset characters behind the beginning of a place's text.
-Finding FindingAt(ESeverity eSeverity, Place place, std::size_t nOffset, const std::string& strWhat,
-                  const std::string& strExpected = "");
 
 }  // namespace host

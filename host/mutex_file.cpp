@@ -1,13 +1,12 @@
 #include "mutex_file.h"
 
 #include "output.h"
+#include "text_lines.h"
 
 #include "zemb/text.h"
 
 #include <algorithm>
 #include <cctype>
-#include <filesystem>
-#include <fstream>
 #include <set>
 
 // The format: docs/mutex-table-file.md.
@@ -18,24 +17,6 @@ namespace {
 constexpr std::size_t LINE_MAX_CHARS = 1023;
 constexpr const char* SECTION_TABLE = "[MUTEX_TABLE]";
 constexpr const char* SECTION_ERRORCODE = "[MUTEX_ERRORCODE]";
-constexpr const char* BYTE_ORDER_MARK = "\xEF\xBB\xBF";
-
-// Ends like the library's reader at a line that is too long, so that endless files end.
-bool ReadLines(const std::string& strFile, std::string& strText) {
-    std::error_code ignored;
-    if (std::filesystem::is_fifo(strFile, ignored))
-        return false;  // who would write into it may never come
-    std::ifstream file(strFile, std::ios::binary);
-    std::size_t nLine = 0;
-    while (nLine <= LINE_MAX_CHARS) {
-        const int nNext = file.get();
-        if (nNext == std::ifstream::traits_type::eof())
-            break;
-        strText += static_cast<char>(nNext);
-        nLine = nNext == '\n' ? 0 : nLine + 1;
-    }
-    return file.is_open() && !file.bad();
-}
 
 // Fields are trimmed of blanks alone: a tab is no part of a number.
 std::string TrimBlanks(const std::string& strText) {
@@ -74,28 +55,18 @@ std::size_t BlanksBefore(const std::string& strText) {
 
 }  // namespace
 
-bool MutexFile::Read(const std::string& strFile) {
-    std::string strAll;
-    if (!ReadLines(strFile, strAll))
-        return false;
+void MutexFile::Read(const std::string& strFile) {
     m_eSection = ESection::NONE;
-    int nLine = 0;
-    for (std::size_t nStart = 0; nStart < strAll.size();) {
-        ++nLine;
-        const std::size_t nEnd = std::min(strAll.find('\n', nStart), strAll.size());
-        const bool bTooLong = nEnd - nStart > LINE_MAX_CHARS;
-        std::string strRaw = strAll.substr(nStart, std::min(nEnd - nStart, LINE_MAX_CHARS));
-        nStart = nEnd + 1;
+    for (const TextLine& line : ReadLines(strFile)) {
+        const bool bTooLong = line.strRaw.size() > LINE_MAX_CHARS;
+        std::string strRaw = line.strRaw.substr(0, LINE_MAX_CHARS);
         const std::size_t nZero = strRaw.find('\0');
         if (nZero != std::string::npos) {
-            Add(ESeverity::ERROR, {strFile, nLine, 1, ""}, ColumnOf(1, nZero),
+            Add(ESeverity::ERROR, {strFile, line.place.nLine, 1, ""}, ColumnOf(1, nZero),
                 "a zero byte: the rest of the line is not read", "a text file");
             strRaw.resize(nZero);
         }
-        const std::string strLine = NSTE_util::Trim(strRaw);
-        Place place{strFile, nLine, 1, strLine};
-        if (!strLine.empty())
-            place.nColumn = ColumnOf(1, strRaw.find(strLine));
+        const Place place = PlaceOf(strFile, line.place.nLine, strRaw);
         ReadLine(place);
         if (bTooLong) {
             Add(ESeverity::ERROR, place, ColumnOf(1, LINE_MAX_CHARS),
@@ -104,7 +75,6 @@ bool MutexFile::Read(const std::string& strFile) {
             break;
         }
     }
-    return true;
 }
 
 void MutexFile::Add(ESeverity eSeverity, Place place, int nColumn, const std::string& strWhat,

@@ -1,36 +1,19 @@
 #pragma once
 
+#include "finding.h"
+
 #include <map>
 #include <string>
 #include <vector>
 
 namespace host {
 
-// Where something stands: line and column count from 1.
-struct Place {
-    std::string strFile;
-    int nLine = 0;
-    int nColumn = 1;
-    std::string strText;  // the line, trimmed
-
-    std::string Text() const { return strFile + ":" + std::to_string(nLine); }
-};
-
-enum class ESeverity { WARNING, ERROR };
-
-struct Finding {
-    Place place;
-    ESeverity eSeverity;
-    std::string strWhat;
-    std::string strExpected;  // "" when the message says it all
-};
-
 // A mutex table file as the library reads it, with the place of each fact, which the library does
 // not keep, and with everything that is wrong or doubtful in it.
 class MutexFile {
 public:
-    // Reads a file and adds it to what is there. False when it cannot be opened.
-    bool Read(const std::string& strFile);
+    // Reads a file and adds it to what is there. Throws CommandError when it cannot be read.
+    void Read(const std::string& strFile);
 
     // What the whole content lacks; call it once, after the last file.
     void CheckWhole();

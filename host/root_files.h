@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 namespace host {
 
 // Where configuration lies under an installation root.
@@ -9,5 +11,8 @@ constexpr const char* TRANS_EMS_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/trans
 constexpr const char* EMS_UNDER_ROOT = "/etc/oss_cfg/ems.cfg";
 constexpr const char* COMMON_UNDER_ROOT = "/etc/oss_cfg/e2e/nml_common/common.cfg";
 constexpr const char* LANG_UNDER_ROOT = "/conf/lang/";
+
+// The module takes a longer root for none.
+constexpr std::size_t ROOT_LENGTH_MAX = 245;
 
 }  // namespace host

@@ -109,9 +109,7 @@ void Session::Stop() {
 }
 
 bool Session::LoadTable(const std::string& strFile) {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(strFile, error) || !ledger.table.Read(strFile))
-        throw CommandError(SYSTEM_FAILED, strFile + ": the table file cannot be read");
+    ledger.table.Read(strFile);
     const bool bGood = NSTE_util::TEMutexOperMgr::Instance()->LoadMutexCfg(strFile);
     if (!bGood)
         std::cerr << "tovelkarin: " << strFile << ": some lines are bad and were left out; see "

@@ -2,6 +2,9 @@
 
 #include "output.h"
 
+#include "tovelkarin/nml_commondataapi.h"
+#include "tovelkarin/stringutil.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -47,6 +50,17 @@ int Texts::Each(const std::function<void(const std::string&)>& convert) const {
 
 void WarnOfLoss(const std::string& strText, const std::string& strReadAs) {
     std::cerr << "tovelkarin: warning: '" << strText << "' is read as " << strReadAs << std::endl;
+}
+
+std::string AddressText(std::uint32_t nAddress) {
+    return NSTN_util::IPInt2String(static_cast<int>(nAddress));
+}
+
+std::uint32_t ReadAddress(const std::string& strText) {
+    unsigned long nAddress = 0;
+    if (!NSTN_util::TEStr2Ip(strText.c_str(), nAddress))
+        throw CommandError(WRONG_USAGE, "'" + strText + "' is no IPv4 address");
+    return static_cast<std::uint32_t>(nAddress);
 }
 
 }  // namespace host

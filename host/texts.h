@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -27,6 +27,10 @@ public:
 private:
     std::vector<std::string> m_vecText;
 };
+
+// IPv4 addresses; CommandError for a text that is none.
+std::string AddressText(std::uint32_t nAddress);
+std::uint32_t ReadAddress(const std::string& strText);
 
 // Tells on standard error that not all of a text was taken over: "70000-3 is read as 4464-3".
 void WarnOfLoss(const std::string& strText, const std::string& strReadAs);

@@ -41,7 +41,7 @@ int NumberBehindEqual(const std::string& strLine) {
 TimeoutFile::TimeoutFile(const std::string& strFile) {
     LineFile file(strFile);
     vecFinding = std::move(file.vecFinding);
-    for (LineFile::Line& line : file.vecLine) {
+    for (TextLine& line : file.vecLine) {
         std::string& strText = line.place.strText;
         strText = NSTN_util::RTrim(strText.substr(0, strText.find('#')));
         if (!strText.empty())

@@ -1,5 +1,6 @@
 #include "zemb/asn.h"
 
+#include "embedded/escape.h"
 #include "zemb/debug.h"
 
 #include <algorithm>
@@ -10,22 +11,15 @@ namespace {
 
 constexpr const char* INDENT = "    ";
 constexpr const char* LABEL = " --";
-constexpr const char* HEX = "0123456789ABCDEF";
 constexpr int TRACE_LEVEL = 1;
 
-// Control characters and backslashes as "\n", "\\", "\x07": a text stays on its line.
-void AppendEscaped(std::string& strOut, const std::string& strText) {
-    for (const char c : strText) {
-        const auto nByte = static_cast<unsigned char>(c);
-        if (c == '\n')
-            strOut += "\\n";
-        else if (c == '\\')
-            strOut += "\\\\";
-        else if (nByte < ' ' || nByte == 0x7F)
-            strOut.append("\\x").append(1, HEX[nByte >> 4]).append(1, HEX[nByte & 15]);
+// Control characters and backslashes escaped: a text stays on its line.
+void AppendOnLine(std::string& strOut, const std::string& strText) {
+    for (const char c : strText)
+        if (c == '\\' || c == 0x7F || static_cast<unsigned char>(c) < ' ')
+            zemb::AppendEscaped(c, strOut);
         else
             strOut += c;
-    }
 }
 
 void AppendPart(std::string& strOut, std::size_t nDepth, const std::string& strName,
@@ -33,11 +27,11 @@ void AppendPart(std::string& strOut, std::size_t nDepth, const std::string& strN
     for (std::size_t i = 0; i < nDepth; ++i)
         strOut += INDENT;
     strOut += LABEL;
-    AppendEscaped(strOut, strName);
+    AppendOnLine(strOut, strName);
     const std::string strType = pValue == nullptr ? "" : pValue->GetTypeName();
     if (!strType.empty()) {
         strOut += strName.empty() ? "(" : " (";
-        AppendEscaped(strOut, strType);
+        AppendOnLine(strOut, strType);
         strOut += ")";
     }
     if (pValue != nullptr)
@@ -55,13 +49,13 @@ void AsnInt::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
 void AsnOcts::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
     strOut += ": 0x";
     for (const char c : m_strData)
-        strOut.append(1, HEX[static_cast<unsigned char>(c) >> 4]).append(1, HEX[c & 15]);
+        zemb::AppendHex(c, strOut);
     strOut += "\n";
 }
 
 void AsnText::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
     strOut += ": \"";
-    AppendEscaped(strOut, m_strText);
+    AppendOnLine(strOut, m_strText);
     strOut += "\"\n";
 }
 

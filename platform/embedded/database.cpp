@@ -4,17 +4,8 @@
 
 namespace zemb {
 
-namespace {
-
-[[noreturn]] void Fail(sqlite3* pHandle, int nCode) {
-    std::string strText = pHandle == nullptr ? sqlite3_errstr(nCode) : sqlite3_errmsg(pHandle);
-    throw DatabaseError(nCode, strText);
-}
-
-}  // namespace
-
 Database::Database(const std::string& strFile, int nFlags, Deadline deadline)
-    : m_deadline(deadline) {
+    : m_strFile(strFile), m_deadline(deadline) {
     const int nCode = sqlite3_open_v2(strFile.c_str(), &m_pHandle, nFlags, nullptr);
     if (nCode != SQLITE_OK) {
         const std::string strText = strFile + ": " + sqlite3_errmsg(m_pHandle);
@@ -31,6 +22,10 @@ int Database::Wait(void* pThis, int nCalls) {
     return 1;
 }
 
+void Database::Fail(int nCode) const {
+    throw DatabaseError(nCode, m_strFile + ": " + sqlite3_errmsg(m_pHandle));
+}
+
 Database::~Database() {
     sqlite3_close_v2(m_pHandle);
 }
@@ -38,7 +33,7 @@ Database::~Database() {
 void Database::Run(const char* szSql) {
     const int nCode = sqlite3_exec(m_pHandle, szSql, nullptr, nullptr, nullptr);
     if (nCode != SQLITE_OK)
-        Fail(m_pHandle, nCode);
+        Fail(nCode);
 }
 
 std::int64_t Database::Number(const char* szSql) {
@@ -65,9 +60,8 @@ void Database::UseWal() {
     }
 }
 
-Statement::Statement(const Database& database, const std::string& strSql)
-    : m_pHandle(database.Handle()) {
-    Check(sqlite3_prepare_v3(m_pHandle, strSql.data(), static_cast<int>(strSql.size()),
+Statement::Statement(const Database& database, const std::string& strSql) : m_database(database) {
+    Check(sqlite3_prepare_v3(database.Handle(), strSql.data(), static_cast<int>(strSql.size()),
                              SQLITE_PREPARE_PERSISTENT, &m_pStatement, nullptr));
 }
 
@@ -88,7 +82,7 @@ void Statement::Bind(int nParameter, std::string_view strText) {
 bool Statement::Step() {
     const int nCode = sqlite3_step(m_pStatement);
     if (nCode != SQLITE_ROW && nCode != SQLITE_DONE)
-        Fail(m_pHandle, nCode);
+        m_database.Fail(nCode);
     return nCode == SQLITE_ROW;
 }
 
@@ -111,7 +105,7 @@ std::string Statement::Text(int nColumn) const {
 
 void Statement::Check(int nCode) const {
     if (nCode != SQLITE_OK)
-        Fail(m_pHandle, nCode);
+        m_database.Fail(nCode);
 }
 
 }  // namespace zemb

@@ -10,7 +10,7 @@
 
 namespace zemb {
 
-// What SQLite answered, with its text.
+// What SQLite answered, with the file and its text.
 class DatabaseError : public std::runtime_error {
 public:
     DatabaseError(int nCodeOf, const std::string& strText)
@@ -38,10 +38,13 @@ public:
     int Changes() const { return sqlite3_changes(m_pHandle); }
     void SetDeadline(Deadline deadline) { m_deadline = deadline; }
     sqlite3* Handle() const { return m_pHandle; }
+    // Throws what SQLite says of the last failure.
+    [[noreturn]] void Fail(int nCode) const;
 
 private:
     static int Wait(void* pThis, int nCalls);
 
+    const std::string m_strFile;
     sqlite3* m_pHandle = nullptr;
     Deadline m_deadline;
 };
@@ -65,7 +68,7 @@ public:
 private:
     void Check(int nCode) const;
 
-    sqlite3* m_pHandle;
+    const Database& m_database;
     sqlite3_stmt* m_pStatement = nullptr;
 };
 

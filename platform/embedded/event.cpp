@@ -1,10 +1,9 @@
 #include "zemb/event.h"
 
 #include "embedded/fault_point.h"
-#include "zemb/debug.h"
+#include "embedded/thrown.h"
 
 #include <algorithm>
-#include <exception>
 #include <map>
 #include <mutex>
 #include <string>
@@ -16,15 +15,13 @@ TEEventMgr::~TEEventMgr() = default;
 namespace {
 
 int CallHandler(TEEventHandler& handler, int nEvent, void* pData) {
-    std::string strError = "event " + std::to_string(nEvent) + ": a handler threw";
+    const std::string strError = "event " + std::to_string(nEvent) + ": a handler threw";
     try {
         return handler.HandleEvent(nEvent, pData);
-    } catch (const std::exception& error) {
-        strError += std::string(": ") + error.what();
     } catch (...) {
+        zemb::WriteThrown(strError.c_str());
+        return -1;
     }
-    NSTE_util::WriteException(strError.c_str());
-    return -1;
 }
 
 class EventMgr final : public TEEventMgr {

@@ -1,5 +1,6 @@
 #include "embedded/log_file.h"
 
+#include "embedded/escape.h"
 #include "embedded/state_folder.h"
 #include "zemb/control.h"
 
@@ -32,21 +33,6 @@ constexpr std::array<bool, 256> EscapedChars() {
 }
 
 constexpr std::array<bool, 256> ESCAPED = EscapedChars();
-
-void AppendEscaped(char cText, spdlog::memory_buf_t& buf) {
-    static constexpr char HEX[] = "0123456789ABCDEF";
-    const auto nByte = static_cast<unsigned char>(cText);
-    buf.push_back('\\');
-    switch (cText) {
-        case '\\': buf.push_back('\\'); break;
-        case '\n': buf.push_back('n'); break;
-        case '\r': buf.push_back('r'); break;
-        default:
-            buf.push_back('x');
-            buf.push_back(HEX[nByte >> 4]);
-            buf.push_back(HEX[nByte & 0xF]);
-    }
-}
 
 // "time [thread] kind text". The sink calls it under its lock.
 class LineFormatter final : public spdlog::formatter {
@@ -190,13 +176,13 @@ std::string LogFileOf(const std::string& strModule) {
     const std::string strState = GetStatePath();
     if (strState.empty())
         return "";
-    static constexpr char HEX[] = "0123456789ABCDEF";
     std::string strName = strModule.empty() ? "%" : "";
     for (const char c : strModule.substr(0, NAME_MAX_CHARS)) {
         const bool bPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
                             (c >= '0' && c <= '9') || c == '-' || c == '_';
-        const auto nByte = static_cast<unsigned char>(c);
-        strName += bPlain ? std::string(1, c) : std::string{'%', HEX[nByte >> 4], HEX[nByte & 0xF]};
+        strName += bPlain ? c : '%';
+        if (!bPlain)
+            AppendHex(c, strName);
     }
     if (strModule.size() > NAME_MAX_CHARS)
         strName += "%" + std::to_string(std::hash<std::string>()(strModule));

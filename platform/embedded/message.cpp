@@ -1,7 +1,7 @@
 #include "zemb/message.h"
 
 #include "embedded/fault_point.h"
-#include "zemb/debug.h"
+#include "embedded/thrown.h"
 #include "zemb/receiver.h"
 
 #include <unistd.h>
@@ -66,7 +66,7 @@ int ZembAppMgr::ZembOutSendMsg(const ZembCmdMSG* pMsg) {
                              pMsg->nLength - ZEMB_MSG_LENGTH_EXTRA});
         return 1;
     } catch (...) {
-        NSTE_util::WriteException("a receiver of messages threw");
+        zemb::WriteThrown("a receiver of messages threw");
         return -1;
     }
 }

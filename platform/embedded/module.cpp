@@ -1,10 +1,11 @@
 #include "zemb/module.h"
 
-#include <dlfcn.h>
 #include "embedded/fault_point.h"
+#include "embedded/thrown.h"
+
+#include <dlfcn.h>
 
 #include <algorithm>
-#include <exception>
 #include <functional>
 #include <mutex>
 #include <set>
@@ -26,10 +27,8 @@ bool CallModule(ModuleObject& module, const char* szWhat, int (ModuleObject::*pf
         if (nResult == 0)
             return true;
         strError = "module " + strName + ": " + szWhat + " answered " + std::to_string(nResult);
-    } catch (const std::exception& error) {
-        strError = "module " + strName + ": " + szWhat + " threw: " + error.what();
     } catch (...) {
-        strError = "module " + strName + ": " + szWhat + " threw";
+        strError = zemb::ThrownText("module " + strName + ": " + szWhat + " threw");
     }
     return false;
 }

@@ -119,9 +119,9 @@ bool IsOwn(const std::string& strFile) {
     return geteuid() == 0 || (stat(strFile.c_str(), &status) == 0 && status.st_uid == geteuid());
 }
 
-// A path as part of a URI.
-std::string UriPath(const std::string& strPath) {
-    std::string strUri;
+// What is behind "//" up to the next "/" would be a host.
+std::string UriOf(const std::string& strPath) {
+    std::string strUri = strPath.front() == '/' ? "file://" : "file:";
     char szCode[4];
     for (const char c : strPath)
         if (c == '%' || c == '?' || c == '#') {
@@ -145,7 +145,7 @@ std::unique_ptr<Database> OpenToRead() {
     const bool bForeign = !IsOwn(strFile) && !std::filesystem::exists(strFile + "-wal");
     auto pDatabase =
         bForeign ? std::make_unique<Database>(
-                       "file:" + UriPath(strFile) + "?immutable=1",
+                       UriOf(strFile) + "?immutable=1",
                        SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, LongestWait())
                  : std::make_unique<Database>(strFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
                                               LongestWait());
@@ -228,7 +228,7 @@ std::vector<std::string> VerifyOperLog() {
         Statement statement(*pDatabase, "PRAGMA integrity_check");
         while (statement.Step())
             if (statement.Text(0) != "ok")
-                vecProblem.push_back(statement.Text(0));
+                vecProblem.push_back(OperLogFile() + ": " + statement.Text(0));
     });
     if (!bRead)
         vecProblem.push_back(strError);

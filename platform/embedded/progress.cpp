@@ -1,7 +1,7 @@
 #include "zemb/progress.h"
 
 #include "embedded/fault_point.h"
-#include "zemb/debug.h"
+#include "embedded/thrown.h"
 #include "zemb/message.h"
 #include "zemb/progress_view.h"
 
@@ -96,7 +96,7 @@ public:
             try {
                 (*pListener)(pTask, nPercent, info.Text());
             } catch (...) {
-                NSTE_util::WriteException("a listener to progress threw");
+                WriteThrown("a listener to progress threw");
             }
         }
     }

@@ -1,14 +1,12 @@
 #include "zemb/task_pool.h"
 
+#include "embedded/thrown.h"
 #include "zemb/control.h"
-#include "zemb/debug.h"
 
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
-#include <exception>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -26,14 +24,11 @@ struct Job {
 void Run(Job& job) {
     ZembGnlTask task(&job.msg, &job.context);
     const ScopedTask current(&task);
-    std::string strError = "a task threw";
     try {
-        return job.work(task);
-    } catch (const std::exception& error) {
-        strError += std::string(": ") + error.what();
+        job.work(task);
     } catch (...) {
+        WriteThrown("a task threw");
     }
-    NSTE_util::WriteException(strError.c_str());
 }
 
 }  // namespace

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace host {
+
+// Where something stands: line and column count from 1.
+struct Place {
+    std::string strFile;
+    int nLine = 0;
+    int nColumn = 1;
+    std::string strText;  // the line, trimmed
+
+    std::string Text() const { return strFile + ":" + std::to_string(nLine); }
+};
+
+enum class ESeverity { WARNING, ERROR };
+
+// What is wrong or doubtful in a file.
+struct Finding {
+    Place place;
+    ESeverity eSeverity;
+    std::string strWhat;
+    std::string strExpected;  // "" when the message says it all
+};
+
+// A finding at nOffset characters behind the beginning of a place's text.
+Finding FindingAt(ESeverity eSeverity, Place place, std::size_t nOffset, const std::string& strWhat,
+                  const std::string& strExpected = "");
+
+// "error" or "warning".
+const char* SeverityText(ESeverity eSeverity);
+
+// "file:line:column: error: what; expected that".
+std::string TextOf(const Finding& finding);
+
+}  // namespace host
