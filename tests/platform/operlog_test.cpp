@@ -4,6 +4,7 @@
 #include "zemb/operlog_store.h"
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -344,6 +345,32 @@ TEST_F(OperLogStoreTest, LeavesANewerDatabaseAlone) {
     EXPECT_THAT(zemb::VerifyOperLog(), ElementsAre(HasSubstr("is another database")));
     zemb::SetStatePath(m_folder.Path("state"));
     EXPECT_EQ(0U, zemb::FlushOperLog());
+}
+
+TEST_F(OperLogStoreTest, IsReadByAStrangerWhoLeavesNothingBeside) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root has strangers at hand";
+    const std::string strState = "/" + m_folder.Path("100%3F? #state");  // "//" begins no host
+    zemb::SetStatePath(strState);
+    EXPECT_EQ(1, WriteOperationLog(Info(1), 0));
+    zemb::SetStatePath(m_folder.Path("other"));
+    EXPECT_EQ(1, WriteOperationLog(Info(2), 0));  // nobody has the first one open any longer
+    zemb::SetStatePath(strState);
+    for (const std::string& strPath : {m_folder.Path(""), strState, zemb::OperLogFile()})
+        ASSERT_EQ(0, chmod(strPath.c_str(), 0755)) << strPath;
+    const pid_t nChild = fork();
+    ASSERT_NE(-1, nChild);
+    if (nChild == 0) {
+        const bool bStranger = setegid(65534) == 0 && seteuid(65534) == 0;
+        _exit(bStranger ? static_cast<int>(Users().size()) : 99);
+    }
+    int nStatus = 0;
+    ASSERT_EQ(nChild, waitpid(nChild, &nStatus, 0));
+    EXPECT_EQ(1, WEXITSTATUS(nStatus));
+    EXPECT_FALSE(std::filesystem::exists(zemb::OperLogFile() + "-wal"));
+    EXPECT_FALSE(std::filesystem::exists(zemb::OperLogFile() + "-shm"));
+    EXPECT_EQ(1, WriteOperationLog(Info(3), 0));
+    EXPECT_THAT(Users(), ElementsAre(1, 3));
 }
 
 TEST_F(OperLogStoreTest, BeginsAnewWhereTheFolderVanished) {
