@@ -208,6 +208,10 @@ long long ExportTo(const OpLogArguments& args, const std::function<void(const st
 }
 
 int Export(const Session& session, const OpLogArguments& args) {
+    if (args.strFile == "-")
+        throw CommandError(WRONG_USAGE,
+                           "oplog export: to standard output: oplog list --last 0 --csv, "
+                           "or --json oplog list --last 0");
     long long nRows = 0;
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(args.strFile, error);
