@@ -193,6 +193,7 @@ TEST_F(ModuleTest, RaisesSmallExportIntervalsOnly) {
         WriteInterval(test.szInFile);
         Module().Start();
         EXPECT_EQ(test.nInterval, NSTN_util::g_nVCNExportTimerInterval) << test.szInFile;
+        Module().Stop();
     }
     m_folder.Write("etc/oss_cfg/trans/core/conf/trans_ems.cfg", "");
     NSTN_util::g_nVCNExportTimerInterval = 7;
@@ -214,6 +215,7 @@ TEST_F(ModuleTest, StartsWithoutSettingsWhenTheRootIsUnusable) {
                             {"/no/such/folder", true},
                             {strFile, true}};
     for (const Case& test : arrCase) {
+        m_debug.Take();
         NSTN_util::g_OverTime_low = 300;
         NSTN_util::g_nVCNExportTimerInterval = 7;
         zemb::SetRootPath(test.strRoot);
@@ -229,8 +231,8 @@ TEST_F(ModuleTest, StartsWithoutSettingsWhenTheRootIsUnusable) {
             EXPECT_THAT(m_debug.TakeWhole(),
                         ElementsAre("tovelkarin 1 PrintAlarmInfo Can not find the Environment "
                                     "variant."));
+        Module().Stop();
     }
-    Module().Stop();
 }
 
 TEST_F(ModuleTest, WritesOperationLogEntriesBetweenStartAndStop) {
