@@ -6,11 +6,14 @@
 
 #include <CLI/CLI.hpp>
 
+#include <sys/stat.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <deque>
-#include <fstream>
 #include <memory>
+#include <utility>
 
 namespace host {
 
@@ -65,22 +68,69 @@ void Put(const Session& session, const LogLine& line, const std::string& strLine
     session.out.Put(strLine, record);
 }
 
-// Shows lines from nRead on as they come; begins again where the file gave way to a new one.
-void Follow(const Session& session, const LogArguments& args, std::streamoff nRead) {
-    const std::string strFile = zemb::LogFileOf(args.strModule);
+// A log that others write, and whose file gives way to a new one.
+class LogReader {
+public:
+    explicit LogReader(const std::string& strFile)
+        : m_strFile(strFile), m_pFile(std::fopen(strFile.c_str(), "re")) {}
+    ~LogReader() { std::free(m_szLine); }
+    LogReader(const LogReader&) = delete;
+    LogReader& operator=(const LogReader&) = delete;
+
+    bool IsOpen() const { return m_pFile != nullptr; }
+
+    // The next line without its line feed; one that does not end yet only when bUnended.
+    bool Next(std::string& strLine, bool bUnended) {
+        const off_t nAt = ftello(m_pFile.get());
+        const ssize_t nSize = getline(&m_szLine, &m_nRoom, m_pFile.get());
+        const bool bEnded = nSize > 0 && m_szLine[nSize - 1] == '\n';
+        if (nSize <= 0 || (!bEnded && !bUnended)) {
+            fseeko(m_pFile.get(), nAt, SEEK_SET);  // also forgets that the file ended
+            return false;
+        }
+        strLine.assign(m_szLine, static_cast<std::size_t>(nSize) - (bEnded ? 1 : 0));
+        return true;
+    }
+
+    // Another file has the name now, or this one begins anew.
+    bool IsReplaced() const {
+        struct stat own {};
+        struct stat named {};
+        return fstat(fileno(m_pFile.get()), &own) == 0 && stat(m_strFile.c_str(), &named) == 0 &&
+               (own.st_ino != named.st_ino || own.st_dev != named.st_dev ||
+                own.st_size < ftello(m_pFile.get()));
+    }
+
+    void Reopen() {
+        if (File pFile{std::fopen(m_strFile.c_str(), "re")})
+            m_pFile = std::move(pFile);
+    }
+
+private:
+    struct Close {
+        void operator()(std::FILE* pFile) const { std::fclose(pFile); }
+    };
+    using File = std::unique_ptr<std::FILE, Close>;
+
+    const std::string m_strFile;
+    File m_pFile;
+    char* m_szLine = nullptr;
+    std::size_t m_nRoom = 0;
+};
+
+// Shows lines as they come, until it is interrupted.
+void Follow(const Session& session, const LogArguments& args, LogReader& reader) {
     const Interruptible interruptible;
     do {
-        std::ifstream file(strFile, std::ios::binary | std::ios::ate);
-        if (file.tellg() < nRead)
-            nRead = 0;
-        file.seekg(nRead);
-        // A line that does not end yet is read again.
-        for (std::string strLine; std::getline(file, strLine) && !file.eof();) {
-            nRead = file.tellg();
+        // Asked first: whoever renamed a file writes no more into it, so its rest is its last.
+        const bool bReplaced = reader.IsReplaced();
+        for (std::string strLine; reader.Next(strLine, bReplaced);) {
             const LogLine line = Split(strLine);
             if (IsWanted(line, args))
                 Put(session, line, strLine);
         }
+        if (bReplaced)
+            reader.Reopen();
     } while (!interruptible.Pause());
 }
 
@@ -88,15 +138,11 @@ int ShowLog(const Session& session, const LogArguments& args) {
     const std::string strFile = zemb::LogFileOf(args.strModule);
     if (strFile.empty())
         throw CommandError(WRONG_USAGE, "log: where? give --state DIR or --root DIR");
-    std::ifstream file(strFile, std::ios::binary);
-    if (!file)
+    LogReader reader(strFile);
+    if (!reader.IsOpen())
         throw CommandError(ANSWER_NO, strFile + ": there is no log of this module");
     std::deque<std::string> dequeLast;
-    std::streamoff nEnd = 0;
-    for (std::string strLine; std::getline(file, strLine);) {
-        if (file.eof() && args.bFollow)
-            break;  // the rest of the line is yet to come
-        nEnd = file.tellg();
+    for (std::string strLine; reader.Next(strLine, !args.bFollow);) {
         const LogLine line = Split(strLine);
         if (!IsWanted(line, args))
             continue;
@@ -110,7 +156,7 @@ int ShowLog(const Session& session, const LogArguments& args) {
     for (const std::string& strLine : dequeLast)
         Put(session, Split(strLine), strLine);
     if (args.bFollow)
-        Follow(session, args, nEnd);
+        Follow(session, args, reader);
     return DONE;
 }
 
