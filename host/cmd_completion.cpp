@@ -12,12 +12,14 @@ _tovelkarin() {
     local command= sub= words= i
     for ((i = 1; i < COMP_CWORD; i++)); do
         case ${COMP_WORDS[i]} in
-            --root | --state) ((++i)) ;;
+            --root | --state) ((++i)); [[ ${COMP_WORDS[i]} != = ]] || ((++i)) ;;
             -*) ;;
             *) if [[ -z $command ]]; then command=${COMP_WORDS[i]}
                elif [[ -z $sub ]]; then sub=${COMP_WORDS[i]}; fi ;;
         esac
     done
+    COMPREPLY=()
+    ((i == COMP_CWORD)) || return 0  # a folder: bash knows those
     case $command/$sub in
 )";
 
