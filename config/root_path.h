@@ -4,7 +4,7 @@
 
 namespace NSTN_util {
 
-// Whatever is read below a longer installation root counts as not there.
+// Below a longer installation root no settings and no language texts are read.
 constexpr std::size_t ROOT_PATH_MAX = 245;
 
 }  // namespace NSTN_util

@@ -90,9 +90,9 @@ int TELangResMgr::LoadLangFileImpl(const char* szPath) {
             nLine = ZembGetLine(szKey, szText, file.get());
             if (nLine != LINE_ENTRY)
                 continue;
-            const auto [it, bNew] = m_mapResource.emplace(szKey, szText);
-            if (bNew)
-                m_pHidden->mapText.emplace(it->first, &it->second);
+            // Also of a key that is there: the memory for its place in the index may have lacked.
+            const auto it = m_mapResource.emplace(szKey, szText).first;
+            m_pHidden->mapText.emplace(it->first, &it->second);
         }
         nResult = nLine == LINE_ERROR ? -1 : 0;
     });

@@ -189,15 +189,17 @@ bool TNReqTimeoutImpl::IsNeedReloadCfgFile() {
 }
 
 int TNReqTimeoutImpl::ReLoadCfgFileIfNeed() {
-    if (!IsNeedReloadCfgFile())
-        return 1;
-    // The name is taken under the lock that loads: a file that another thread loads meanwhile stays
-    // in force.
+    bool bNeeded = false;
     NSTN_util::GuardedCall([&] {
+        bNeeded = IsNeedReloadCfgFile();
+        if (!bNeeded)
+            return;
+        // The name is taken under the lock that loads: a file that another thread loads meanwhile
+        // stays in force.
         WriteGuard guard(m_rwLock);
         Load_nolock(m_strCfgFile);
     });
-    return IscfgLoadSuccess();
+    return bNeeded ? IscfgLoadSuccess() : 1;
 }
 
 int TNReqTimeoutImpl::IscfgLoadSuccess() {

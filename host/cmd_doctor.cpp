@@ -11,6 +11,7 @@
 #include "zemb/control.h"
 #include "zemb/operlog_store.h"
 #include "zemb/settings.h"
+#include "zemb/user_config.h"
 
 #include <CLI/CLI.hpp>
 
@@ -74,6 +75,7 @@ public:
         CheckState();
         CheckClock();
         CheckOperLog();
+        CheckUserConfig();
         m_out.Say(Counted(m_nErrors, "error") + ", " + Counted(m_nWarnings, "warning"));
         return m_nErrors == 0 ? DONE : ANSWER_NO;
     }
@@ -139,11 +141,12 @@ private:
         if (access(strRoot.c_str(), R_OK | X_OK) != 0)
             return Fail("root", strRoot + ": " + std::strerror(errno), "ls -ld " + Quoted(strRoot));
         if (strRoot.size() > ROOT_LENGTH_MAX)
-            return Fail("root",
-                        strRoot + ": longer than " + std::to_string(ROOT_LENGTH_MAX) +
-                            " characters; the module reads nothing below it",
-                        "ln -s " + Quoted(strRoot) + " /opt/tovelkarin");
-        Good("root", strRoot);
+            Warn("root",
+                 strRoot + ": longer than " + std::to_string(ROOT_LENGTH_MAX) +
+                     " characters; the module reads no settings and no language texts below it",
+                 "ln -s " + Quoted(strRoot) + " /opt/tovelkarin");
+        else
+            Good("root", strRoot);
         CheckFile(strRoot + TABLE_UNDER_ROOT, "mutex", [](const std::string& strFile) {
             MutexFile table;
             table.Read(strFile);
@@ -233,9 +236,6 @@ private:
                         "namei -l " + Quoted(strState));
         CheckWritable(strState);
         struct stat status {};
-        if (stat(strState.c_str(), &status) == 0 && (status.st_mode & S_IWOTH) != 0)
-            Warn("state", strState + " may be written by everybody",
-                 "chmod o-w " + Quoted(strState));
         // A file that nobody needs tells the clock of the file system.
         std::string strProbe = strState + "/probe.XXXXXX";
         if (const int nFile = mkstemp(strProbe.data()); nFile != -1) {
@@ -257,11 +257,16 @@ private:
         bool bGood = true;
         for (const std::string& strPath :
              {strState, strState + "/log", zemb::LogFileOf(TOVELKARIN_MODULE_NAME),
-              zemb::OperLogFile(), strState + "/usercfg.db"})
+              zemb::OperLogFile(), UserConfigFile()}) {
             if (euidaccess(strPath.c_str(), W_OK) != 0 && errno != ENOENT) {
                 Fail("state", strPath + ": " + std::strerror(errno), "namei -l " + Quoted(strPath));
                 bGood = false;
             }
+            struct stat status {};
+            if (stat(strPath.c_str(), &status) == 0 && (status.st_mode & S_IWOTH) != 0)
+                Warn("state", strPath + " may be written by everybody",
+                     "chmod o-w " + Quoted(strPath));
+        }
         if (bGood)
             Good("state", strState + " can be written");
     }
@@ -324,6 +329,20 @@ private:
                 Warn("operation log", entry.path().string() + " was damaged and put aside",
                      "sqlite3 " + Quoted(entry.path().string()) + " .dump");
         }
+    }
+
+    static std::string UserConfigFile() { return zemb::GetStatePath() + "/usercfg.db"; }
+
+    void CheckUserConfig() {
+        std::error_code error;
+        if (zemb::GetStatePath().empty() || !fs::exists(UserConfigFile(), error))
+            return Good("user values", "none yet");
+        std::vector<zemb::UserCfgItem> vecItem;
+        std::string strError;
+        if (zemb::ReadUserCfg(vecItem, strError))
+            Good("user values", UserConfigFile() + " can be read");
+        else
+            Fail("user values", strError, "sqlite3 " + Quoted(UserConfigFile()) + " .dump");
     }
 
     const Output& m_out;

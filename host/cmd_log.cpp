@@ -118,7 +118,8 @@ private:
     std::size_t m_nRoom = 0;
 };
 
-// Shows lines as they come, until it is interrupted.
+// Shows lines as they come, until it is interrupted. Of files that give way to one another between
+// two looks only the last is shown.
 void Follow(const Session& session, const LogArguments& args, LogReader& reader) {
     const Interruptible interruptible;
     do {

@@ -38,10 +38,6 @@ private:
     int m_nFile;
 };
 
-[[noreturn]] void Fail(const std::string& strFile) {
-    throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(errno));
-}
-
 void CheckItem(const std::string& strKey, const std::string& strValue) {
     const auto Refuse = [](const std::string& strWhy) {
         throw CommandError(WRONG_USAGE, "cfg set: " + strWhy);
@@ -64,12 +60,12 @@ int LockFile(const std::string& strPath, struct stat& info) {
     for (;;) {
         struct stat now {};
         if (stat(strPath.c_str(), &info) != 0)
-            Fail(strPath);
+            FailWithErrno(strPath);
         if (!S_ISREG(info.st_mode))
             throw CommandError(SYSTEM_FAILED, strPath + ": no plain file");
         const int nFile = open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
         if (nFile == -1)
-            Fail(strPath);
+            FailWithErrno(strPath);
         // Whoever waited finds another file in its place and waits for that one.
         if (flock(nFile, LOCK_EX) == 0 && fstat(nFile, &info) == 0 &&
             stat(strPath.c_str(), &now) == 0 && now.st_ino == info.st_ino &&

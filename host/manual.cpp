@@ -126,6 +126,8 @@ void AddCommand(const Command& command, Page& page) {
     command.Define(app);
     page.Command(command.szName);
     page.Text(std::string(command.szSummary) + ".");
+    if (!app.get_description().empty())
+        page.Text(app.get_description().substr(1));
     page.Usage(app, command.szName);
     page.Options(app);
     for (const CLI::App* const pSub : app.get_subcommands(nullptr)) {

@@ -14,15 +14,16 @@ namespace host {
 
 namespace {
 
-[[noreturn]] void Fail(const std::string& strFile) {
-    throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(errno));
-}
+constexpr int LINKS_MOST = 40;  // as the system's own limit
 
-// The file that a path leads to; one that is not there yet is the path itself.
+// The file that a path leads to, which may not be there yet.
 std::string Behind(const std::string& strFile) {
+    namespace fs = std::filesystem;
     std::error_code error;
-    const std::filesystem::path file = std::filesystem::canonical(strFile, error);
-    return error ? strFile : file.string();
+    fs::path file = strFile;
+    for (int nLinks = 0; nLinks < LINKS_MOST && fs::is_symlink(file, error); ++nLinks)
+        file = file.parent_path() / fs::read_symlink(file, error);
+    return file.string();
 }
 
 // So that the new name of a file outlives a power failure.
@@ -52,7 +53,7 @@ NewFile::NewFile(const std::string& strFile) : m_strFile(Behind(strFile)) {
         nFile = open(m_strPart.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, nMode);
     }
     if (nFile == -1)
-        Fail(m_strPart);
+        FailWithErrno(m_strPart);
     m_pFile.reset(fdopen(nFile, "w"));
     if (m_pFile == nullptr) {
         close(nFile);
@@ -68,7 +69,7 @@ NewFile::~NewFile() {
 
 void NewFile::Write(std::string_view strText) {
     if (std::fwrite(strText.data(), 1, strText.size(), m_pFile.get()) != strText.size())
-        Fail(m_strPart);
+        FailWithErrno(m_strPart);
 }
 
 void NewFile::TakeOver() {
@@ -80,22 +81,22 @@ void NewFile::TakeOver() {
     if (fstat(nFile, &now) == 0 && now.st_mtime <= old.st_mtime) {
         const timespec arrTime[] = {{0, UTIME_OMIT}, {old.st_mtime + 1, 0}};
         if (futimens(nFile, arrTime) != 0)
-            Fail(m_strPart);
+            FailWithErrno(m_strPart);
     }
     // An owner that may not be given away stays with us.
     [[maybe_unused]] const int nIgnored = fchown(nFile, old.st_uid, old.st_gid);
     if (fchmod(nFile, old.st_mode & 07777) != 0)
-        Fail(m_strPart);
+        FailWithErrno(m_strPart);
 }
 
 void NewFile::PutInPlace() {
     if (std::fflush(m_pFile.get()) != 0)
-        Fail(m_strPart);
+        FailWithErrno(m_strPart);
     TakeOver();
     if (fsync(fileno(m_pFile.get())) != 0)
-        Fail(m_strPart);
+        FailWithErrno(m_strPart);
     if (rename(m_strPart.c_str(), m_strFile.c_str()) != 0)
-        Fail(m_strFile);
+        FailWithErrno(m_strFile);
     m_pFile = nullptr;
     if (!ForceFolder(m_strFile))
         throw CommandError(

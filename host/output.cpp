@@ -5,10 +5,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <iostream>
 
 namespace host {
+
+void FailWithErrno(const std::string& strFile) {
+    throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(errno));
+}
 
 namespace {
 

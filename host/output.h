@@ -24,6 +24,9 @@ public:
     const int nStatus;
 };
 
+// Throws it for a file that the system refused, as errno tells.
+[[noreturn]] void FailWithErrno(const std::string& strFile);
+
 // Standard output, line by line: texts for people, or one JSON object a line. With JSON, what
 // others in the process print to standard output goes to standard error from then on.
 class Output {

@@ -12,7 +12,7 @@ constexpr const char* EMS_UNDER_ROOT = "/etc/oss_cfg/ems.cfg";
 constexpr const char* COMMON_UNDER_ROOT = "/etc/oss_cfg/e2e/nml_common/common.cfg";
 constexpr const char* LANG_UNDER_ROOT = "/conf/lang/";
 
-// The module takes a longer root for none.
+// Below a longer root the module reads no settings and no language texts.
 constexpr std::size_t ROOT_LENGTH_MAX = 245;
 
 }  // namespace host

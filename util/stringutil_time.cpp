@@ -1,5 +1,6 @@
 #include "tovelkarin/stringutil.h"
 
+#include "trace/guarded_call.h"
 #include "trace/number_text.h"
 
 #include "zemb/time.h"
@@ -15,7 +16,7 @@ namespace {
 
 std::tm LocalOf(long nSeconds) {
     std::tm parts{};
-    ZembTZone::ZembTimeTotm(ZembTZone::toZembTime(nSeconds), parts);
+    GuardedCall([&] { ZembTZone::ZembTimeTotm(ZembTZone::toZembTime(nSeconds), parts); });
     return parts;
 }
 
@@ -62,10 +63,14 @@ long GetCurUtcTime() {
     long nResult = 0;
     if (last.Get(nNow, nResult))
         return nResult;
-    std::tm utc{};
-    NSTE_util::TELOCAL2UTC(LocalOf(nNow), utc);
-    NSTE_util::TEUTC2UTC(utc, nResult);
-    last.Set(nNow, nResult);
+    GuardedCall([&] {
+        std::tm local{};
+        ZembTZone::ZembTimeTotm(ZembTZone::toZembTime(nNow), local);
+        std::tm utc{};
+        NSTE_util::TELOCAL2UTC(local, utc);
+        NSTE_util::TEUTC2UTC(utc, nResult);
+        last.Set(nNow, nResult);
+    });
     return nResult;
 }
 
@@ -74,7 +79,8 @@ std::tm GetCurTmTime() {
 }
 
 std::string GetCurrTimeStr() {
-    const ZembTime local = ZembTZone::toZembTime(ZEMB_OS::time());
+    ZembTime local{};
+    GuardedCall([&] { local = ZembTZone::toZembTime(ZEMB_OS::time()); });
     char szText[2 * INTEGER_ROOM];
     char* const p = WriteInteger(szText, local.nYear);
     // Deliberate: there is a "/" behind the day too.
@@ -90,7 +96,7 @@ std::string GetCurrTimeStr() {
 
 long Local2UTC(std::tm parts) {
     long nSeconds = 0;
-    NSTE_util::TEUTC2UTC(parts, nSeconds);
+    GuardedCall([&] { NSTE_util::TEUTC2UTC(parts, nSeconds); });
     return nSeconds;
 }
 

@@ -85,6 +85,7 @@ void ProcessMultiNEReqResult(const qcommon::QAsnErrInfoReturn& result) {
 void ProcessQAsnSingleReturn(const qcommon::QAsnSingleReturn* pReturn) {
     if (pReturn == nullptr || pReturn->bFlag)
         return;
+    // Deliberate: a general error is reported too, unlike the code of a reply of several errors.
     GuardedCall([&] {
         ErrorLog().AddErrText(pReturn->nCode.value_or(0), GetCStrFromAsnOcts(pReturn->octsText));
     });

@@ -68,7 +68,9 @@ protected:
     static std::atomic<TNFdnMgr*> m_pInstance;
 
 private:
-    std::vector<std::string> m_vecLevelKey;  // the levels that objects are named by
+    // Deliberate: nothing reads it, and it lacks "Och" and "ODUflex"; paths have a list of their
+    // own.
+    std::vector<std::string> m_vecLevelKey;
 };
 
 }  // namespace NSTN_util

@@ -26,7 +26,7 @@ TN_API void ProcessQErrList(const qcommon::QAsnErrInfoList* pListInfo);
 // The code, unless it is a general error, and then the details, if there are any.
 TN_API void ProcessMultiNEReqResult(const qcommon::QAsnErrInfoReturn* pReturn);
 TN_API void ProcessMultiNEReqResult(const qcommon::QAsnErrInfoReturn& result);
-// The code, 0 when there is none, and the text, unless the reply's flag is set.
+// The code, 0 when there is none, and the text, unless the reply's flag is set; general errors too.
 TN_API void ProcessQAsnSingleReturn(const qcommon::QAsnSingleReturn* pReturn);
 
 // Replaces listOut by the numbers of a message, cut to int.

@@ -21,7 +21,8 @@ public:
     TNReadCfg();
 
     // Takes the path of the file, separators turned as by ConvertPathSplit; reads nothing and keeps
-    // the items that are there. Whether strFile names a plain file.
+    // the items that are there, and the times: another file is read at the next check, unless its
+    // modification time is that of the file read last. Whether strFile names a plain file.
     bool SetFileName(const std::string& strFile);
 
     // True when 301 seconds or more, either way, lie between now and the last check; this is then

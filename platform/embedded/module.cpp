@@ -135,6 +135,8 @@ public:
     }
 
     int UnRegister(ZembTaskCreatorRecord* pRecord) override {
+        if (zemb::IsFaulty("ZembTaskCreator::UnRegister"))
+            return -1;
         std::lock_guard<std::mutex> guard(m_lock);
         m_setRecord.erase(pRecord);
         return 0;

@@ -1,3 +1,4 @@
+#include "embedded/escape.h"
 #include "embedded/operlog_database.h"
 #include "embedded/state_folder.h"
 #include "zemb/operlog_store.h"
@@ -6,7 +7,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -122,11 +122,10 @@ bool IsOwn(const std::string& strFile) {
 // What is behind "//" up to the next "/" would be a host.
 std::string UriOf(const std::string& strPath) {
     std::string strUri = strPath.front() == '/' ? "file://" : "file:";
-    char szCode[4];
     for (const char c : strPath)
         if (c == '%' || c == '?' || c == '#') {
-            std::snprintf(szCode, sizeof szCode, "%%%02X", static_cast<unsigned>(c));
-            strUri += szCode;
+            strUri += '%';
+            AppendHex(c, strUri);
         } else {
             strUri += c;
         }

@@ -71,6 +71,26 @@ TEST_F(TNReadCfgTest, LooksAtAChangedFileOnlyAfter301Seconds) {
     EXPECT_THAT(m_debug.Take(), IsEmpty());
 }
 
+TEST_F(TNReadCfgTest, AnotherFileWaitsForTheNextCheck) {
+    Write("a = 1\n");
+    const std::string strSameTime = m_folder.Write("b.cfg", "b = 2\n");
+    const timespec arrTime[] = {{m_tModify, 0}, {m_tModify, 0}};
+    ASSERT_EQ(0, utimensat(AT_FDCWD, strSameTime.c_str(), arrTime, 0));
+    m_cfg.SetFileName(m_folder.Path("a.cfg"));
+    EXPECT_EQ(1, Int("a"));
+    EXPECT_TRUE(m_cfg.SetFileName(strSameTime));
+    EXPECT_EQ(1, Int("a")) << "items and times stay";
+    m_clock.Advance(301);
+    EXPECT_EQ(1, Int("a")) << "a file of the same time is not read";
+    Touch(strSameTime);
+    m_clock.Advance(301);
+    EXPECT_EQ(-77, Int("a"));
+    EXPECT_EQ(2, Int("b"));
+    std::map<std::string, std::string> mapItem = {{"kept", "0"}};
+    EXPECT_TRUE(m_cfg.LoadCfgItemFromFile(mapItem));
+    EXPECT_THAT(mapItem, ElementsAre(Pair("b", "2"), Pair("kept", "0")));
+}
+
 TEST_F(TNReadCfgTest, KeepsItsItemsWhileTheFileIsAway) {
     Write("a = 1\n");
     m_cfg.SetFileName(m_folder.Path("a.cfg"));

@@ -208,7 +208,8 @@ std::vector<Call> FileCalls(const std::string& strFolder) {
     Write(strFolder + "/timeouts.cfg",
           "[cmdreq_common_config]\ndefault_timeout = 60\noffset_time = 15\n"
           "[cmdreq_command_timeout]\n5 = 90\n");
-    Write(strFolder + "/mutex.cfg", "[MUTEX_TABLE]\n101-102:1\n[MUTEX_ERRORCODE]\n101:5\n102:6\n");
+    Write(strFolder + "/mutex.cfg",
+          "[MUTEX_TABLE]\n101:102,103:1\n[MUTEX_ERRORCODE]\n101:5\n102:6\n");
     Write(strFolder + "/conf/lang/en/some.res", "some.key = a text that needs memory of its own\n");
     std::vector<Call> vecCall;
     for (const auto& Calls : {PathCalls, FolderCalls, ContentCalls})

@@ -1,5 +1,7 @@
 #include "tests/faults/interpose.h"
 
+#include "zemb/securec.h"
+
 #include <dlfcn.h>
 #include <link.h>
 #include <pthread.h>
@@ -33,6 +35,7 @@ thread_local Strike t_memory;
 thread_local Strike t_lock;
 thread_local Strike t_read;
 thread_local const std::function<long()>* t_pRead = nullptr;
+thread_local bool t_bNoCopy = false;
 
 struct Range {
     std::uintptr_t nBegin = 0;
@@ -151,6 +154,12 @@ ssize_t read(int nFile, void* pData, std::size_t nSize) {
 
 }  // extern "C"
 
+int memcpy_s(void* pDest, std::size_t nDestSize, const void* pSrc, std::size_t nCount) {
+    using Function = int(void*, std::size_t, const void*, std::size_t);
+    static auto* const s_pReal = Real(static_cast<Function*>(nullptr), "_Z8memcpy_sPvmPKvm");
+    return t_bNoCopy ? EINVAL : s_pReal(pDest, nDestSize, pSrc, nCount);
+}
+
 namespace faults {
 
 ScopedNoMemory::ScopedNoMemory(int nAllocation, bool bFromThenOn) {
@@ -188,6 +197,14 @@ ScopedRead::~ScopedRead() {
 
 bool ScopedRead::HasStruck() const {
     return t_read.HasStruck();
+}
+
+ScopedNoCopy::ScopedNoCopy() {
+    t_bNoCopy = true;
+}
+
+ScopedNoCopy::~ScopedNoCopy() {
+    t_bNoCopy = false;
 }
 
 }  // namespace faults

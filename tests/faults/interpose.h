@@ -37,4 +37,13 @@ public:
     bool HasStruck() const;
 };
 
+// memcpy_s fails.
+class ScopedNoCopy {
+public:
+    ScopedNoCopy();
+    ~ScopedNoCopy();
+    ScopedNoCopy(const ScopedNoCopy&) = delete;
+    ScopedNoCopy& operator=(const ScopedNoCopy&) = delete;
+};
+
 }  // namespace faults

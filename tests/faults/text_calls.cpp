@@ -51,6 +51,14 @@ std::string TextOf(Fn fn) {
     return strOut;
 }
 
+// Every form that takes arguments: one, two, and so on.
+template <class... Arguments>
+void TraceForms(std::string& strOut, Arguments... arguments) {
+    TNTrace2Str(5120, strOut, std::string("% of % in %"), arguments...);
+    if constexpr (sizeof...(Arguments) < 15)
+        TraceForms(strOut, arguments..., LONG_TEXT);
+}
+
 std::vector<Call> TraceCalls() {
     return {
         {"TNTrace2Str",
@@ -58,6 +66,8 @@ std::vector<Call> TraceCalls() {
              std::string strOut;
              TNTrace2Str(5120, strOut, "% of % in %", LONG_TEXT, 17, 2.5);
              TNTrace2Str(5120, strOut, LONG_TEXT);
+             TNTrace2Str(5120, strOut, std::string(LONG_TEXT));
+             TraceForms(strOut, 2.5);
              return strOut;
          }},
         {"TNString", [] { return TNString(LONG_TEXT).Text() + TNString(-1.5).Text(); }},

@@ -10,6 +10,7 @@
 #include "tovelkarin/tnprogress.h"
 #include "tovelkarin/tnreqtimeout.h"
 #include "tovelkarin/tnthreadmgr.h"
+#include "tovelkarin/utilif.h"
 
 #include "zemb/control.h"
 #include "zemb/event.h"
@@ -307,8 +308,9 @@ std::vector<Call> ModuleCalls() {
              const int nStarted = module.Start();
              std::list<ModuleInterface*> listInterface;
              const int nListed = module.ListInterfaces(listInterface);
-             const bool bFound = module.QueryInterface("UtilIF", 0x1030001) != nullptr;
-             return Show(nStarted, nListed, listInterface.size(), bFound, module.GetModuleName(),
+             auto& util = dynamic_cast<UtilIF&>(*module.QueryInterface("UtilIF", 0x1030001));
+             return Show(nStarted, nListed, listInterface.size(), util.IsInt3Enabled(),
+                         util.Reserved6(1, 2), util.Reserved7(1, 2), module.GetModuleName(),
                          module.GetModuleNumber(), module.Reserved(), module.Stop());
          }},
     };

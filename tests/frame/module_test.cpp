@@ -6,6 +6,7 @@
 #include "tests/support.h"
 
 #include "zemb/event.h"
+#include "zemb/faults.h"
 #include "zemb/operlog.h"
 #include "zemb/operlog_store.h"
 #include "zemb/settings.h"
@@ -233,6 +234,18 @@ TEST_F(ModuleTest, StartsWithoutSettingsWhenTheRootIsUnusable) {
                                     "variant."));
         Module().Stop();
     }
+}
+
+TEST_F(ModuleTest, StopAnswersAsTheTaskCreatorDid) {
+    Module().Start();
+    {
+        const zemb::ScopedFault fault(zemb::EFault::FAILS, 2);
+        EXPECT_EQ(-1, Module().Stop());
+        EXPECT_EQ("ZembTaskCreator::UnRegister", fault.Where());
+    }
+    EXPECT_EQ(0, Module().started);
+    Module().Start();
+    EXPECT_EQ(0, Module().Stop());
 }
 
 TEST_F(ModuleTest, WritesOperationLogEntriesBetweenStartAndStop) {

@@ -268,6 +268,16 @@ TEST_F(TEMutexOperMgrTest, LoadReportsWhatCannotBeOpened) {
                             "Open file(" + strFolder + ") error! ", "Open file() error! "));
 }
 
+TEST_F(TEMutexOperMgrTest, TellsOfAMissingFileWithoutItsLock) {
+    int nAsked = 0;
+    const zemb::ScopedDebugSink sink([&](const zemb::DebugLine&) {
+        EXPECT_FALSE(Mgr().HasRunningOper());  // would never end under the lock
+        ++nAsked;
+    });
+    EXPECT_FALSE(Mgr().LoadMutexCfg("/no/such/file"));
+    EXPECT_EQ(1, nAsked);
+}
+
 TEST_F(TEMutexOperMgrTest, LoadEndsAtALineThatIsTooLongInAnEndlessFile) {
     EXPECT_TRUE(Mgr().LoadMutexCfg("/dev/zero"));
     EXPECT_THAT(m_debug.Take(), IsEmpty());

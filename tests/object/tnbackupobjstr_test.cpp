@@ -39,9 +39,12 @@ TEST(BackupObjStrTest, WritesAttributesAndGroupsInOrder) {
     EXPECT_TRUE(port.AddAttributePara("words", std::vector<std::string>{"a", "", "b"}, true));
     EXPECT_TRUE(port.AddAttributePara("no", std::vector<int>{}, false));
     EXPECT_TRUE(port.AddAttributePara("none", std::vector<std::string>{}, true));
+    EXPECT_TRUE(port.AddAttributePara("ints", std::vector<int>{10, 20}, true));
+    EXPECT_TRUE(port.AddAttributePara("bytes", std::vector<char>{'\xFF', 'A'}, true));
     EXPECT_EQ(
         "<PORT><attribute>id=5,label=\"a,b\",vlans=10&20&21&22,late=7,most=-1,"
-        "low=\"-2147483648\",chars=-1&65&-128,words=\"a&&b\",no=,none=\"\",</attribute><object>"
+        "low=\"-2147483648\",chars=-1&65&-128,words=\"a&&b\",no=,none=\"\",ints=\"10&20\","
+        "bytes=\"-1&65\",</attribute><object>"
         "<SUBS><C1><attribute></attribute><object></object></C1><C2/></SUBS><NONE></NONE>"
         "</object></PORT>",
         port.GetObjStr());
@@ -98,6 +101,12 @@ TEST(BackupObjStrTest, ReadsOneTypeAsAnother) {
     std::vector<char> vecChar = {'k'};
     EXPECT_TRUE(object.GetAttributePara("n", vecChar));
     EXPECT_THAT(vecChar, ElementsAre('k', '\x01'));
+    std::vector<int> vecInt = {7};
+    EXPECT_TRUE(object.GetAttributePara("q", vecInt));
+    EXPECT_THAT(vecInt, ElementsAre(7, 300));
+    std::vector<std::string> vecText = {"kept"};
+    EXPECT_TRUE(object.GetAttributePara("q", vecText));
+    EXPECT_THAT(vecText, ElementsAre("kept", "300"));
     EXPECT_THAT(debug.Take(), IsEmpty());
 }
 

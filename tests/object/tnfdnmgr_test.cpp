@@ -97,6 +97,22 @@ TEST_F(TNFdnMgrTest, FindsThePathByTheOrderOfTheLevels) {
     }
 }
 
+TEST_F(TNFdnMgrTest, KnowsEveryLevelOfAPath) {
+    const std::vector<std::string> vecKey = {"VC4",  "VC3",   "VC12", "OTS",   "OMS",     "OCH",
+                                             "Och",  "OTU3",  "OTU2", "OTU5G", "OTU1",    "ODU3",
+                                             "ODU2", "ODU5G", "ODU1", "ODU0",  "ODUflex", "CLIENT"};
+    std::string strFdn;
+    for (std::size_t n = vecKey.size(); n-- > 0;) {
+        strFdn += vecKey[n] + "=" + std::to_string(n) + ",";  // the first level last
+        FrameUtil::StrUIDParser fdn;
+        ASSERT_TRUE(fdn.Parse(strFdn.c_str()));
+        unsigned long nPathId = 77;
+        unsigned long nTimeSlot = 88;
+        Mgr().GetPathIDorTimeSlot(fdn, nPathId, nTimeSlot);
+        EXPECT_EQ(n, nPathId) << strFdn;
+    }
+}
+
 TEST_F(TNFdnMgrTest, KnowsEthernetTrunks) {
     std::vector<unsigned long> vecTrunk;
     for (unsigned long n = 0; n < 200; ++n)

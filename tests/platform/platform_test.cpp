@@ -1,5 +1,6 @@
 #include "zemb/control.h"
 #include "zemb/debug.h"
+#include "zemb/event.h"
 #include "zemb/module.h"
 #include "zemb/settings.h"
 #include "zemb/task.h"
@@ -209,6 +210,8 @@ TEST(SlotTest, OperationsStandWhereTheInterfacesFixThem) {
     EXPECT_EQ(2U, SlotOf(&ModuleMgr::RegisterModule)) << "third slot";
     EXPECT_EQ(3U, SlotOf(&ZembTaskCreator::Register)) << "fourth slot";
     EXPECT_EQ(5U, SlotOf(&ZembTaskCreator::UnRegister)) << "sixth slot";
+    EXPECT_EQ(0U, SlotOf(&TEEventMgr::RegisterHandler));
+    EXPECT_EQ(1U, SlotOf(&TEEventMgr::UnRegisterHandler));
     EXPECT_EQ(0U, SlotOf(&TEDebugInterface::Trace));
     EXPECT_EQ(1U, SlotOf(&TEDebugInterface::Assert));
     EXPECT_EQ(2U, SlotOf(&ModuleObject::GetModuleName));

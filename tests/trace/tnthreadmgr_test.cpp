@@ -112,6 +112,12 @@ TEST_F(ThreadMgrTest, WaitsForTheLastThread) {
     EXPECT_EQ(vecExpected, m_debug.Take());
 
     g_nNaps = 0;
+    g_fnNap = nullptr;
+    EXPECT_FALSE(Mgr().WaitingThreadExit());
+    EXPECT_EQ(3600, g_nNaps);
+    m_debug.Take();
+
+    g_nNaps = 0;
     g_fnNap = [](int nNap) {
         if (nNap == 2)
             TNThreadMgr::Instance()->UnRegist_Thread();

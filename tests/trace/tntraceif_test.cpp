@@ -8,7 +8,14 @@
 #include "tovelkarin/tnreqtimeout.h"
 #include "zemb/asn.h"
 
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <fstream>
+#include <future>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
@@ -127,6 +134,72 @@ TEST_F(AdvAsnTraceTest, RefusesNullAndExit) {
     EXPECT_EQ(-1, AdvAsnTrace(&m_value, 1, 0));
     zemb::SetExit(false);
     EXPECT_THAT(m_debug.Take(), IsEmpty());
+}
+
+TEST_F(AdvAsnTraceTest, PrintsNoFullTextOnceTheProcessExits) {
+    std::vector<std::string> vecLine;
+    const zemb::ScopedDebugSink sink([&](const zemb::DebugLine& line) {
+        vecLine.push_back(line.strText);
+        zemb::SetExit(true);
+    });
+    EXPECT_EQ(0, AdvAsnTrace(&m_value, 9, 0));
+    zemb::SetExit(false);
+    EXPECT_THAT(vecLine, ElementsAre("Warning:Advance Trace Config Error!advTrace=9"));
+}
+
+// Whether a thread rests in the kernel, look after look, before bDone.
+bool Rests(pid_t nThread, const std::atomic<bool>& bDone) {
+    const std::string strFile = "/proc/self/task/" + std::to_string(nThread) + "/stat";
+    for (int nLooks = 0; nLooks < 1000; ++nLooks) {
+        std::string strStat;
+        std::ifstream file(strFile);
+        std::getline(file, strStat);
+        if (bDone)
+            return false;
+        const std::size_t nState = strStat.rfind(") ");
+        if (nState == std::string::npos || strStat[nState + 2] != 'S')
+            nLooks = 0;  // works, or rests for a moment
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+TEST_F(AdvAsnTraceTest, OneThreadPrintsAtATime) {
+    Write("AdvanceAsnTrace = 3\nbExplicityTrace = 0\n");
+    RefreshAdvAsnTraceSwitch(-1);  // its lines stand outside of the lock
+    struct Case {
+        int nFirst;
+        int nSecond;
+        bool bWaits;
+    };
+    const Case arrCase[] = {{1, 2, true},  {2, 2, true},  {3, 1, true},  {2, 4, true},
+                            {2, -1, true}, {4, 2, false}, {4, 4, false}, {-1, 2, false}};
+    for (const Case& one : arrCase) {
+        std::promise<void> printing;
+        std::promise<void> release;
+        std::atomic<int> nLines{0};
+        const zemb::ScopedDebugSink sink([&](const zemb::DebugLine&) {
+            if (++nLines == 1) {
+                printing.set_value();
+                release.get_future().wait();
+            }
+        });
+        std::thread first([&] { AdvAsnTrace(&m_value, one.nFirst, 0); });
+        printing.get_future().wait();
+        std::promise<pid_t> id;
+        std::atomic<bool> bDone{false};
+        std::thread second([&] {
+            id.set_value(static_cast<pid_t>(syscall(SYS_gettid)));
+            AdvAsnTrace(&m_value, one.nSecond, 0);
+            bDone = true;
+        });
+        EXPECT_EQ(one.bWaits, Rests(id.get_future().get(), bDone))
+            << one.nFirst << " before " << one.nSecond;
+        release.set_value();
+        first.join();
+        second.join();
+        EXPECT_LE(2, nLines);
+    }
 }
 
 TEST_F(AdvAsnTraceTest, FallsBackWhenAValueThrows) {

@@ -61,7 +61,8 @@ ZEMB_API bool StrToNumList(const std::string& strText, std::vector<int>& vecNumb
 namespace dao {
 
 // strText for use within an SQL LIKE pattern that is followed by ESCAPE '\\': a backslash stands
-// before every "%", "_" and backslash. "*", "?" and "'" stay as they are.
+// before every "%", "_" and backslash. "*", "?" and "'" stay as they are. Throws nothing but
+// std::bad_alloc.
 ZEMB_API std::string likeEscape(const std::string& strText);
 
 }  // namespace dao
