@@ -22,10 +22,12 @@ bool IsLeap(long nYear) {
 
 // Days from 1970-01-01 to the first of a month of the Gregorian calendar; nMonth is 0 to 11.
 long DaysTo(long nYear, int nMonth) {
+    constexpr long LEAP_DAYS_TO_1970 = 1969 / 4 - 1969 / 100 + 1969 / 400;
     const long nBefore = nYear - 1;
-    return 365 * (nYear - 1970) + (FloorDiv(nBefore, 4) - 1969 / 4) -
-           (FloorDiv(nBefore, 100) - 1969 / 100) + (FloorDiv(nBefore, 400) - 1969 / 400) +
-           DAYS_BEFORE[nMonth] + (IsLeap(nYear) && nMonth > 1 ? 1 : 0);
+    const long nCenturies = FloorDiv(nBefore, 100);
+    const long nLeapDays = FloorDiv(nBefore, 4) - nCenturies + FloorDiv(nCenturies, 4);
+    return 365 * (nYear - 1970) + nLeapDays - LEAP_DAYS_TO_1970 + DAYS_BEFORE[nMonth] +
+           (IsLeap(nYear) && nMonth > 1 ? 1 : 0);
 }
 
 int CutToInt(long nValue) {
@@ -41,8 +43,8 @@ ZembTime BrokenDown(long nSeconds, const zemb::ZonePeriod& period) {
     if (__builtin_add_overflow(nSeconds, period.nOffset, &nLocal))
         nLocal = nSeconds;
     const long nDay = FloorDiv(nLocal, SECONDS_PER_DAY);
-    const auto nOfDay =
-        static_cast<int>((nLocal % SECONDS_PER_DAY + SECONDS_PER_DAY) % SECONDS_PER_DAY);
+    const long nRest = nLocal % SECONDS_PER_DAY;
+    const auto nOfDay = static_cast<unsigned>(nRest < 0 ? nRest + SECONDS_PER_DAY : nRest);
     const long nCycle = FloorDiv(nDay + DAYS_TO_1970, DAYS_PER_400_YEARS);
     const auto nOfCycle = static_cast<unsigned>(nDay + DAYS_TO_1970 - nCycle * DAYS_PER_400_YEARS);
     const unsigned nYear =
@@ -53,10 +55,10 @@ ZembTime BrokenDown(long nSeconds, const zemb::ZonePeriod& period) {
     time.nYear = nCycle * 400 + nYear + (nMonth > 9 ? 1 : 0);
     time.nMonth = static_cast<int>(nMonth > 9 ? nMonth - 9 : nMonth + 3);
     time.nDay = static_cast<int>(nOfYear - (153 * nMonth + 2) / 5 + 1);
-    time.nHour = nOfDay / 3600;
-    time.nMinute = nOfDay / 60 % 60;
-    time.nSecond = nOfDay % 60;
-    time.nWeekday = static_cast<int>((nDay % 7 + 11) % 7);  // 1970 began on a Thursday
+    time.nHour = static_cast<int>(nOfDay / 3600);
+    time.nMinute = static_cast<int>(nOfDay / 60 % 60);
+    time.nSecond = static_cast<int>(nOfDay % 60);
+    time.nWeekday = static_cast<int>((nOfCycle + 3) % 7);  // whole weeks, from a Wednesday on
     time.nOffset = period.nOffset;
     time.bDst = period.bDst;
     time.szZone = period.szName;
@@ -127,9 +129,14 @@ void TELOCAL2UTC(const std::tm& local, std::tm& utc) {
 }
 
 void TEUTC2UTC(const std::tm& utc, long& nSeconds) {
-    const long nMonths = (utc.tm_year + 1900L) * 12 + utc.tm_mon;
-    const long nYear = FloorDiv(nMonths, 12);
-    const long nDays = DaysTo(nYear, static_cast<int>(nMonths - nYear * 12)) + utc.tm_mday - 1L;
+    long nYear = utc.tm_year + 1900L;
+    int nMonth = utc.tm_mon;
+    if (nMonth < 0 || nMonth > 11) {
+        const long nYears = FloorDiv(nMonth, 12);
+        nYear += nYears;
+        nMonth -= static_cast<int>(nYears * 12);
+    }
+    const long nDays = DaysTo(nYear, nMonth) + utc.tm_mday - 1L;
     nSeconds = nDays * SECONDS_PER_DAY + utc.tm_hour * 3600L + utc.tm_min * 60L +
                static_cast<long>(utc.tm_sec);
 }
