@@ -55,9 +55,10 @@ void CheckItem(const std::string& strKey, const std::string& strValue) {
         Refuse("the line gets over 1022 characters");
 }
 
-// Opens a plain file and waits until nobody else changes it; info becomes its properties.
-int LockFile(const std::string& strPath, struct stat& info) {
+// Opens a plain file and waits until nobody else changes it.
+int LockFile(const std::string& strPath) {
     for (;;) {
+        struct stat info {};
         struct stat now {};
         if (stat(strPath.c_str(), &info) != 0)
             FailWithErrno(strPath);
@@ -115,8 +116,7 @@ std::string SetItem(const std::string& strFile, const std::string& strKey,
     const std::string strPath = std::filesystem::canonical(strFile, error).string();
     if (error)
         throw CommandError(SYSTEM_FAILED, strFile + ": " + error.message());
-    struct stat info {};
-    const Handle lock(LockFile(strPath, info));
+    const Handle lock(LockFile(strPath));
     std::string strText;
     if (const int nError = NSTN_util::ReadStrFromFile(strPath, strText); nError != 0)
         throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(nError));

@@ -14,9 +14,10 @@ namespace NSTN_util {
 
 namespace {
 
+// The platform's exceptions come out.
 std::tm LocalOf(long nSeconds) {
     std::tm parts{};
-    GuardedCall([&] { ZembTZone::ZembTimeTotm(ZembTZone::toZembTime(nSeconds), parts); });
+    ZembTZone::ZembTimeTotm(ZembTZone::toZembTime(nSeconds), parts);
     return parts;
 }
 
@@ -64,10 +65,8 @@ long GetCurUtcTime() {
     if (last.Get(nNow, nResult))
         return nResult;
     GuardedCall([&] {
-        std::tm local{};
-        ZembTZone::ZembTimeTotm(ZembTZone::toZembTime(nNow), local);
         std::tm utc{};
-        NSTE_util::TELOCAL2UTC(local, utc);
+        NSTE_util::TELOCAL2UTC(LocalOf(nNow), utc);
         NSTE_util::TEUTC2UTC(utc, nResult);
         last.Set(nNow, nResult);
     });
@@ -75,7 +74,7 @@ long GetCurUtcTime() {
 }
 
 std::tm GetCurTmTime() {
-    return LocalOf(ZEMB_OS::time());
+    return UTC2Local(ZEMB_OS::time());
 }
 
 std::string GetCurrTimeStr() {
@@ -105,7 +104,9 @@ std::string Local2UTCSTR(std::tm parts) {
 }
 
 std::tm UTC2Local(const long& nSeconds) {
-    return LocalOf(nSeconds);
+    std::tm parts{};
+    GuardedCall([&] { parts = LocalOf(nSeconds); });
+    return parts;
 }
 
 }  // namespace NSTN_util
