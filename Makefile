@@ -3,9 +3,10 @@ PRESET ?= release
 BIN = build/release/bin/tovelkarin
 PREFIX ?= /usr/local
 FUZZ_SECONDS ?= 60
+KILLS_SECONDS ?= 3600
 MAKEFLAGS += --no-print-directory
 
-.PHONY: run test asan tsan debug coverage bench figures fuzz history tidy docs install deb deb-test setup \
+.PHONY: run test asan tsan debug coverage bench figures fuzz history kills tidy docs install deb deb-test setup \
         build format clean
 
 run bench install tidy: override PRESET = release
@@ -59,6 +60,12 @@ history: setup
 	done
 	@TOVELKARIN_HISTORY=2000000 TOVELKARIN_HISTORY_THREADS=16 build/tsan/$(HISTORY)
 	@TOVELKARIN_HISTORY=50000000 TOVELKARIN_HISTORY_THREADS=64 build/release/$(HISTORY)
+
+# Processes that write, prune, read, fork and are killed on one state folder; what was acknowledged stays.
+kills: setup
+	@[ -f build/release/build.ninja ] || cmake --preset release
+	@cmake --build --preset release --target tovelkarin_kills
+	@build/release/tests/tovelkarin_kills --seconds $(KILLS_SECONDS)
 
 install: build
 	cmake --install build/release --prefix $(PREFIX)

@@ -1,18 +1,164 @@
 #include "embedded/database.h"
 
+#include "embedded/database_wal.h"
+#include "embedded/escape.h"
+#include "embedded/state_folder.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <mutex>
+#include <system_error>
 #include <thread>
+#include <vector>
 
 namespace zemb {
 
-Database::Database(const std::string& strFile, int nFlags, Deadline deadline)
+// What stands behind a Database and its statements. It outlives them in a child process, where
+// those of other threads are never destroyed.
+struct Connection {
+    explicit Connection(sqlite3* pHandleOf) : pHandle(pHandleOf), process(ThisProcess()) {}
+
+    sqlite3* pHandle;  // null once it is closed
+    const ProcessMark process;
+};
+
+namespace {
+
+using Connections = std::vector<std::shared_ptr<Connection>>;
+
+// Changed inside the gate only, so that a child finds both as they should be.
+std::mutex g_lock;
+Connections g_vecOpen;
+
+void CloseQuietly(Connection& connection) {
+    // What is in the write-ahead log stays there, and nobody is waited for.
+    sqlite3_db_config(connection.pHandle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    sqlite3_busy_handler(connection.pHandle, nullptr, nullptr);
+    while (sqlite3_stmt* const pStatement = sqlite3_next_stmt(connection.pHandle, nullptr))
+        sqlite3_finalize(pStatement);
+    sqlite3_close(connection.pHandle);
+    connection.pHandle = nullptr;
+}
+
+// SQLite believes that this process has the locks of its parent, on each file that the parent had
+// open, until the last connection to it is closed. Closing one that was not in the midst of a
+// change writes nothing, and the parent keeps its own locks.
+void CloseInherited() {
+    const ForkGate gate;
+    std::lock_guard<std::mutex> guard(g_lock);
+    const ProcessMark process = ThisProcess();
+    for (const std::shared_ptr<Connection>& pConnection : g_vecOpen)
+        if (pConnection->process != process &&
+            sqlite3_txn_state(pConnection->pHandle, nullptr) == SQLITE_TXN_WRITE)
+            throw DatabaseError(SQLITE_MISUSE,
+                                "this process was forked in the midst of a change of a database");
+    const auto IsInherited = [&](const std::shared_ptr<Connection>& pConnection) {
+        if (pConnection->process == process)
+            return false;
+        CloseQuietly(*pConnection);
+        return true;
+    };
+    g_vecOpen.erase(std::remove_if(g_vecOpen.begin(), g_vecOpen.end(), IsInherited),
+                    g_vecOpen.end());
+}
+
+// What is behind "//" up to the next "/" would be a host.
+std::string UriOf(const std::string& strPath) {
+    std::string strUri = strPath.front() == '/' ? "file://" : "file:";
+    for (const char c : strPath)
+        if (c == '%' || c == '?' || c == '#') {
+            strUri += '%';
+            AppendHex(c, strUri);
+        } else {
+            strUri += c;
+        }
+    return strUri;
+}
+
+// The path without links above the file, which are allowed; SQLite refuses any other.
+std::string WithRealFolder(const std::string& strFile) {
+    const std::filesystem::path path(strFile);
+    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
+    return (std::filesystem::canonical(folder) / path.filename()).string();
+}
+
+void RefuseLink(const std::string& strFile) {
+    struct stat status {};
+    if (lstat(strFile.c_str(), &status) == 0 && S_ISLNK(status.st_mode))
+        throw std::system_error(ELOOP, std::generic_category(), strFile);
+}
+
+}  // namespace
+
+Identity IdentityOf(const std::string& strFile) {
+    struct stat status {};
+    return stat(strFile.c_str(), &status) == 0 ? Identity(status.st_dev, status.st_ino)
+                                               : Identity();
+}
+
+Database::Database(const std::string& strFile, Access access, Deadline deadline)
     : m_strFile(strFile), m_deadline(deadline) {
-    const int nCode = sqlite3_open_v2(strFile.c_str(), &m_pHandle, nFlags, nullptr);
+    CloseInherited();
+    if (access == Access::Write)
+        PlaceNewFile(strFile, [](int) {});
+    if (access != Access::Frozen) {
+        RefuseLink(strFile);
+        m_strNotice = KeepDamagedWal(strFile);
+    }
+    Open(access);
+}
+
+void Database::Open(Access access) {
+    const bool bFrozen = access == Access::Frozen;
+    const std::string strPath =
+        bFrozen ? UriOf(m_strFile) + "?immutable=1" : WithRealFolder(m_strFile);
+    const int nFlags = bFrozen ? SQLITE_OPEN_READONLY | SQLITE_OPEN_URI
+                               : SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW;
+    struct stat wal {};
+    const bool bWal = stat((m_strFile + "-wal").c_str(), &wal) == 0 && wal.st_size != 0;
+    const ForkGate gate;
+    sqlite3* pHandle = nullptr;
+    const int nCode =
+        sqlite3_open_v2(strPath.c_str(), &pHandle, nFlags | SQLITE_OPEN_NOMUTEX, nullptr);
     if (nCode != SQLITE_OK) {
-        const std::string strText = strFile + ": " + sqlite3_errmsg(m_pHandle);
-        sqlite3_close(m_pHandle);
+        const std::string strText = m_strFile + ": " + sqlite3_errmsg(pHandle);
+        sqlite3_close(pHandle);
         throw DatabaseError(nCode, strText);
     }
-    sqlite3_busy_handler(m_pHandle, Wait, this);
+    m_identity = IdentityOf(m_strFile);
+    sqlite3_busy_handler(pHandle, Wait, this);
+    if (access == Access::Read && bWal)
+        sqlite3_db_config(pHandle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    try {
+        m_pConnection = std::make_shared<Connection>(pHandle);
+        std::lock_guard<std::mutex> guard(g_lock);
+        g_vecOpen.push_back(m_pConnection);
+    } catch (const std::bad_alloc&) {
+        sqlite3_close(pHandle);
+        throw;
+    }
+}
+
+Database::~Database() {
+    const ForkGate gate;
+    if (m_pConnection->pHandle == nullptr || m_pConnection->process != ThisProcess())
+        return;  // closed when this process opens another one
+    {
+        std::lock_guard<std::mutex> guard(g_lock);
+        g_vecOpen.erase(std::find(g_vecOpen.begin(), g_vecOpen.end(), m_pConnection));
+    }
+    sqlite3_close_v2(m_pConnection->pHandle);
+    m_pConnection->pHandle = nullptr;
+}
+
+sqlite3* Database::Handle() const {
+    if (m_pConnection->pHandle == nullptr || m_pConnection->process.nForks != Forks())
+        throw DatabaseError(SQLITE_MISUSE,
+                            m_strFile + ": the connection is that of a process above this one");
+    return m_pConnection->pHandle;
 }
 
 int Database::Wait(void* pThis, int nCalls) {
@@ -23,15 +169,12 @@ int Database::Wait(void* pThis, int nCalls) {
 }
 
 void Database::Fail(int nCode) const {
-    throw DatabaseError(nCode, m_strFile + ": " + sqlite3_errmsg(m_pHandle));
-}
-
-Database::~Database() {
-    sqlite3_close_v2(m_pHandle);
+    throw DatabaseError(nCode, m_strFile + ": " + sqlite3_errmsg(Handle()));
 }
 
 void Database::Run(const char* szSql) {
-    const int nCode = sqlite3_exec(m_pHandle, szSql, nullptr, nullptr, nullptr);
+    const ForkGate gate;
+    const int nCode = sqlite3_exec(Handle(), szSql, nullptr, nullptr, nullptr);
     if (nCode != SQLITE_OK)
         Fail(nCode);
 }
@@ -60,26 +203,51 @@ void Database::UseWal() {
     }
 }
 
-Statement::Statement(const Database& database, const std::string& strSql) : m_database(database) {
+int Database::Changes() const {
+    return sqlite3_changes(Handle());
+}
+
+std::int64_t Database::LastRow() const {
+    return sqlite3_last_insert_rowid(Handle());
+}
+
+void Database::ForgetLastRow() {
+    sqlite3_set_last_insert_rowid(Handle(), 0);
+}
+
+Statement::Statement(const Database& database, const std::string& strSql)
+    : m_database(database), m_pConnection(database.m_pConnection) {
+    const ForkGate gate;
     Check(sqlite3_prepare_v3(database.Handle(), strSql.data(), static_cast<int>(strSql.size()),
                              SQLITE_PREPARE_PERSISTENT, &m_pStatement, nullptr));
 }
 
 Statement::~Statement() {
-    sqlite3_finalize(m_pStatement);
+    const ForkGate gate;
+    if (m_pConnection->pHandle != nullptr && m_pConnection->process == ThisProcess())
+        sqlite3_finalize(m_pStatement);
 }
 
 void Statement::Bind(int nParameter, std::int64_t nValue) {
+    m_database.Handle();
     Check(sqlite3_bind_int64(m_pStatement, nParameter, nValue));
 }
 
 void Statement::Bind(int nParameter, std::string_view strText) {
+    m_database.Handle();
     Check(sqlite3_bind_text64(m_pStatement, nParameter,
                               strText.data() == nullptr ? "" : strText.data(), strText.size(),
                               SQLITE_STATIC, SQLITE_UTF8));
 }
 
+void Statement::BindNull(int nParameter) {
+    m_database.Handle();
+    Check(sqlite3_bind_null(m_pStatement, nParameter));
+}
+
 bool Statement::Step() {
+    const ForkGate gate;
+    m_database.Handle();
     const int nCode = sqlite3_step(m_pStatement);
     if (nCode != SQLITE_ROW && nCode != SQLITE_DONE)
         m_database.Fail(nCode);
@@ -87,7 +255,9 @@ bool Statement::Step() {
 }
 
 void Statement::Reset() {
-    sqlite3_reset(m_pStatement);
+    const ForkGate gate;
+    if (m_pConnection->pHandle != nullptr)
+        sqlite3_reset(m_pStatement);
 }
 
 std::int64_t Statement::Number(int nColumn) const {
@@ -106,6 +276,20 @@ std::string Statement::Text(int nColumn) const {
 void Statement::Check(int nCode) const {
     if (nCode != SQLITE_OK)
         m_database.Fail(nCode);
+}
+
+Transaction::Transaction(Database& database) : m_database(database) {
+    database.Run("BEGIN IMMEDIATE");
+}
+
+Transaction::~Transaction() {
+    if (m_bOpen)
+        sqlite3_exec(m_database.m_pConnection->pHandle, "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void Transaction::Commit() {
+    m_database.Run("COMMIT");
+    m_bOpen = false;
 }
 
 }  // namespace zemb

@@ -1,13 +1,11 @@
 #include "zemb/operlog.h"
 
 #include "embedded/fault_point.h"
+#include "embedded/fork_gate.h"
 #include "embedded/operlog_database.h"
-#include "embedded/state_folder.h"
 #include "zemb/control.h"
 #include "zemb/debug.h"
 #include "zemb/operlog_store.h"
-
-#include <pthread.h>
 
 #include <atomic>
 #include <chrono>
@@ -29,15 +27,6 @@ constexpr int TRACE_LEVEL = 3;
 std::atomic<bool> g_bFullSync{true};
 std::atomic<int> g_nWait{DEFAULT_WAIT};
 std::atomic<std::size_t> g_nRoom{DEFAULT_ROOM};
-
-void Tell(const std::string& strText) {
-    try {
-        if (TEDebugInterface* const pDebug = NSTE_util::GetDefaultDebugInterface())
-            pDebug->Trace(TRACE_LEVEL, ("operation log: " + strText).c_str());
-    } catch (...) {
-        NSTE_util::WriteException("operation log: a line could not be written");
-    }
-}
 
 // Writers queue their entries; one of them writes what has gathered in one transaction while the
 // others wait for it. Lines are told when no lock is held and nobody waits for who tells them.
@@ -86,7 +75,7 @@ private:
 
     static void TellAll(const std::vector<std::string>& vecLine) {
         for (const std::string& strLine : vecLine)
-            Tell(strLine);
+            TellOfOperLog(strLine);
     }
 
     // A line is not worth an entry: without memory for it there is none.
@@ -122,11 +111,11 @@ private:
         if (m_bFailing && Clock::now() < m_tRetry)
             return false;
         try {
-            std::vector<const LogEntry*> vecEntry;
+            std::vector<LogEntry*> vecEntry;
             vecEntry.reserve(m_dequeSpool.size() + vecWaiter.size());
-            for (const LogEntry& entry : m_dequeSpool)
+            for (LogEntry& entry : m_dequeSpool)
                 vecEntry.push_back(&entry);
-            for (const Waiter* const pWaiter : vecWaiter)
+            for (Waiter* const pWaiter : vecWaiter)
                 vecEntry.push_back(&pWaiter->entry);
             WriteOrExchange(vecEntry, vecLine);
         } catch (const std::exception& error) {
@@ -151,13 +140,13 @@ private:
     }
 
     // Once it has failed nobody waits for others any longer.
-    void WriteOrExchange(const std::vector<const LogEntry*>& vecEntry,
+    void WriteOrExchange(const std::vector<LogEntry*>& vecEntry,
                          std::vector<std::string>& vecLine) {
         const Clock::time_point deadline = m_bFailing ? Clock::now() : LongestWait();
         for (int nTry = 1;; ++nTry) {
             Identity identity;
             try {
-                OpenIfNeeded(deadline, identity);
+                OpenIfNeeded(deadline, identity, vecLine);
                 m_pDatabase->SetDeadline(deadline);
                 return m_pDatabase->Insert(vecEntry);
             } catch (const DatabaseError& error) {
@@ -172,7 +161,8 @@ private:
         }
     }
 
-    void OpenIfNeeded(Clock::time_point deadline, Identity& identity) {
+    void OpenIfNeeded(Clock::time_point deadline, Identity& identity,
+                      std::vector<std::string>& vecLine) {
         const std::string strFile = OperLogFile();
         if (strFile.empty())
             throw DatabaseError(SQLITE_CANTOPEN, "there is no state folder");
@@ -182,8 +172,9 @@ private:
             return;
         m_pDatabase.reset();
         m_strFile = strFile;
-        MakeStateFile(strFile);
         m_pDatabase = std::make_unique<LogDatabase>(strFile, deadline, g_bFullSync);
+        if (!m_pDatabase->Notice().empty())
+            AddLine(vecLine, m_pDatabase->Notice());
     }
 
     // Returns for how many entries, the first ones, there was room.
@@ -216,24 +207,19 @@ private:
     std::size_t m_nLost = 0;
 };
 
-std::atomic<Store*> g_pStore{nullptr};
-
-// A child process begins with a store of its own: the locks, the connection and what is kept in
-// memory are its parent's.
-Store& TheStore() {
-    if (Store* const pStore = g_pStore.load(std::memory_order_acquire))
-        return *pStore;
-    static const int s_nAtFork = pthread_atfork(nullptr, nullptr, [] { g_pStore = nullptr; });
-    (void)s_nAtFork;
-    Store* pExpected = nullptr;
-    Store* const pNew = new Store;
-    if (g_pStore.compare_exchange_strong(pExpected, pNew))
-        return *pNew;
-    delete pNew;
-    return *pExpected;
-}
+// The locks and what is kept in memory are the process's own.
+PerProcess<Store> g_store;
 
 }  // namespace
+
+void TellOfOperLog(const std::string& strText) noexcept {
+    try {
+        if (TEDebugInterface* const pDebug = NSTE_util::GetDefaultDebugInterface())
+            pDebug->Trace(TRACE_LEVEL, ("operation log: " + strText).c_str());
+    } catch (...) {
+        NSTE_util::WriteException("operation log: a line could not be written");
+    }
+}
 
 Database::Deadline LongestWait() {
     return std::chrono::steady_clock::now() + std::chrono::milliseconds(g_nWait.load());
@@ -245,7 +231,7 @@ std::string OperLogFile() {
 }
 
 std::size_t FlushOperLog() {
-    return TheStore().Flush();
+    return g_store.Get().Flush();
 }
 
 void SetOperLogRoom(std::size_t nEntries) {
@@ -268,7 +254,7 @@ int WriteOperationLog(const ZembLogInfo& info, int /*nReserved*/) noexcept {
     if (zemb::IsFaultyNoThrow("WriteOperationLog"))
         return OPERLOG_LOST;
     try {
-        return zemb::TheStore().Write(info);
+        return zemb::g_store.Get().Write(info);
     } catch (...) {
         return OPERLOG_LOST;
     }

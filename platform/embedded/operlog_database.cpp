@@ -30,8 +30,13 @@ constexpr const char* SCHEMA =
     "CREATE INDEX operlog_time ON operlog (time);"
     "PRAGMA user_version = 1";
 constexpr const char* INSERT =
-    "INSERT INTO operlog (time, user, address, command, object, result_kind, result, "
-    "description, level, category, process) VALUES (?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11)";
+    "INSERT OR REPLACE INTO operlog (time, user, address, command, object, result_kind, result, "
+    "description, level, category, process, id) VALUES (?1,?2,?3,?4,?5,?6,?7,?8,?9,?10,?11,?12)";
+constexpr const char* FIND =
+    "SELECT 1 FROM operlog WHERE time = ?1 AND user = ?2 AND address = ?3 AND command = ?4 AND "
+    "object = ?5 AND result_kind = ?6 AND result = ?7 AND description = ?8 AND level = ?9 AND "
+    "category = ?10 AND process = ?11 AND id = ?12";
+constexpr int ROW_PARAMETER = 12;
 
 // A text in a field of fixed size.
 template <std::size_t SIZE>
@@ -66,12 +71,6 @@ private:
 
 bool IsDamaged(const DatabaseError& error) {
     return error.nCode == SQLITE_CORRUPT || error.nCode == SQLITE_NOTADB;
-}
-
-Identity IdentityOf(const std::string& strFile) {
-    struct stat status {};
-    return stat(strFile.c_str(), &status) == 0 ? Identity(status.st_dev, status.st_ino)
-                                               : Identity();
 }
 
 std::string MoveAside(const std::string& strFile, const Identity& identity) {
@@ -112,24 +111,21 @@ std::int64_t VersionOf(Database& database, const std::string& strFile) {
 LogDatabase::LogDatabase(const std::string& strFile, Database::Deadline deadline, bool bFullSync)
     : m_strFile(strFile),
       m_bFullSync(bFullSync),
-      m_database(strFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
-                 deadline) {
+      m_database(strFile, Database::Access::Write, deadline) {
     Prepare();
     m_pInsert = std::make_unique<Statement>(m_database, INSERT);
-    m_identity = IdentityOf(strFile);
 }
 
-void LogDatabase::Insert(const std::vector<const LogEntry*>& vecEntry) {
+void LogDatabase::Insert(const std::vector<LogEntry*>& vecEntry) {
     try {
         if (vecEntry.size() == 1)  // a transaction of its own
             return Insert(*vecEntry.front());
-        m_database.Run("BEGIN IMMEDIATE");
-        for (const LogEntry* const pEntry : vecEntry)
+        Transaction transaction(m_database);
+        for (LogEntry* const pEntry : vecEntry)
             Insert(*pEntry);
-        m_database.Run("COMMIT");
+        transaction.Commit();
     } catch (...) {
         m_pInsert->Reset();
-        sqlite3_exec(m_database.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
         throw;
     }
 }
@@ -140,29 +136,62 @@ void LogDatabase::Prepare() {
     m_database.Run(m_bFullSync ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL");
     if (nVersion == SCHEMA_VERSION)
         return;
-    m_database.Run("BEGIN IMMEDIATE");
+    Transaction transaction(m_database);
     if (m_database.Number("PRAGMA user_version") == 0)  // nobody was faster
         m_database.Run(SCHEMA);
-    m_database.Run("COMMIT");
+    transaction.Commit();
 }
 
-void LogDatabase::Insert(const LogEntry& entry) {
-    const std::string strTime = FormatTime(entry.nTime);
+void LogDatabase::Insert(LogEntry& entry) {
+    // The same row again: what the failing disk may not have kept is written once more.
+    const std::int64_t nRow = entry.nRow != 0 && IsThere(entry) ? entry.nRow : 0;
+    BindFields(*m_pInsert, entry);
+    if (nRow == 0)
+        m_pInsert->BindNull(ROW_PARAMETER);
+    else
+        m_pInsert->Bind(ROW_PARAMETER, nRow);
+    m_database.ForgetLastRow();
+    try {
+        m_pInsert->Step();
+    } catch (...) {
+        KeepRow(entry);
+        throw;
+    }
+    KeepRow(entry);
+    m_pInsert->Reset();
+}
+
+// What did not come as far as to have a row may still be there under the one of an earlier try.
+void LogDatabase::KeepRow(LogEntry& entry) const {
+    if (const std::int64_t nRow = m_database.LastRow(); nRow != 0)
+        entry.nRow = nRow;
+}
+
+bool LogDatabase::IsThere(const LogEntry& entry) {
+    if (m_pFind == nullptr)
+        m_pFind = std::make_unique<Statement>(m_database, FIND);
+    BindFields(*m_pFind, entry);
+    m_pFind->Bind(ROW_PARAMETER, entry.nRow);
+    const bool bThere = m_pFind->Step();
+    m_pFind->Reset();
+    return bThere;
+}
+
+void LogDatabase::BindFields(Statement& statement, const LogEntry& entry) {
+    m_strTime = FormatTime(entry.nTime);
     const ZembLogInfo& info = entry.info;
     int n = 0;
-    m_pInsert->Bind(++n, strTime);
-    m_pInsert->Bind(++n, info.nUserId);
-    m_pInsert->Bind(++n, info.nIpAddr);
-    m_pInsert->Bind(++n, static_cast<std::int64_t>(info.nCmd));
-    m_pInsert->Bind(++n, TextOf(info.szObject));
-    m_pInsert->Bind(++n, info.nResultKind);
-    m_pInsert->Bind(++n, static_cast<std::int64_t>(info.nResult));
-    m_pInsert->Bind(++n, TextOf(info.szDesc));
-    m_pInsert->Bind(++n, info.nLevel);
-    m_pInsert->Bind(++n, info.nCategory);
-    m_pInsert->Bind(++n, getpid());
-    m_pInsert->Step();
-    m_pInsert->Reset();
+    statement.Bind(++n, m_strTime);
+    statement.Bind(++n, info.nUserId);
+    statement.Bind(++n, info.nIpAddr);
+    statement.Bind(++n, static_cast<std::int64_t>(info.nCmd));
+    statement.Bind(++n, TextOf(info.szObject));
+    statement.Bind(++n, info.nResultKind);
+    statement.Bind(++n, static_cast<std::int64_t>(info.nResult));
+    statement.Bind(++n, TextOf(info.szDesc));
+    statement.Bind(++n, info.nLevel);
+    statement.Bind(++n, info.nCategory);
+    statement.Bind(++n, getpid());
 }
 
 }  // namespace zemb

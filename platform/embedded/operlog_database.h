@@ -3,12 +3,9 @@
 #include "embedded/database.h"
 #include "zemb/operlog.h"
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 // The database file of the operation log, as its writers and its readers see it.
@@ -17,9 +14,8 @@ namespace zemb {
 // Until when a call may wait for what others have locked.
 Database::Deadline LongestWait();
 
-// Which file a path leads to; {} for none.
-using Identity = std::pair<dev_t, ino_t>;
-Identity IdentityOf(const std::string& strFile);
+// A line of the operation log in the default channel. The caller holds no lock.
+void TellOfOperLog(const std::string& strText) noexcept;
 
 bool IsDamaged(const DatabaseError& error);
 
@@ -34,7 +30,8 @@ std::int64_t VersionOf(Database& database, const std::string& strFile);
 
 struct LogEntry {
     ZembLogInfo info;
-    long long nTime;  // microseconds
+    long long nTime;        // microseconds
+    std::int64_t nRow = 0;  // under which it was tried last; 0: not yet
 };
 
 // The open database of the writers.
@@ -43,24 +40,31 @@ public:
     // bFullSync: an entry also survives a power cut.
     LogDatabase(const std::string& strFile, Database::Deadline deadline, bool bFullSync);
 
-    // Whether the file is still the one that was opened.
-    bool IsInPlace() const { return IdentityOf(m_strFile) == m_identity; }
+    bool IsInPlace() const { return m_database.IsInPlace(); }
     bool HasSync(bool bFull) const { return bFull == m_bFullSync; }
 
     void SetDeadline(Database::Deadline deadline) { m_database.SetDeadline(deadline); }
 
-    // Puts all entries on the disk, or none.
-    void Insert(const std::vector<const LogEntry*>& vecEntry);
+    const std::string& Notice() const { return m_database.Notice(); }
+
+    // Puts all entries on the disk, or none that is told. When the disk fails at the last step a
+    // change may be there all the same, and come to light when the log is opened anew: each entry
+    // keeps the row that it had, and one that is found there is written again in its place.
+    void Insert(const std::vector<LogEntry*>& vecEntry);
 
 private:
     void Prepare();
-    void Insert(const LogEntry& entry);
+    void Insert(LogEntry& entry);
+    void KeepRow(LogEntry& entry) const;
+    bool IsThere(const LogEntry& entry);
+    void BindFields(Statement& statement, const LogEntry& entry);
 
     const std::string m_strFile;
     const bool m_bFullSync;
     Database m_database;
     std::unique_ptr<Statement> m_pInsert;
-    Identity m_identity;
+    std::unique_ptr<Statement> m_pFind;
+    std::string m_strTime;  // bound while a statement runs
 };
 
 }  // namespace zemb

@@ -1,6 +1,5 @@
-#include "embedded/escape.h"
+#include "embedded/database_wal.h"
 #include "embedded/operlog_database.h"
-#include "embedded/state_folder.h"
 #include "zemb/operlog_store.h"
 
 #include <sys/stat.h>
@@ -119,21 +118,10 @@ bool IsOwn(const std::string& strFile) {
     return geteuid() == 0 || (stat(strFile.c_str(), &status) == 0 && status.st_uid == geteuid());
 }
 
-// What is behind "//" up to the next "/" would be a host.
-std::string UriOf(const std::string& strPath) {
-    std::string strUri = strPath.front() == '/' ? "file://" : "file:";
-    for (const char c : strPath)
-        if (c == '%' || c == '?' || c == '#') {
-            strUri += '%';
-            AppendHex(c, strUri);
-        } else {
-            strUri += c;
-        }
-    return strUri;
-}
-
-// A connection of a reader; null when there is no log yet.
-std::unique_ptr<Database> OpenToRead() {
+// A connection of a reader, or of one who changes what is there; null when there is no log yet.
+// What was wrong with its write-ahead log goes to fnTell.
+std::unique_ptr<Database> OpenLog(Database::Access access,
+                                  const std::function<void(const std::string&)>& fnTell) {
     const std::string strFile = OperLogFile();
     if (strFile.empty())
         throw DatabaseError(SQLITE_CANTOPEN, "there is no state folder");
@@ -142,16 +130,28 @@ std::unique_ptr<Database> OpenToRead() {
     // What nobody has open is read as it stands: companions that a stranger makes beside it would
     // keep its owner out.
     const bool bForeign = !IsOwn(strFile) && !std::filesystem::exists(strFile + "-wal");
-    auto pDatabase =
-        bForeign ? std::make_unique<Database>(
-                       UriOf(strFile) + "?immutable=1",
-                       SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX, LongestWait())
-                 : std::make_unique<Database>(strFile, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
-                                              LongestWait());
+    auto pDatabase = std::make_unique<Database>(
+        strFile, bForeign ? Database::Access::Frozen : access, LongestWait());
+    if (!pDatabase->Notice().empty())
+        fnTell(pDatabase->Notice());
     if (VersionOf(*pDatabase, strFile) == 0)
         return nullptr;
-    pDatabase->Run("PRAGMA case_sensitive_like = ON");
+    if (access == Database::Access::Read)
+        pDatabase->Run("PRAGMA case_sensitive_like = ON");
     return pDatabase;
+}
+
+// What damaged write-ahead logs were kept: entries in them may be nowhere else.
+std::vector<std::string> KeptWals() {
+    std::vector<std::string> vecKept;
+    const std::string strFile = OperLogFile();
+    std::error_code ignored;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::filesystem::path(strFile).parent_path(), ignored))
+        if (IsDamagedWalOf(strFile, entry.path().string()))
+            vecKept.push_back("acknowledged entries may be in " + entry.path().string() +
+                              ", a write-ahead log that was found damaged, and nowhere else");
+    return vecKept;
 }
 
 // Runs fn; false, with the text, when it throws.
@@ -177,7 +177,7 @@ bool ReadOperLog(const OperLogFilter& filter, const std::function<bool(const Ope
                  std::string& strError) {
     return Try(strError, [&] {
         const Where where(filter);
-        const std::unique_ptr<Database> pDatabase = OpenToRead();
+        const std::unique_ptr<Database> pDatabase = OpenLog(Database::Access::Read, TellOfOperLog);
         if (pDatabase == nullptr)
             return;
         std::string strSql =
@@ -196,9 +196,8 @@ bool PruneOperLog(const std::string& strBefore, long long& nDeleted, std::string
     nDeleted = 0;
     return Try(strError, [&] {
         const std::string strTime = TimeOf(strBefore);
-        if (std::filesystem::exists(OperLogFile()))
-            MakeStateFile(OperLogFile());  // refuses a link
-        const std::unique_ptr<Database> pDatabase = OpenToRead();
+        const std::unique_ptr<Database> pDatabase =
+            OpenLog(Database::Access::Change, TellOfOperLog);
         if (pDatabase == nullptr)
             return;
         // Not all at once: writers come in between.
@@ -218,10 +217,12 @@ bool PruneOperLog(const std::string& strBefore, long long& nDeleted, std::string
 }
 
 std::vector<std::string> VerifyOperLog() {
-    std::vector<std::string> vecProblem;
+    std::vector<std::string> vecProblem = KeptWals();
     std::string strError;
     const bool bRead = Try(strError, [&] {
-        const std::unique_ptr<Database> pDatabase = OpenToRead();
+        const std::unique_ptr<Database> pDatabase =
+            OpenLog(Database::Access::Read,
+                    [&](const std::string& strNotice) { vecProblem.push_back(strNotice); });
         if (pDatabase == nullptr)
             return;
         Statement statement(*pDatabase, "PRAGMA integrity_check");

@@ -2,13 +2,16 @@
 
 #include "embedded/database.h"
 #include "embedded/fault_point.h"
-#include "embedded/state_folder.h"
 #include "zemb/control.h"
 #include "zemb/settings.h"
 
 #include <filesystem>
 #include <memory>
+#include <mutex>
 
+// A table of values in a database of its own. Writing opens it each time; reading one value, which
+// the library does often, keeps its connection and its statement, and opens them anew when the path
+// leads to another file. In a write-ahead log readers wait for nobody.
 namespace zemb {
 
 namespace {
@@ -22,23 +25,71 @@ std::string FileOf() {
     return strState + "/usercfg.db";
 }
 
-std::unique_ptr<Database> Open(int nFlags) {
-    return std::make_unique<Database>(FileOf(), nFlags | SQLITE_OPEN_NOMUTEX,
-                                      std::chrono::steady_clock::now() + WAIT_MOST);
+Database::Deadline LongestWait() {
+    return std::chrono::steady_clock::now() + WAIT_MOST;
 }
+
+bool HasValues(Database& database) {
+    return database.Number("SELECT count(*) FROM sqlite_master WHERE name = 'usercfg'") != 0;
+}
+
+class KeptReader {
+public:
+    bool Get(const std::string& strSection, const std::string& strKey, std::string& strValue) {
+        std::lock_guard<std::mutex> guard(m_lock);
+        if (!OpenIfNeeded(FileOf()))
+            return false;
+        m_pDatabase->SetDeadline(LongestWait());
+        try {
+            m_pFind->Bind(1, strSection);
+            m_pFind->Bind(2, strKey);
+            const bool bFound = m_pFind->Step();
+            if (bFound)
+                strValue = m_pFind->Text(0);
+            m_pFind->Reset();
+            return bFound;
+        } catch (...) {
+            m_pFind.reset();
+            m_pDatabase.reset();
+            throw;
+        }
+    }
+
+private:
+    // False when there are no values.
+    bool OpenIfNeeded(const std::string& strFile) {
+        if (m_pFind != nullptr && strFile == m_strFile && m_pDatabase->IsInPlace())
+            return true;
+        m_pFind.reset();
+        m_pDatabase.reset();
+        if (!std::filesystem::exists(strFile))
+            return false;
+        m_strFile = strFile;
+        m_pDatabase = std::make_unique<Database>(strFile, Database::Access::Read, LongestWait());
+        if (HasValues(*m_pDatabase))
+            m_pFind = std::make_unique<Statement>(
+                *m_pDatabase, "SELECT value FROM usercfg WHERE section = ?1 AND key = ?2");
+        return m_pFind != nullptr;
+    }
+
+    std::mutex m_lock;
+    std::string m_strFile;
+    std::unique_ptr<Database> m_pDatabase;
+    std::unique_ptr<Statement> m_pFind;  // null while there are no values
+};
+
+PerProcess<KeptReader> g_reader;
 
 }  // namespace
 
 bool SetUserCfg(const UserCfgItem& item, std::string& strError) {
     try {
-        MakeStateFile(FileOf());
-        const std::unique_ptr<Database> pDatabase =
-            Open(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-        pDatabase->UseWal();
-        pDatabase->Run(
+        Database database(FileOf(), Database::Access::Write, LongestWait());
+        database.UseWal();
+        database.Run(
             "CREATE TABLE IF NOT EXISTS usercfg (section TEXT, key TEXT, value TEXT, PRIMARY KEY "
             "(section, key))");
-        Statement statement(*pDatabase, "INSERT OR REPLACE INTO usercfg VALUES (?1, ?2, ?3)");
+        Statement statement(database, "INSERT OR REPLACE INTO usercfg VALUES (?1, ?2, ?3)");
         statement.Bind(1, item.strSection);
         statement.Bind(2, item.strKey);
         statement.Bind(3, item.strValue);
@@ -54,10 +105,10 @@ bool ReadUserCfg(std::vector<UserCfgItem>& vecItem, std::string& strError) {
     try {
         if (!std::filesystem::exists(FileOf()))
             return true;
-        const std::unique_ptr<Database> pDatabase = Open(SQLITE_OPEN_READWRITE);
-        if (pDatabase->Number("SELECT count(*) FROM sqlite_master WHERE name = 'usercfg'") == 0)
+        Database database(FileOf(), Database::Access::Read, LongestWait());
+        if (!HasValues(database))
             return true;
-        Statement statement(*pDatabase,
+        Statement statement(database,
                             "SELECT section, key, value FROM usercfg ORDER BY section, key");
         while (statement.Step())
             vecItem.push_back({statement.Text(0), statement.Text(1), statement.Text(2)});
@@ -75,17 +126,8 @@ namespace FrameUtil {
 bool GetUserCfgInfo(const std::string& strSection, const std::string& strKey,
                     std::string& strValue) noexcept {
     try {
-        if (zemb::IsFaultyNoThrow("GetUserCfgInfo") || !std::filesystem::exists(zemb::FileOf()))
-            return false;
-        const std::unique_ptr<zemb::Database> pDatabase = zemb::Open(SQLITE_OPEN_READWRITE);
-        zemb::Statement statement(*pDatabase,
-                                  "SELECT value FROM usercfg WHERE section = ?1 AND key = ?2");
-        statement.Bind(1, strSection);
-        statement.Bind(2, strKey);
-        if (!statement.Step())
-            return false;
-        strValue = statement.Text(0);
-        return true;
+        return !zemb::IsFaultyNoThrow("GetUserCfgInfo") &&
+               zemb::g_reader.Get().Get(strSection, strKey, strValue);
     } catch (...) {
         return false;
     }

@@ -1,0 +1,245 @@
+#include "embedded/database_wal.h"
+
+#include "embedded/fork_gate.h"
+#include "embedded/state_folder.h"
+
+#include <endian.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <mutex>
+#include <set>
+#include <system_error>
+#include <vector>
+
+// A write-ahead log is a header of 32 octets and frames of 24 octets with a page each. The header
+// names the generation of the log by two numbers, the salts, which each frame repeats: frames of an
+// older generation stay behind those of the newest. A check sum runs through header and frames, so
+// the log ends for SQLite at the first frame that does not continue it. Behind that frame there may
+// be, in a log that nobody has damaged, the beginning of a change that was being written when its
+// process died: one frame at most that is not whole, and never the frame that ends a change. A last
+// frame of a change of this generation behind the end therefore tells of damage, and so does a
+// whole frame that ends the file and is wrong. (After a failed synchronisation and a smaller change
+// in its place it may be a false alarm; what was kept then does no harm.)
+namespace zemb {
+
+namespace {
+
+constexpr std::size_t HEADER_BYTES = 32;
+constexpr std::size_t FRAME_HEADER_BYTES = 24;
+constexpr std::uint32_t MAGIC = 0x377F0682;  // the lowest bit: check sums of big-endian words
+constexpr std::uint32_t FORMAT = 3007000;
+constexpr std::size_t PAGE_LEAST = 512;
+constexpr std::size_t PAGE_MOST = 65536;
+constexpr std::size_t COPIED_AT_ONCE = 1U << 16;
+
+using Octets = unsigned char;
+using Sum = std::array<std::uint32_t, 2>;
+
+std::uint32_t WordAt(const Octets* pOctets) {
+    std::uint32_t nWord = 0;
+    std::memcpy(&nWord, pOctets, sizeof nWord);
+    return be32toh(nWord);
+}
+
+// Continues a check sum over octets, eight at a time.
+void Add(Sum& sum, bool bBigEndian, const Octets* pOctets, std::size_t nOctets) {
+    for (std::size_t i = 0; i < nOctets; i += 8) {
+        std::uint32_t arrWord[2];
+        std::memcpy(arrWord, pOctets + i, sizeof arrWord);
+        sum[0] += (bBigEndian ? be32toh(arrWord[0]) : le32toh(arrWord[0])) + sum[1];
+        sum[1] += (bBigEndian ? be32toh(arrWord[1]) : le32toh(arrWord[1])) + sum[0];
+    }
+}
+
+// The descriptor of a file that is only read here. SQLite puts no locks on a write-ahead log, so it
+// may be opened and closed beside SQLite.
+class WalFile {
+public:
+    explicit WalFile(const std::string& strFile)
+        : m_nFile(open(strFile.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)) {
+        struct stat status {};
+        if (m_nFile != -1 && fstat(m_nFile, &status) == 0 && S_ISREG(status.st_mode))
+            m_nSize = static_cast<std::uint64_t>(status.st_size);
+    }
+    ~WalFile() {
+        if (m_nFile != -1)
+            close(m_nFile);
+    }
+    WalFile(const WalFile&) = delete;
+    WalFile& operator=(const WalFile&) = delete;
+
+    // As long as it was when it was opened; 0 for no file.
+    std::uint64_t Size() const { return m_nSize; }
+
+    bool Read(std::uint64_t nFrom, Octets* pOctets, std::size_t nOctets) const {
+        return pread(m_nFile, pOctets, nOctets, static_cast<off_t>(nFrom)) ==
+               static_cast<ssize_t>(nOctets);
+    }
+
+private:
+    const int m_nFile;
+    std::uint64_t m_nSize = 0;
+};
+
+struct Damage {
+    std::uint64_t nFrame = 0;    // the first that is not as it was written, from 1; 0: the header
+    std::uint64_t nChanges = 0;  // that end behind it
+};
+
+class WalReader {
+public:
+    explicit WalReader(const WalFile& file) : m_file(file) {}
+
+    // The generation in hexadecimal digits; "" when there is no header.
+    std::string Generation() {
+        if (!m_file.Read(0, m_arrHeader, HEADER_BYTES))
+            return "";
+        char szSalts[17];
+        std::snprintf(szSalts, sizeof szSalts, "%08x%08x", WordAt(m_arrHeader + 16),
+                      WordAt(m_arrHeader + 20));
+        return szSalts;
+    }
+
+    // After Generation(). False for a log that ends as it may.
+    bool FindDamage(Damage& damage) {
+        damage = {};
+        if (!IsHeaderGood())
+            return m_file.Size() > HEADER_BYTES;
+        std::vector<Octets> vecFrame(FRAME_HEADER_BYTES + m_nPage);
+        std::uint64_t nFrame = 0;
+        while (ReadFrame(nFrame, vecFrame) && Continues(vecFrame))
+            ++nFrame;
+        damage.nFrame = nFrame + 1;
+        const std::uint64_t nFrames = (m_file.Size() - HEADER_BYTES) / vecFrame.size();
+        const bool bEndsFile = m_file.Size() == HEADER_BYTES + (nFrame + 1) * vecFrame.size();
+        damage.nChanges = bEndsFile && IsOfThisGeneration(nFrame) ? 1 : 0;
+        for (std::uint64_t n = nFrame + 1; n < nFrames; ++n)
+            if (IsOfThisGeneration(n) && WordAt(m_arrFrame + 4) != 0)
+                ++damage.nChanges;
+        return damage.nChanges != 0;
+    }
+
+private:
+    bool IsHeaderGood() {
+        m_bBigEndian = (WordAt(m_arrHeader) & 1U) != 0;
+        m_nPage = WordAt(m_arrHeader + 8);
+        m_sum = {};
+        Add(m_sum, m_bBigEndian, m_arrHeader, 24);
+        return (WordAt(m_arrHeader) & ~1U) == MAGIC && WordAt(m_arrHeader + 4) == FORMAT &&
+               m_nPage >= PAGE_LEAST && m_nPage <= PAGE_MOST && (m_nPage & (m_nPage - 1)) == 0 &&
+               IsSum(m_arrHeader + 24);
+    }
+
+    bool ReadFrame(std::uint64_t nFrame, std::vector<Octets>& vecFrame) const {
+        return m_file.Read(HEADER_BYTES + nFrame * vecFrame.size(), vecFrame.data(),
+                           vecFrame.size());
+    }
+
+    // Also moves the check sum on.
+    bool Continues(const std::vector<Octets>& vecFrame) {
+        if (std::memcmp(vecFrame.data() + 8, m_arrHeader + 16, 8) != 0 ||
+            WordAt(vecFrame.data()) == 0)
+            return false;
+        Add(m_sum, m_bBigEndian, vecFrame.data(), 8);
+        Add(m_sum, m_bBigEndian, vecFrame.data() + FRAME_HEADER_BYTES, m_nPage);
+        return IsSum(vecFrame.data() + 16);
+    }
+
+    bool IsOfThisGeneration(std::uint64_t nFrame) {
+        return m_file.Read(HEADER_BYTES + nFrame * (FRAME_HEADER_BYTES + m_nPage), m_arrFrame,
+                           FRAME_HEADER_BYTES) &&
+               std::memcmp(m_arrFrame + 8, m_arrHeader + 16, 8) == 0;
+    }
+
+    bool IsSum(const Octets* pOctets) const {
+        return WordAt(pOctets) == m_sum[0] && WordAt(pOctets + 4) == m_sum[1];
+    }
+
+    const WalFile& m_file;
+    Octets m_arrHeader[HEADER_BYTES] = {};
+    Octets m_arrFrame[FRAME_HEADER_BYTES] = {};
+    bool m_bBigEndian = false;
+    std::size_t m_nPage = 0;
+    Sum m_sum{};
+};
+
+// What a process has looked at.
+struct Seen {
+    std::mutex lock;
+    std::set<std::string> setLog;
+};
+PerProcess<Seen> g_seen;
+
+bool IsSeen(const std::string& strLog) {
+    Seen& seen = g_seen.Get();
+    std::lock_guard<std::mutex> guard(seen.lock);
+    return !seen.setLog.insert(strLog).second;
+}
+
+void Forget(const std::string& strLog) {
+    Seen& seen = g_seen.Get();
+    std::lock_guard<std::mutex> guard(seen.lock);
+    seen.setLog.erase(strLog);
+}
+
+std::string CopyName(const std::string& strDatabase) {
+    return strDatabase + ".damaged-wal-";
+}
+
+void Copy(const WalFile& file, int nTarget, const std::string& strTarget) {
+    std::vector<Octets> vecPart(COPIED_AT_ONCE);
+    for (std::uint64_t nAt = 0; nAt < file.Size();) {
+        const std::size_t nPart =
+            static_cast<std::size_t>(std::min<std::uint64_t>(vecPart.size(), file.Size() - nAt));
+        errno = EIO;
+        if (!file.Read(nAt, vecPart.data(), nPart) ||
+            write(nTarget, vecPart.data(), nPart) != static_cast<ssize_t>(nPart))
+            throw std::system_error(errno, std::generic_category(), strTarget);
+        nAt += nPart;
+    }
+}
+
+}  // namespace
+
+bool IsDamagedWalOf(const std::string& strDatabase, const std::string& strFile) {
+    return strFile.compare(0, CopyName(strDatabase).size(), CopyName(strDatabase)) == 0;
+}
+
+std::string KeepDamagedWal(const std::string& strFile) {
+    const WalFile file(strFile + "-wal");
+    if (file.Size() == 0)
+        return "";
+    WalReader reader(file);
+    const std::string strGeneration = reader.Generation();
+    const std::string strSeen = strFile + " " + strGeneration;
+    if (strGeneration.empty() || IsSeen(strSeen))
+        return "";
+    // A second look: a process may have written what the first one met half done, or have begun a
+    // new generation, whose header is written before its frames.
+    Damage damage;
+    if (!reader.FindDamage(damage) || !reader.FindDamage(damage) ||
+        reader.Generation() != strGeneration)
+        return "";
+    const std::string strCopy = CopyName(strFile) + strGeneration;
+    try {
+        PlaceNewFile(strCopy, [&](int nTarget) { Copy(file, nTarget, strCopy); });
+    } catch (...) {
+        Forget(strSeen);  // the next one tries again
+        throw;
+    }
+    return strFile + "-wal is damaged at " +
+           (damage.nFrame == 0 ? "its beginning" : "frame " + std::to_string(damage.nFrame)) +
+           (damage.nChanges == 0 ? ""
+                                 : ": " + std::to_string(damage.nChanges) + " changes behind") +
+           "; it is kept as " + strCopy;
+}
+
+}  // namespace zemb
