@@ -44,6 +44,7 @@ void AfterForkInParent() {
 
 // The gate is made anew: it may count threads that waited for it and do not exist here.
 void AfterForkInChild() {
+    AfterForkInParent();
     MakeGate();
     ++g_nForks;
 }
