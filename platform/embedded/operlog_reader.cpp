@@ -1,3 +1,4 @@
+#include "base/cancel_hold.h"
 #include "embedded/escape.h"
 #include "embedded/operlog_database.h"
 #include "embedded/state_folder.h"
@@ -157,6 +158,7 @@ std::unique_ptr<Database> OpenToRead() {
 // Runs fn; false, with the text, when it throws.
 template <class Fn>
 bool Try(std::string& strError, Fn fn) {
+    const base::CancelHold hold;
     try {
         fn();
         return true;

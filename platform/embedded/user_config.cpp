@@ -1,5 +1,6 @@
 #include "zemb/user_config.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/database.h"
 #include "embedded/fault_point.h"
 #include "embedded/state_folder.h"
@@ -30,6 +31,7 @@ std::unique_ptr<Database> Open(int nFlags) {
 }  // namespace
 
 bool SetUserCfg(const UserCfgItem& item, std::string& strError) {
+    const base::CancelHold hold;
     try {
         MakeStateFile(FileOf());
         const std::unique_ptr<Database> pDatabase =
@@ -51,6 +53,7 @@ bool SetUserCfg(const UserCfgItem& item, std::string& strError) {
 }
 
 bool ReadUserCfg(std::vector<UserCfgItem>& vecItem, std::string& strError) {
+    const base::CancelHold hold;
     try {
         if (!std::filesystem::exists(FileOf()))
             return true;
@@ -74,6 +77,7 @@ namespace FrameUtil {
 
 bool GetUserCfgInfo(const std::string& strSection, const std::string& strKey,
                     std::string& strValue) noexcept {
+    const base::CancelHold hold;
     try {
         if (zemb::IsFaultyNoThrow("GetUserCfgInfo") || !std::filesystem::exists(zemb::FileOf()))
             return false;
