@@ -10,12 +10,18 @@ endforeach()
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tovelkarin)
 
 install(DIRECTORY include/tovelkarin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# Linking is what loads the module, also into a process that calls nothing of the library: without this
+# "--as-needed", which many distributions pass to the linker, leaves it out. One item, as items of their
+# own are reordered. In the .pc file it stands likewise.
+target_link_libraries(tovelkarin INTERFACE
+  $<INSTALL_INTERFACE:-Wl,--push-state,--no-as-needed,$<TARGET_FILE:tovelkarin::tovelkarin>,--pop-state>)
 install(TARGETS tovelkarin EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TOVELKARIN_PLATFORM STREQUAL "embedded")
   install(DIRECTORY platform/include/zemb platform/embedded/include/zemb
           DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-  # Who finds the library finds the platform beside it, wherever the prefix is.
-  set_target_properties(tovelkarin PROPERTIES INSTALL_RPATH "$ORIGIN")
+  # Who finds the library finds the platform beside it, wherever the prefix is; and the platform finds
+  # the modules beside it that a root names.
+  set_target_properties(tovelkarin zembedded PROPERTIES INSTALL_RPATH "$ORIGIN")
   install(TARGETS zembedded EXPORT tovelkarin LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
   install(DIRECTORY share/asn share/root share/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/tovelkarin)
 endif()

@@ -1,5 +1,6 @@
 #include "tovelkarin/telangresmgr.h"
 
+#include "base/cancel_hold.h"
 #include "config/root_path.h"
 #include "trace/trace_line.h"
 #include "util/read_file.h"
@@ -45,6 +46,7 @@ TELangResMgr::TELangResMgr() : m_bLoaded(false), m_pHidden(std::make_unique<Hidd
 TELangResMgr::~TELangResMgr() = default;
 
 bool TELangResMgr::GetLangPath(const char* szDir, std::string& strOutPath) {
+    const base::CancelHold hold;
     bool bFound = false;
     GuardedCall([&] {
         const std::string strRoot = NSTE_util::GetZEMBRootPath();
@@ -77,6 +79,7 @@ int TELangResMgr::LoadLangFile(const char* szDir, const char** arrFile) {
 }
 
 int TELangResMgr::LoadLangFileImpl(const char* szPath) {
+    const base::CancelHold hold;
     int nResult = -1;
     GuardedCall([&] {
         struct stat info {};

@@ -1,4 +1,6 @@
 #include "config/tnreqtimeoutimpl.h"
+
+#include "base/cancel_hold.h"
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/trace_line.h"
@@ -96,6 +98,7 @@ int TNReqTimeoutImpl::LoadTimeoutCfgFile(const std::string& strFile) {
 }
 
 int TNReqTimeoutImpl::Load_nolock(const std::string& strFile) {
+    const base::CancelHold hold;
     m_bLoadSuccess = false;
     if (&strFile != &m_strCfgFile)
         m_strCfgFile = strFile;

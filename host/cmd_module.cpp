@@ -1,6 +1,7 @@
 #include "command.h"
 #include "root_files.h"
 
+#include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/utilif.h"
 
 #include "zemb/module.h"
@@ -8,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <map>
 #include <memory>
 
 namespace host {
@@ -65,6 +67,24 @@ constexpr SettingRow SETTINGS[] = {
 };
 // clang-format on
 
+// What the start has loaded because the file says so; mostly nothing.
+void ShowNamedModules(const Session& session, const std::string& strFile,
+                      std::vector<std::vector<std::string>>& vecRow) {
+    std::map<std::string, std::string> mapItem;
+    if (!NSTN_util::IsFile(strFile) || NSTN_util::ReadCfgItemFromFile(strFile, mapItem) != 0)
+        return;
+    const auto it = mapItem.find("modules");
+    if (it == mapItem.end())
+        return;
+    vecRow.push_back({it->first, it->second, strFile});
+    Json::Value record;
+    record["setting"] = it->first;
+    record["value"] = it->second;
+    record["from"] = strFile;
+    if (session.out.IsJson())
+        session.out.Put("", record);
+}
+
 int ShowSettings(Session& session) {
     const std::string strRoot = NSTE_util::GetZEMBRootPath();
     const std::string strEms =
@@ -88,6 +108,7 @@ int ShowSettings(Session& session) {
         if (session.out.IsJson())
             session.out.Put("", record);
     }
+    ShowNamedModules(session, strTrans, vecRow);
     session.out.Say(Table(vecRow));
     return DONE;
 }

@@ -7,6 +7,8 @@
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
 
+#include "zemb/text.h"
+
 #include <algorithm>
 #include <map>
 #include <utility>
@@ -21,9 +23,10 @@ const std::map<std::string, std::vector<std::string>> KNOWN_FILES = {
     {"ems.cfg",
      {"bEnableInt3", "bEnableLog", "bEnableAsnLog", "bEnableMmlTrace", "overtime_low",
       "overtime_mid", "overtime_high"}},
-    {"trans_ems.cfg", {"VCNExportInterval"}},
+    {"trans_ems.cfg", {"VCNExportInterval", "modules"}},
     {"common.cfg", {"AdvanceAsnTrace", "bExplicityTrace"}},
 };
+constexpr const char* TEXT_KEY = "modules";  // of the known ones; all others are numbers
 constexpr const char* CLAMPED_KEY = "VCNExportInterval";
 constexpr int CLAMPED_BELOW = 300;
 
@@ -86,6 +89,8 @@ private:
                 "'" + strKey + "' again: this line counts, not the one at " + it->second.Text());
             it->second = place;
         }
+        if (m_pKnown != nullptr && strKey == TEXT_KEY)
+            return CheckModules(place, strValue, nValue);
         if ((m_pKnown != nullptr || LooksLikeNumber(strValue)) && !NSTN_util::isHexDecStr(strValue))
             Add(ESeverity::WARNING, place, nValue,
                 "'" + strValue + "' is read as text only, not as an integer",
@@ -96,6 +101,19 @@ private:
                     std::to_string(NSTN_util::HexDecStr2Int(strValue)) + ", its low 32 bits",
                 "a number that 32 bits hold");
         CheckKnown(place, strKey, strValue, nValue);
+    }
+
+    // Shared objects by plain names are the loader's to find, and what is under the root is not
+    // known here.
+    void CheckModules(const Place& place, const std::string& strValue, std::size_t nValue) {
+        for (const std::string& strPiece : NSTE_util::Token(strValue, ',')) {
+            const std::string strName = NSTN_util::Trim(strPiece.c_str());
+            if (!strName.empty() && strName.front() == '/' && !NSTN_util::IsFile(strName))
+                Add(ESeverity::ERROR, place, nValue + strPiece.find(strName),
+                    "'" + strName + "' is no file: the start fails",
+                    "shared objects, separated by commas");
+            nValue += strPiece.size() + 1;
+        }
     }
 
     void CheckKnown(const Place& place, const std::string& strKey, const std::string& strValue,

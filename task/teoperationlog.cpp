@@ -1,5 +1,6 @@
 #include "tovelkarin/teoperationlog.h"
 
+#include "base/cancel_hold.h"
 #include "task/operlog_cut.h"
 #include "task/operlog_handler.h"
 #include "trace/trace_line.h"
@@ -112,6 +113,7 @@ void PrintResult(const std::string& strInfo, unsigned long nResult) {
 }  // namespace
 
 void SOperateLogInfor::Printf() const {
+    const base::CancelHold hold;
     PrintHead("SOperateLogInfor", nUserId, nIpAddr, nCmd, nType);
     ACE_OS::printf("\n nNeId    :%d", nNeId);
     PrintResult(sOperInfo, nResult);
@@ -119,6 +121,7 @@ void SOperateLogInfor::Printf() const {
 }
 
 void SOperateLogforObj::Printf() const {
+    const base::CancelHold hold;
     PrintHead("SOperateLogforObj", nUserId, nIpAddr, nCmd, nType);
     ACE_OS::printf("\n nDwdmId    :%d", nDwdmId);
     PrintPort(nNeId, nBoardId, nPortId);
@@ -126,6 +129,7 @@ void SOperateLogforObj::Printf() const {
 }
 
 void SOperateLogforPortObj::Printf() const {
+    const base::CancelHold hold;
     PrintHead("SOperateLogforPortObj", nUserId, nIpAddr, nCmd, nType);
     PrintPort(nNeId, nBoardId, nPortId);
     PrintResult(sOperInfo, nResult);

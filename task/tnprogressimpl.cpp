@@ -67,9 +67,20 @@ TNProgressImpl::TNProgressImpl() = default;
 
 TNProgressImpl::~TNProgressImpl() = default;
 
-const ClientMissionID* TNProgressImpl::FindMission(ZembGnlTask* pTask) const {
+const ClientMissionID* TNProgressImpl::FindMission(ZembGnlTask* pTask) {
     const auto it = m_mapTaskMission.find(pTask);
-    return it == m_mapTaskMission.end() ? nullptr : &it->second;
+    if (it == m_mapTaskMission.end())
+        return nullptr;
+    if (m_mapTaskId[pTask] == pTask->GetTaskId())
+        return &it->second;
+    Forget(pTask);
+    return nullptr;
+}
+
+void TNProgressImpl::Forget(ZembGnlTask* pTask) {
+    m_mapTaskMission.erase(pTask);
+    m_mapTaskSection.erase(pTask);
+    m_mapTaskId.erase(pTask);
 }
 
 void TNProgressImpl::Register(long lMission, ZembGnlTask* pTask) {
@@ -83,6 +94,9 @@ void TNProgressImpl::Register(long lMission, ZembGnlTask* pTask) {
         const ClientMissionID mission(static_cast<std::uint32_t>(lMission), pReqMsg);
         ProgressMgr::Instance()->Register(mission, pTask);
         // Deliberate: the first registration stays.
+        if (FindMission(pTask) != nullptr)
+            return;
+        m_mapTaskId[pTask] = pTask->GetTaskId();
         m_mapTaskMission.emplace(pTask, mission);
     });
 }
@@ -93,8 +107,7 @@ void TNProgressImpl::UnRegister(ZembGnlTask* pTask) {
     GuardedCall([&] {
         const Guard guard(*this);
         ProgressMgr::Instance()->UnRegister(pTask);
-        m_mapTaskMission.erase(pTask);
-        m_mapTaskSection.erase(pTask);
+        Forget(pTask);
     });
 }
 
@@ -170,8 +183,10 @@ void TNProgressImpl::SendSectionStep(const char* szDesc) {
     GuardedCall([&] {
         const Guard guard(*this);
         ZembGnlTask* const pTask = ZembGetCurrentTask();
+        if (FindMission(pTask) == nullptr)
+            return;
         const auto it = m_mapTaskSection.find(pTask);
-        if (pTask == nullptr || it == m_mapTaskSection.end())
+        if (it == m_mapTaskSection.end())
             return;
         TNProgressSection& section = it->second;
         if (section.nCurStep >= section.nSteps)

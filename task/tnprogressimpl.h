@@ -11,6 +11,7 @@
 #include <pthread.h>
 
 #include <atomic>
+#include <cstdint>
 #include <map>
 #include <optional>
 
@@ -57,10 +58,13 @@ private:
         std::optional<NSTN_util::SpinGuard<ACE_Thread_Mutex>> m_guard;
     };
 
-    const ClientMissionID* FindMission(ZembGnlTask* pTask) const;
+    // Of a task that is alive; what one that ended at its address has left behind is forgotten.
+    const ClientMissionID* FindMission(ZembGnlTask* pTask);
+    void Forget(ZembGnlTask* pTask);
 
     std::map<ZembGnlTask*, ClientMissionID> m_mapTaskMission;
     std::map<ZembGnlTask*, TNProgressSection> m_mapTaskSection;
+    std::map<ZembGnlTask*, std::uint32_t> m_mapTaskId;  // whose mission and section these are
     ACE_Thread_Mutex m_lock;
     std::atomic<pthread_t> m_owner{};  // of the lock
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/cancel_hold.h"
 #include "util/open_file.h"
 
 #include <cerrno>
@@ -8,7 +9,7 @@
 
 namespace NSTN_util {
 
-// Writes text to a file by large blocks.
+// Writes text to a file by large blocks. A cancel of the thread waits as long as it lives.
 class FileWriter {
 public:
     // szMode as for fopen: "w" or "a".
@@ -52,6 +53,7 @@ private:
             m_nError = nError;
     }
 
+    const base::CancelHold m_hold;
     OpenFile m_file;
     int m_nError = 0;
     std::string m_strBlock;

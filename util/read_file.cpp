@@ -1,5 +1,7 @@
 #include "util/read_file.h"
 
+#include "base/cancel_hold.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -76,6 +78,7 @@ OpenFile OpenToRead(const std::string& strFile, struct stat& info) {
 
 EReadFile ReadBlocks(const std::string& strFile,
                      const std::function<bool(std::string_view)>& take) {
+    const base::CancelHold hold;
     struct stat info {};
     const OpenFile file = OpenToRead(strFile, info);
     if (file == nullptr)
@@ -102,6 +105,7 @@ EReadFile ReadBlocks(const std::string& strFile,
 }
 
 EReadFile ReadFile(const std::string& strFile, std::string& strText) {
+    const base::CancelHold hold;
     strText.clear();
     try {
         return ReadWhole(strFile, strText);

@@ -1,5 +1,6 @@
 #include "tovelkarin/tnnereply.h"
 
+#include "base/cancel_hold.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/number_text.h"
 #include "trace/trace_line.h"
@@ -129,6 +130,7 @@ int GetUserID() {
 }
 
 bool GetBoolIntEnvVarFromDB(const std::string& strSection, const std::string& strKey, int& nValue) {
+    const base::CancelHold hold;
     std::string strValue;
     bool bRead = false;
     GuardedCall([&] { bRead = FrameUtil::GetUserCfgInfo(strSection, strKey, strValue); });

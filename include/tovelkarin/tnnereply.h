@@ -47,7 +47,9 @@ TN_API int GetUserID();
 
 // Sets nValue to a setting of the user configuration, read as by strtol: true. False, with nValue
 // untouched, for an empty section, a setting that is not there, and one that is empty or a blank
-// (line: "GetUserCfgInfo Error, please check db info", printed to standard output, too).
+// (line: "GetUserCfgInfo Error, please check db info", printed to standard output, too). Cost: the
+// embedded platform asks its database at each call, and waits up to two seconds while another
+// program writes there; a caller that needs a value often keeps it.
 TN_API bool GetBoolIntEnvVarFromDB(const std::string& strSection, const std::string& strKey,
                                    int& nValue);
 

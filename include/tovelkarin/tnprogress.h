@@ -29,7 +29,8 @@ public:
     // platform learns of each one; here the first one stays. Without a request message the mission
     // is all ones (assertion line 48 of "tnprogressimpl"). Null does nothing.
     virtual void Register(long lMission, ZembGnlTask* pTask) = 0;
-    // Forgets a task, its missions and its section. Null does nothing.
+    // Forgets a task, its missions and its section. Null does nothing. What a task that has ended
+    // without it leaves is not taken for that of a later task, which may stand at the same address.
     virtual void UnRegister(ZembGnlTask* pTask) = 0;
 
     // Whether somebody has asked the task to stop.

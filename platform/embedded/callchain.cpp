@@ -1,5 +1,6 @@
 #include "zemb/callchain.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
 #include "embedded/state_folder.h"
 #include "zemb/control.h"
@@ -24,6 +25,7 @@ class CallChainFile final : public NSTE_util::CallChainMgr {
 public:
     // One write a record: whole lines in the file, none lost when the process dies.
     bool Write(const std::string& strRecord) override {
+        const base::CancelHold hold;
         if (IsFaulty("CallChainMgr::Write"))
             return false;
         const std::string strFile = CallChainLog();

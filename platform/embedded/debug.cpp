@@ -1,5 +1,6 @@
 #include "zemb/debug.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
 #include "embedded/log_file.h"
 #include "zemb/control.h"
@@ -131,6 +132,7 @@ public:
     }
 
     void Write(std::string_view strKind, std::string_view strText) {
+        const base::CancelHold hold;
         if (AllTaps().Pass(m_strModule, strKind, strText))
             m_file.Write(strKind, strText);
     }

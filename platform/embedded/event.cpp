@@ -1,5 +1,6 @@
 #include "zemb/event.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
 #include "embedded/thrown.h"
 
@@ -15,6 +16,7 @@ TEEventMgr::~TEEventMgr() = default;
 namespace {
 
 int CallHandler(TEEventHandler& handler, int nEvent, void* pData) {
+    const base::CancelHold hold;
     const std::string strError = "event " + std::to_string(nEvent) + ": a handler threw";
     try {
         return handler.HandleEvent(nEvent, pData);

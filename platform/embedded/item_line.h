@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+#include <string>
 #include <string_view>
 
 namespace zemb {
@@ -31,5 +33,9 @@ inline bool SplitItem(std::string_view strLine, std::string_view& strKey,
     strValue = TrimOf(strLine.substr(nEqual + 1));
     return true;
 }
+
+// The value of the last line of a key in a file as ZembGetRegInt reads it; none without such a
+// line.
+std::optional<std::string> FindItem(std::string_view strKey, const std::string& strFile);
 
 }  // namespace zemb

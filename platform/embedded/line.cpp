@@ -1,5 +1,6 @@
 #include "zemb/settings.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
 #include "embedded/item_line.h"
 
@@ -27,6 +28,7 @@ void Store(std::string_view strText, char* szBuffer) {
 }  // namespace
 
 int ZembGetLine(char* szKey, char* szText, std::FILE* pFile) {
+    const base::CancelHold hold;
     if (szKey == nullptr || szText == nullptr || pFile == nullptr)
         return -1;
     szKey[0] = '\0';

@@ -1,5 +1,6 @@
 #include "zemb/message.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
 #include "embedded/thrown.h"
 #include "zemb/receiver.h"
@@ -61,6 +62,7 @@ int ZembAppMgr::ZembOutSendMsg(const ZembCmdMSG* pMsg) {
     const std::shared_ptr<const Receiver> pReceiver = Find(pMsg->nModule);
     if (pReceiver == nullptr)
         return 0;
+    const base::CancelHold hold;
     try {
         (*pReceiver)(*pMsg, {reinterpret_cast<const char*>(pMsg) + ZEMB_MSG_PAYLOAD,
                              pMsg->nLength - ZEMB_MSG_LENGTH_EXTRA});

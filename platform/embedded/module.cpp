@@ -1,14 +1,22 @@
 #include "zemb/module.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
+#include "embedded/item_line.h"
 #include "embedded/thrown.h"
+#include "zemb/settings.h"
+#include "zemb/text.h"
 
 #include <dlfcn.h>
 
 #include <algorithm>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <set>
+#include <string_view>
+#include <typeinfo>
+#include <vector>
 
 ModuleInterface::~ModuleInterface() = default;
 ModuleObject::~ModuleObject() = default;
@@ -20,6 +28,7 @@ namespace {
 // Calls one operation of a module; what it throws becomes an error text.
 bool CallModule(ModuleObject& module, const char* szWhat, int (ModuleObject::*pfn)(),
                 std::string& strError) {
+    const base::CancelHold hold;
     std::string strName = "?";
     try {
         strName = module.GetModuleName();
@@ -31,6 +40,39 @@ bool CallModule(ModuleObject& module, const char* szWhat, int (ModuleObject::*pf
         strError = zemb::ThrownText("module " + strName + ": " + szWhat + " threw");
     }
     return false;
+}
+
+constexpr const char* MODULES_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/trans_ems.cfg";
+constexpr const char* MODULES_KEY = "modules";
+
+// What to load for a name: a plain one is for the loader to find, any other that does not begin
+// with
+// "/" is under the root.
+std::string ObjectOf(std::string_view strName, const std::string& strRoot) {
+    if (strName.find('/') == std::string_view::npos || strName.front() == '/')
+        return std::string(strName);
+    return strRoot + "/" + std::string(strName);
+}
+
+// Loads a shared object; null, with the reason. The handle is kept: a module stays until the
+// process ends.
+void* Open(const std::string& strFile, std::string& strError) {
+    const base::CancelHold hold;
+    void* const pHandle = dlopen(strFile.c_str(), RTLD_NOW | RTLD_GLOBAL);
+    if (pHandle == nullptr) {
+        const char* const szReason = dlerror();
+        strError = szReason == nullptr ? strFile + ": cannot be loaded" : szReason;
+    }
+    return pHandle;
+}
+
+// Whether the class of a module is part of a loaded object.
+bool IsFrom(void* pHandle, const ModuleObject& module) {
+    Dl_info info;
+    void* pOfClass = nullptr;
+    void* pOfHandle = nullptr;
+    return dladdr1(&typeid(module), &info, &pOfClass, RTLD_DL_LINKMAP) != 0 &&
+           dlinfo(pHandle, RTLD_DI_LINKMAP, &pOfHandle) == 0 && pOfClass == pOfHandle;
 }
 
 class ModuleMgrImpl final : public ModuleMgr {
@@ -46,12 +88,8 @@ public:
 
     bool LoadModule(const std::string& strFile, std::string& strError) override {
         const std::size_t nBefore = Modules().size();
-        // The handle is kept: a module stays until the process ends.
-        if (dlopen(strFile.c_str(), RTLD_NOW | RTLD_GLOBAL) == nullptr) {
-            const char* const szReason = dlerror();
-            strError = szReason == nullptr ? strFile + ": cannot be loaded" : szReason;
+        if (Open(strFile, strError) == nullptr)
             return false;
-        }
         if (Modules().size() == nBefore) {
             strError = strFile + ": registered no module that was not there before";
             return false;
@@ -60,6 +98,8 @@ public:
     }
 
     bool StartModules(std::string& strError) override {
+        if (!LoadNamed(strError))
+            return false;
         for (ModuleObject* pModule : Modules()) {
             if (IsStarted(pModule))
                 continue;
@@ -109,6 +149,39 @@ public:
     }
 
 private:
+    // Loads what the root names, in that order.
+    bool LoadNamed(std::string& strError) {
+        const std::string strRoot = NSTE_util::GetZEMBRootPath();
+        const std::string strFile = strRoot + MODULES_UNDER_ROOT;
+        const auto strNames = strRoot.empty() ? std::nullopt : zemb::FindItem(MODULES_KEY, strFile);
+        if (!strNames)
+            return true;
+        const std::vector<std::string> vecPiece = NSTE_util::Token(*strNames, ',');
+        std::string strReason;
+        if (std::all_of(vecPiece.begin(), vecPiece.end(), [&](const std::string& strPiece) {
+                const std::string strObject = ObjectOf(zemb::TrimOf(strPiece), strRoot);
+                return strObject.empty() || LoadOnce(strObject, strReason);
+            }))
+            return true;
+        strError = strFile + ": " + MODULES_KEY + ": " + strReason;
+        return false;
+    }
+
+    // Loads an object, unless a module of it is there already: linked, or loaded before.
+    bool LoadOnce(const std::string& strFile, std::string& strError) {
+        const std::size_t nBefore = Modules().size();
+        void* const pHandle = Open(strFile, strError);
+        if (pHandle == nullptr)
+            return false;
+        const std::list<ModuleObject*> listModule = Modules();
+        if (listModule.size() != nBefore ||
+            std::any_of(listModule.begin(), listModule.end(),
+                        [pHandle](const ModuleObject* p) { return IsFrom(pHandle, *p); }))
+            return true;
+        strError = strFile + ": registered no module";
+        return false;
+    }
+
     mutable std::mutex m_lock;
     std::list<ModuleObject*> m_listModule;
     std::set<const ModuleObject*, std::less<>> m_setStarted;

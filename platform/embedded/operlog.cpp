@@ -1,5 +1,6 @@
 #include "zemb/operlog.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
 #include "embedded/fork_gate.h"
 #include "embedded/operlog_database.h"
@@ -231,6 +232,7 @@ std::string OperLogFile() {
 }
 
 std::size_t FlushOperLog() {
+    const base::CancelHold hold;
     return g_store.Get().Flush();
 }
 
@@ -251,6 +253,7 @@ void SetOperLogSync(bool bFull) {
 namespace FrameUtil {
 
 int WriteOperationLog(const ZembLogInfo& info, int /*nReserved*/) noexcept {
+    const base::CancelHold hold;
     if (zemb::IsFaultyNoThrow("WriteOperationLog"))
         return OPERLOG_LOST;
     try {

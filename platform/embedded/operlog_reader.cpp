@@ -1,3 +1,4 @@
+#include "base/cancel_hold.h"
 #include "embedded/database_wal.h"
 #include "embedded/operlog_database.h"
 #include "zemb/operlog_store.h"
@@ -157,6 +158,7 @@ std::vector<std::string> KeptWals() {
 // Runs fn; false, with the text, when it throws.
 template <class Fn>
 bool Try(std::string& strError, Fn fn) {
+    const base::CancelHold hold;
     try {
         fn();
         return true;

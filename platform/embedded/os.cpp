@@ -1,5 +1,6 @@
 #include "zemb/os.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
 
 #include <dirent.h>
@@ -62,6 +63,7 @@ private:
         return pDir;
     }
 
+    const base::CancelHold m_hold;
     int m_nError;
     DIR* m_pDir;
 };
@@ -141,6 +143,7 @@ int stat(const char* szPath, struct ::stat* pStat, const char*) {
 }
 
 std::FILE* fopen(const char* szPath, const char* szMode, const char*) {
+    const base::CancelHold hold;
     if (zemb::IsFaultyNoThrow("fopen"))
         return nullptr;
     return std::fopen(Text(szPath), szMode);

@@ -1,5 +1,6 @@
 #include "zemb/progress.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
 #include "embedded/thrown.h"
 #include "zemb/message.h"
@@ -93,6 +94,7 @@ public:
                 vecListener.push_back(pListener);
         }
         for (const auto& pListener : vecListener) {
+            const base::CancelHold hold;
             try {
                 (*pListener)(pTask, nPercent, info.Text());
             } catch (...) {

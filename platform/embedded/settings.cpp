@@ -1,5 +1,6 @@
 #include "zemb/settings.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
 #include "embedded/item_line.h"
 #include "embedded/log_file.h"
@@ -102,24 +103,8 @@ int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile) {
     std::string strFile = szFile == nullptr ? "" : szFile;
     if (strFile.empty())
         strFile = NSTE_util::GetZEMBRootPath() + EMS_CFG_UNDER_ROOT;
-    std::ifstream file;
-    if (std::error_code ignored; !std::filesystem::is_fifo(strFile, ignored))
-        file.open(strFile);  // who would write into a pipe may never come
-    bool bFound = false;
-    int nFound = 0;
-    char szLine[LINE_BUFFER];
-    while (file.getline(szLine, sizeof szLine) || file.gcount() > 0) {
-        std::string_view strItem;
-        std::string_view strValue;
-        if (zemb::SplitItem(szLine, strItem, strValue) && strItem == szKey)
-            bFound = ReadNumber(strValue, nFound);
-        if (!file)
-            break;  // a line too long ends the reading, its beginning counts
-    }
-    if (!bFound)
-        return 0;
-    nValue = nFound;
-    return 1;
+    const std::optional<std::string> strValue = zemb::FindItem(szKey, strFile);
+    return strValue && ReadNumber(*strValue, nValue) ? 1 : 0;
 }
 
 void EmfGetServerPath(std::string& strPath) {
@@ -154,6 +139,24 @@ std::string NSTE_util::GetZEMBRootPath() {
 }
 
 namespace zemb {
+
+std::optional<std::string> FindItem(std::string_view strKey, const std::string& strFile) {
+    const base::CancelHold hold;
+    std::ifstream file;
+    if (std::error_code ignored; !std::filesystem::is_fifo(strFile, ignored))
+        file.open(strFile);  // who would write into a pipe may never come
+    std::optional<std::string> strFound;
+    char szLine[LINE_BUFFER];
+    while (file.getline(szLine, sizeof szLine) || file.gcount() > 0) {
+        std::string_view strItem;
+        std::string_view strValue;
+        if (SplitItem(szLine, strItem, strValue) && strItem == strKey)
+            strFound = strValue;
+        if (!file)
+            break;  // a line too long ends the reading, its beginning counts
+    }
+    return strFound;
+}
 
 void SetLanguage(const std::string& strLanguage) {
     Language().Set(strLanguage.empty() ? std::nullopt : std::optional<std::string>(strLanguage));

@@ -1,5 +1,6 @@
 #include "zemb/task_pool.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/thrown.h"
 #include "zemb/control.h"
 
@@ -48,6 +49,7 @@ struct TaskPool::Pool {
     ~Pool() { End(); }
 
     void End() {
+        const base::CancelHold hold;
         {
             const std::lock_guard<std::mutex> guard(lock);
             bEnd = true;
@@ -58,6 +60,7 @@ struct TaskPool::Pool {
     }
 
     void Work() {
+        const base::CancelHold hold;
         std::unique_lock<std::mutex> guard(lock);
         for (;;) {
             changed.wait(guard, [this] { return bEnd || !dequeJob.empty(); });

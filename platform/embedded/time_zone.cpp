@@ -1,5 +1,6 @@
 #include "embedded/time_zone.h"
 
+#include "base/cancel_hold.h"
 #include "zemb/control.h"
 
 #include <time.h>
@@ -61,6 +62,7 @@ private:
 };
 
 std::optional<absl::TimeZone> Load(const std::string& strName) {
+    const base::CancelHold hold;
     absl::TimeZone zone;
     if (strName.empty() || !absl::LoadTimeZone(strName, &zone))
         return std::nullopt;

@@ -1,5 +1,6 @@
 #include "zemb/user_config.h"
 
+#include "base/cancel_hold.h"
 #include "embedded/database.h"
 #include "embedded/fault_point.h"
 #include "zemb/control.h"
@@ -83,6 +84,7 @@ PerProcess<KeptReader> g_reader;
 }  // namespace
 
 bool SetUserCfg(const UserCfgItem& item, std::string& strError) {
+    const base::CancelHold hold;
     try {
         Database database(FileOf(), Database::Access::Write, LongestWait());
         database.UseWal();
@@ -102,6 +104,7 @@ bool SetUserCfg(const UserCfgItem& item, std::string& strError) {
 }
 
 bool ReadUserCfg(std::vector<UserCfgItem>& vecItem, std::string& strError) {
+    const base::CancelHold hold;
     try {
         if (!std::filesystem::exists(FileOf()))
             return true;
@@ -125,6 +128,7 @@ namespace FrameUtil {
 
 bool GetUserCfgInfo(const std::string& strSection, const std::string& strKey,
                     std::string& strValue) noexcept {
+    const base::CancelHold hold;
     try {
         return !zemb::IsFaultyNoThrow("GetUserCfgInfo") &&
                zemb::g_reader.Get().Get(strSection, strKey, strValue);

@@ -1,5 +1,6 @@
 #include "tests/faults/calls.h"
 
+#include "base/cancel_hold.h"
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/telangresmgr.h"
 #include "tovelkarin/temutexopermgr.h"
@@ -19,8 +20,14 @@ using Names = std::list<std::string>;
 using Items = std::map<std::string, std::string>;
 
 void Write(const std::string& strFile, const std::string& strText) {
+    const base::CancelHold hold;
     std::filesystem::create_directories(std::filesystem::path(strFile).parent_path());
     std::ofstream(strFile) << strText;
+}
+
+void Remove(const std::string& strPath) {
+    const base::CancelHold hold;
+    std::filesystem::remove_all(strPath);
 }
 
 template <class Fn>
@@ -96,7 +103,7 @@ std::vector<Call> FolderCalls(const std::string& strFolder) {
              Write(strFolder + "/gone/a", "x");
              const int nMoved = RenameFile(strFolder + "/gone/a", strFolder + "/gone/b", 0);
              const int nGone = RemoveFile(strFolder + "/gone/b");
-             std::filesystem::remove_all(strFolder + "/gone");
+             Remove(strFolder + "/gone");
              return Show(nMoved, nGone);
          }},
         {"RemoveFileByOrderName",
@@ -105,7 +112,7 @@ std::vector<Call> FolderCalls(const std::string& strFolder) {
              Write(strFolder + "/old/2", "x");
              Names listName;
              const int nResult = RemoveFileByOrderName(strFolder + "/old", listName, 1, true);
-             std::filesystem::remove_all(strFolder + "/old");
+             Remove(strFolder + "/old");
              return Show(nResult, listName);
          }},
         {"DeleteFolderByOrderName",
@@ -114,7 +121,7 @@ std::vector<Call> FolderCalls(const std::string& strFolder) {
              Write(strFolder + "/olds/2/a", "x");
              Names listName;
              const int nResult = DeleteFolderByOrderName(strFolder + "/olds", listName, 1, true);
-             std::filesystem::remove_all(strFolder + "/olds");
+             Remove(strFolder + "/olds");
              return Show(nResult, listName);
          }},
     };

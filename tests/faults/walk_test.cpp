@@ -3,8 +3,17 @@
 
 #include "tests/support.h"
 
+#include "zemb/control.h"
+#include "zemb/event.h"
 #include "zemb/faults.h"
+#include "zemb/message.h"
 #include "zemb/operlog_store.h"
+#include "zemb/progress_view.h"
+#include "zemb/receiver.h"
+#include "zemb/task_pool.h"
+#include "zemb/user_config.h"
+
+#include <pthread.h>
 
 #include <cerrno>
 #include <exception>
@@ -19,6 +28,7 @@
 namespace {
 
 using faults::Call;
+using faults::Show;
 
 constexpr int POINTS_MOST = 100000;
 
@@ -145,6 +155,106 @@ TEST_F(FaultWalkTest, MemoryThatIsLacking) {
         for (const bool bFromThenOn : {false, true})
             Walk(call, EMay::LACK_MEMORY,
                  [&](int n) { return std::make_unique<NoMemory>(n, bFromThenOn); });
+}
+
+// A call on a thread that was cancelled before it.
+struct CancelledCall {
+    const Call& call;
+    std::string strEscaped;
+    std::string strAnswer;
+
+    // The address checker is not told of the frame that the cancel takes away.
+    [[gnu::no_sanitize_address]] static void* Run(void* pSelf) {
+        auto& self = *static_cast<CancelledCall*>(pSelf);
+        pthread_cancel(pthread_self());
+        self.strEscaped = Escaped(self.call, EMay::NOTHING, self.strAnswer);
+        pthread_testcancel();
+        return nullptr;
+    }
+};
+
+// Calls that come back into code which can be cancelled, and those that only hosts make.
+std::vector<Call> PlatformCalls() {
+    static struct : TEEventHandler {
+        int HandleEvent(int, void*) override { return pthread_testcancel(), 0; }
+    } handler;
+    TEEventMgr::Instance()->RegisterHandler(&handler, 7777, 1);
+    return {
+        {"TEEventMgr", [] { return Show(TEEventMgr::Instance()->SendEvent(7777, nullptr)); }},
+        {"a receiver",
+         [] {
+             const zemb::ScopedReceiver receiver(
+                 7777, [](const ZembCmdMSG&, std::string_view) { pthread_testcancel(); });
+             ZembCmdMSG msg{};
+             msg.nMarker = ZEMB_MSG_MARKER;
+             msg.nModule = 7777;
+             msg.nLength = ZEMB_MSG_LENGTH_EXTRA;
+             return Show(ZembAppMgr::ZembOutSendMsg(&msg));
+         }},
+        {"a listener",
+         [] {
+             const zemb::ScopedProgressListener listener(
+                 [](const ZembGnlTask*, int, const std::string&) { pthread_testcancel(); });
+             NSTE_util::ProgressMgr::Instance()->SendProgress(nullptr, 5,
+                                                              NSTE_util::TaskProgressInfo("x"));
+             return "";
+         }},
+        {"a sink",
+         [] {
+             const zemb::ScopedDebugSink sink([](const zemb::DebugLine&) { pthread_testcancel(); });
+             NSTE_util::WriteException("x");
+             return "";
+         }},
+        {"a task of a pool",
+         [] {
+             int nRun = 0;
+             {
+                 zemb::TaskPool pool(1, 3);
+                 for (int i = 0; i < 3; ++i)
+                     pool.Submit({}, {}, [&](ZembGnlTask&) {
+                         pthread_cancel(pthread_self());
+                         pthread_testcancel();
+                         ++nRun;
+                     });
+             }
+             return Show(nRun);
+         }},
+        {"TEDebugInterface",
+         [] {
+             TEDebugInterface& debug = *NSTE_util::GetDebugInterface("m");
+             debug.Trace(1, "x");
+             debug.Assert("x");
+             return Show(debug.Printf("%d", 7));
+         }},
+        {"databases", [] {
+             std::string strError;
+             std::vector<zemb::UserCfgItem> vecItem;
+             long long nDeleted = 0;
+             const bool bSet = zemb::SetUserCfg({"section", "other", "1"}, strError);
+             const bool bRead = zemb::ReadUserCfg(vecItem, strError);
+             return Show(bSet, bRead, zemb::VerifyOperLog().size(), zemb::FlushOperLog(),
+                         zemb::PruneOperLog("2000-01-01", nDeleted, strError), strError);
+         }}};
+}
+
+TEST_F(FaultWalkTest, ThreadsThatAreCancelled) {
+    for (const auto& vecCall : {AllCalls(), PlatformCalls()})
+        for (const Call& call : vecCall) {
+            std::string strGood;
+            ASSERT_EQ("", Escaped(call, EMay::NOTHING, strGood)) << call.szName;
+            CancelledCall cancelled{call, "the cancel", ""};
+            pthread_t thread{};
+            void* pEnd = nullptr;
+            ASSERT_EQ(0, pthread_create(&thread, nullptr, CancelledCall::Run, &cancelled));
+            ASSERT_EQ(0, pthread_join(thread, &pEnd));
+            EXPECT_EQ("", cancelled.strEscaped) << call.szName;
+            EXPECT_EQ(strGood, cancelled.strAnswer) << call.szName;
+            EXPECT_EQ(PTHREAD_CANCELED, pEnd) << call.szName;
+            std::string strNext;
+            EXPECT_EQ("", Escaped(call, EMay::NOTHING, strNext)) << call.szName;
+            EXPECT_EQ(strGood, strNext) << call.szName;
+            ++m_nStruck;
+        }
 }
 
 TEST_F(FaultWalkTest, LocksThatCannotBeTaken) {

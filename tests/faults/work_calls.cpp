@@ -1,5 +1,6 @@
 #include "tests/faults/calls.h"
 
+#include "base/cancel_hold.h"
 #include "tovelkarin/tedebugcommandmgr.h"
 #include "tovelkarin/telangresmgr.h"
 #include "tovelkarin/temutexoperguard.h"
@@ -222,12 +223,14 @@ std::vector<Call> ReplyCalls() {
 class Quiet {
 public:
     Quiet() : m_nBefore(dup(STDOUT_FILENO)) {
+        const base::CancelHold hold;
         std::fflush(stdout);
         const int nNowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
         dup2(nNowhere, STDOUT_FILENO);
         close(nNowhere);
     }
     ~Quiet() {
+        const base::CancelHold hold;
         std::fflush(stdout);
         dup2(m_nBefore, STDOUT_FILENO);
         close(m_nBefore);

@@ -378,6 +378,12 @@ TEST(ModuleMgrTest, StartsInOrderStopsInReverseAndTellsWhatFailed) {
     EXPECT_THAT(vecCall, ElementsAre("first start", "second start", "second start", "second stop",
                                      "first stop"));
     first.bThrow = false;
+    EXPECT_TRUE(mgr.StartModules(strError));
+    first.nAnswer = 3;
+    second.nAnswer = 4;
+    EXPECT_FALSE(mgr.StopModules(strError));
+    EXPECT_EQ("module second: stop answered 4", strError) << "of several the one that came first";
+    first.nAnswer = second.nAnswer = 0;
     first.pCalls = second.pCalls = nullptr;
 }
 

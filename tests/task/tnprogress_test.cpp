@@ -7,6 +7,7 @@
 
 #include <climits>
 #include <memory>
+#include <optional>
 #include <thread>
 
 namespace {
@@ -69,11 +70,13 @@ TEST_F(ProgressTest, KeepsTheFirstMissionOfATask) {
     EXPECT_EQ(0U, Service().GetMissionID());
     Service().Register(0x100000007L, &m_task);
     Service().Register(8, &m_task);
+    Service().Register(7, &m_task);
     EXPECT_EQ(7U, Service().GetMissionID());
     const std::vector<zemb::TaskProgress> vecProgress = zemb::AllProgress();
     ASSERT_THAT(vecProgress, SizeIs(1));
     EXPECT_THAT(vecProgress[0].vecMission,
-                ElementsAre(ClientMissionID(7, &m_message), ClientMissionID(8, &m_message)));
+                ElementsAre(ClientMissionID(7, &m_message), ClientMissionID(8, &m_message)))
+        << "one that it has already stays one";
     EXPECT_THAT(vecProgress[0].vecMission[0].arrRequest, ElementsAre(2, 3, 4, 5));
     Service().SendProgress(12, "second");
     int nPercent = 0;
@@ -138,6 +141,31 @@ TEST_F(ProgressTest, SendsStepsOfASection) {
     Service().SendSectionStep("");
     EXPECT_THAT(Sent(), ElementsAre("20 ", "-10 "));
     EXPECT_EQ(-10, Service().GetCurProgress());
+}
+
+TEST_F(ProgressTest, AMissionAndASectionEndWithUnRegisterOrWithTheTask) {
+    for (const bool bUnRegister : {true, false}) {
+        // The next task stands at the same address.
+        std::optional<ZembGnlTask> task(&m_message);
+        const zemb::ScopedTask current(&*task);
+        Service().Register(7, &*task);
+        Service().SetProgressSection(40, 4);
+        Service().SendSectionStep("first");
+        if (bUnRegister)
+            Service().UnRegister(&*task);
+        else
+            task.emplace(&m_message);
+        EXPECT_EQ(0U, Service().GetMissionID());
+        Service().SetProgressScale(2);
+        Service().SetProgressSection(50, 5);
+        Service().SendSectionStep("left over");
+        Service().SendStep(1, "left over");
+        Service().Register(8, &*task);
+        EXPECT_EQ(8U, Service().GetMissionID());
+        Service().SendSectionStep("left over");
+        EXPECT_THAT(Sent(), ElementsAre("10 first")) << bUnRegister;
+        Service().UnRegister(&*task);
+    }
 }
 
 TEST_F(ProgressTest, AddsStepsByTheScale) {

@@ -49,8 +49,13 @@ public:
     // Loads a shared object whose static objects register a module. False, with the reason in
     // strError, when it cannot be loaded or registers none.
     virtual bool LoadModule(const std::string& strFile, std::string& strError) = 0;
-    // Starts what is not started, in the order of registration, and ends at the first that
-    // answers anything but 0 or throws: false, with the reason in strError.
+    // First loads what the root names in root + "/etc/oss_cfg/trans/core/conf/trans_ems.cfg", as in
+    // "modules = liba.so, /opt/site/libb.so": a plain name is found as the loader finds libraries,
+    // any other that does not begin with "/" stands under the root. What has registered its module
+    // before is left as it is. Then starts what is not started, in the order of registration, and
+    // ends at the first that answers anything but 0 or throws. False, with the reason in strError;
+    // nothing has been started when an object that is named cannot be loaded or registers no
+    // module.
     virtual bool StartModules(std::string& strError) = 0;
     // Stops what was started here, in reverse order; all are stopped, the first failure is told.
     virtual bool StopModules(std::string& strError) = 0;

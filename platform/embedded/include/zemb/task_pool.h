@@ -11,7 +11,7 @@
 namespace zemb {
 
 // Worker threads that run tasks, each with its request message and its user, one after the other.
-// Any thread may submit.
+// Any thread may submit. The threads of the pool cannot be cancelled.
 class ZEMB_API TaskPool {
 public:
     // What a task does, on a thread of the pool.
