@@ -80,7 +80,7 @@ int TELangResMgr::LoadLangFileImpl(const char* szPath) {
     int nResult = -1;
     GuardedCall([&] {
         struct stat info {};
-        const OpenFile file = OpenToRead(szPath == nullptr ? "" : szPath, info);
+        const OpenFile file = OpenWithEnd(szPath == nullptr ? "" : szPath, info);
         if (file == nullptr)
             return Report("Read lang res file fail.");
         int nLine = LINE_OTHER;
