@@ -1,6 +1,7 @@
 #include "config/tnreqtimeoutimpl.h"
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
+#include "trace/held_lines.h"
 #include "trace/trace_line.h"
 #include "util/read_file.h"
 #include "util/read_number.h"
@@ -241,6 +242,7 @@ template <class Value>
 bool TNReqTimeoutImpl::ReadItem(const std::string& strFile, const std::string& strKey,
                                 Value& value) {
     bool bFound = false;
+    const NSTN_util::HeldLines held;
     NSTN_util::GuardedCall([&] {
         WriteGuard guard(m_rwLock);
         bFound = GetTNReadcfg_nolock(m_mapReadCfg, strFile).GetItemValue(strKey, value);
