@@ -1,6 +1,7 @@
 #include "tovelkarin/telangresmgr.h"
 
 #include "base/cancel_hold.h"
+#include "config/lang_texts.h"
 #include "config/root_path.h"
 #include "trace/trace_line.h"
 #include "util/read_file.h"
@@ -8,11 +9,12 @@
 
 #include "zemb/settings.h"
 
+#include <ace/Guard_T.h>
 #include <ace/OS_NS_stdio.h>
 #include <ace/Thread_Mutex.h>
 
-#include <string_view>
-#include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace NSTN_util {
 
@@ -22,13 +24,33 @@ constexpr int LINE_ENTRY = 1;  // results of ZembGetLine
 constexpr int LINE_OTHER = 2;
 constexpr int LINE_ERROR = -1;
 
+using Entries = std::vector<std::pair<std::string, std::string>>;
+
+// Appends the entries of a file; 0, or -1 when it is not read to its end.
+int ReadEntries(const char* szPath, Entries& vecEntry) {
+    struct stat info {};
+    const OpenFile file = OpenWithEnd(szPath == nullptr ? "" : szPath, info);
+    if (file == nullptr) {
+        Report("Read lang res file fail.");
+        return -1;
+    }
+    int nLine = LINE_OTHER;
+    while (nLine == LINE_ENTRY || nLine == LINE_OTHER) {
+        char szKey[ZEMB_LINE_BUFFER] = {};
+        char szText[ZEMB_LINE_BUFFER] = {};
+        nLine = ZembGetLine(szKey, szText, file.get());
+        if (nLine == LINE_ENTRY)
+            vecEntry.emplace_back(szKey, szText);
+    }
+    return nLine == LINE_ERROR ? -1 : 0;
+}
+
 }  // namespace
 
 struct TELangResMgr::Hidden {
-    Hidden() { mapText.max_load_factor(0.5F); }
-
-    ACE_Thread_Mutex mutex;
-    std::unordered_map<std::string_view, const std::string*> mapText;  // views of the table's keys
+    ACE_Thread_Mutex mutex;     // Deliberate: no operation takes it.
+    ACE_Thread_Mutex lockLoad;  // of the table, among those who load
+    LangTexts texts;            // what look-ups read
 };
 
 std::atomic<TELangResMgr*> TELangResMgr::m_pInstance{nullptr};
@@ -74,7 +96,8 @@ int TELangResMgr::LoadLangFile(const char* szDir, const char** arrFile) {
         for (; *arrFile != nullptr; ++arrFile)
             LoadLangFileImpl((strFolder + *arrFile).c_str());
     });
-    m_bLoaded = true;
+    // A plain member, as its place is fixed; look-ups read it while others load.
+    __atomic_store_n(&m_bLoaded, true, __ATOMIC_RELEASE);
     return 1;
 }
 
@@ -82,31 +105,22 @@ int TELangResMgr::LoadLangFileImpl(const char* szPath) {
     const base::CancelHold hold;
     int nResult = -1;
     GuardedCall([&] {
-        struct stat info {};
-        const OpenFile file = OpenToRead(szPath == nullptr ? "" : szPath, info);
-        if (file == nullptr)
-            return Report("Read lang res file fail.");
-        int nLine = LINE_OTHER;
-        while (nLine == LINE_ENTRY || nLine == LINE_OTHER) {
-            char szKey[ZEMB_LINE_BUFFER] = {};
-            char szText[ZEMB_LINE_BUFFER] = {};
-            nLine = ZembGetLine(szKey, szText, file.get());
-            if (nLine != LINE_ENTRY)
-                continue;
-            // Also of a key that is there: the memory for its place in the index may have lacked.
-            const auto it = m_mapResource.emplace(szKey, szText).first;
-            m_pHidden->mapText.emplace(it->first, &it->second);
-        }
-        nResult = nLine == LINE_ERROR ? -1 : 0;
+        Entries vecEntry;
+        const int nRead = ReadEntries(szPath, vecEntry);
+        const ACE_Guard<ACE_Thread_Mutex> guard(m_pHidden->lockLoad);
+        // Also of a key that is there: the memory for its place in the index may have lacked.
+        for (auto& [strKey, strText] : vecEntry)
+            m_pHidden->texts.Add(*m_mapResource.try_emplace(strKey, std::move(strText)).first);
+        nResult = nRead;
     });
     return nResult;
 }
 
 std::string TELangResMgr::GetResourceStr(const std::string& strKey) {
-    if (!m_bLoaded)
+    if (!__atomic_load_n(&m_bLoaded, __ATOMIC_ACQUIRE))
         return "";
-    const auto it = m_pHidden->mapText.find(strKey);
-    return it == m_pHidden->mapText.end() ? "" : *it->second;
+    const LangTexts::Entry* const pEntry = m_pHidden->texts.Find(strKey);
+    return pEntry == nullptr ? "" : pEntry->second;
 }
 
 std::string GetZEMBEnvironment() {

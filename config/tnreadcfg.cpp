@@ -17,8 +17,11 @@ TNReadCfg::TNReadCfg() : m_tFileModifyTime(0), m_tLastCheckTime(0), m_bLoadSucce
 
 bool TNReadCfg::SetFileName(const std::string& strFile) {
     const bool bFile = IsFile(strFile);
-    m_strFileName = strFile;
-    ConvertPathSplit(m_strFileName);
+    GuardedCall([&] {
+        std::string strPath = strFile;
+        ConvertPathSplit(strPath);
+        m_strFileName.swap(strPath);
+    });
     return bFile;
 }
 
@@ -33,7 +36,9 @@ bool TNReadCfg::IsNeedReloadCfgFile() {
 }
 
 bool TNReadCfg::LoadCfgItemFromFile(std::map<std::string, std::string>& mapItem) {
-    if (ReadCfgItemFromFile(m_strFileName, mapItem) == 0)
+    int nResult = -1;
+    GuardedCall([&] { nResult = ReadCfgItemFromFile(m_strFileName, mapItem); });
+    if (nResult == 0)
         return true;
     Report("LoadCfgItemFromFile Open file(%s) error! ", m_strFileName);
     return false;
@@ -62,8 +67,12 @@ bool TNReadCfg::GetItemValue(const std::string& strKey, std::string& strValue) {
     const auto it = m_mapCfgItem.find(strKey);
     if (it == m_mapCfgItem.end())
         return false;
-    strValue = it->second;
-    return true;
+    bool bCopied = false;
+    GuardedCall([&] {
+        strValue = it->second;
+        bCopied = true;
+    });
+    return bCopied;
 }
 
 bool TNReadCfg::GetItemValue(const std::string& strKey, int& nValue) {
@@ -77,7 +86,10 @@ bool TNReadCfg::GetItemValue(const std::string& strKey, int& nValue) {
 
 bool TNReadCfg::GetAllCfgItem(std::map<std::string, std::string>& mapItem) {
     ReLoadCfgFileIfNeed();
-    mapItem = m_mapCfgItem;
+    GuardedCall([&] {
+        std::map<std::string, std::string> mapCopy = m_mapCfgItem;
+        mapItem.swap(mapCopy);
+    });
     return true;
 }
 

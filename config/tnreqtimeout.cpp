@@ -3,6 +3,7 @@
 #include "base/cancel_hold.h"
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
+#include "trace/held_lines.h"
 #include "trace/trace_line.h"
 #include "util/read_file.h"
 #include "util/read_number.h"
@@ -12,7 +13,9 @@
 #include <ace/OS_NS_stdio.h>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
+#include <memory>
 
 // The format: docs/timeout-file.md.
 namespace NSTE_util {
@@ -48,6 +51,10 @@ int PositiveOrDefault(long nSeconds) {
     return nSeconds > 0 ? CutToInt(nSeconds) : DEFAULT_TIMEOUT;
 }
 
+std::unordered_map<int, int> IndexOf(const std::map<int, int>& mapSeconds) {
+    return {mapSeconds.begin(), mapSeconds.end(), mapSeconds.size()};
+}
+
 // The seconds of a command, nDefault without an entry.
 int SecondsOf(const std::unordered_map<int, int>& index, int nCmd, int nDefault) {
     const auto it = index.find(nCmd);
@@ -69,7 +76,7 @@ void TNReqTimeoutIF::Destroy() {
 TNReqTimeoutIF::TNReqTimeoutIF() = default;
 TNReqTimeoutIF::~TNReqTimeoutIF() = default;
 
-TNReqTimeoutImpl::TNReqTimeoutImpl() : m_nOffsetTime(0) {
+TNReqTimeoutImpl::TNReqTimeoutImpl() : m_nOffsetTime(0), m_table(nullptr) {
     Init();
 }
 
@@ -80,12 +87,18 @@ void TNReqTimeoutImpl::Init() {
     m_bNeedAutoRefresh = false;
     m_mapCmdTimeout.clear();
     m_mapTimeDual.clear();
-    m_indexCmdTimeout.clear();
-    m_indexTimeDual.clear();
     m_strCfgFile.clear();
     m_tFileModifyTime = 0;
     m_bLoadSuccess = false;
     m_tLastCheckTime = 0;
+    PutInForce_nolock();
+}
+
+// The queries take no lock: however many there are, a load gets in, and each sees the table from
+// before it or from behind it.
+void TNReqTimeoutImpl::PutInForce_nolock() {
+    m_table.Put(std::make_unique<const Table>(
+        Table{m_nDefaultTimeout, m_nOffsetTime, IndexOf(m_mapCmdTimeout), IndexOf(m_mapTimeDual)}));
 }
 
 int TNReqTimeoutImpl::LoadTimeoutCfgFile(const std::string& strFile) {
@@ -127,8 +140,9 @@ int TNReqTimeoutImpl::LoadCfg(const std::string& strFile) {
         m_nOffsetTime = getattribute(itCommon->second, "offset_time", 0);
         m_bNeedAutoRefresh = getattribute(itCommon->second, "need_auto_refresh", 0) != 0;
     }
-    LoadCommands(mapSection, SECTION_TIMEOUT, m_mapCmdTimeout, m_indexCmdTimeout);
-    LoadCommands(mapSection, SECTION_DUAL, m_mapTimeDual, m_indexTimeDual);
+    LoadCommands(mapSection, SECTION_TIMEOUT, m_mapCmdTimeout);
+    LoadCommands(mapSection, SECTION_DUAL, m_mapTimeDual);
+    PutInForce_nolock();
     return itCommon == mapSection.end() ? 0 : 1;
 }
 
@@ -153,8 +167,7 @@ int TNReqTimeoutImpl::getattribute(const Lines& vecLine, std::string_view strKey
 }
 
 void TNReqTimeoutImpl::LoadCommands(const NSTN_util::SectionLines& mapSection,
-                                    std::string_view strSection, CmdSeconds& mapSeconds,
-                                    CmdIndex& index) {
+                                    std::string_view strSection, CmdSeconds& mapSeconds) {
     const auto itSection = mapSection.find(strSection);
     if (itSection == mapSection.end())
         return;
@@ -164,9 +177,7 @@ void TNReqTimeoutImpl::LoadCommands(const NSTN_util::SectionLines& mapSection,
         int nSeconds = 0;
         if (cmd.nEnd == 0 || !ReadBehindEqual(strLine, nSeconds))
             continue;
-        const int nCmd = CutToInt(cmd.nValue);
-        itNext = std::next(mapSeconds.insert_or_assign(itNext, nCmd, nSeconds));
-        index[nCmd] = nSeconds;
+        itNext = std::next(mapSeconds.insert_or_assign(itNext, CutToInt(cmd.nValue), nSeconds));
     }
 }
 
@@ -212,20 +223,21 @@ int TNReqTimeoutImpl::IscfgLoadSuccess() {
 
 int TNReqTimeoutImpl::GetReqTimeOutValue(int nCmd, int nCount, bool bOffset) {
     ReLoadCfgFileIfNeed();
-    ReadGuard guard(m_rwLock);
-    long nSeconds = SecondsOf(m_indexCmdTimeout, nCmd, m_nDefaultTimeout);
+    const NSTN_util::Published<Table>::Look table(m_table);
+    long nSeconds = SecondsOf(table->indexCmdTimeout, nCmd, table->nDefaultTimeout);
     // Deliberate: half the count, rounded down; 2 and 3 are one unit.
     if (nCount > 1)
         nSeconds *= nCount / 2;
     if (bOffset)
-        nSeconds += m_nOffsetTime;
+        nSeconds += table->nOffsetTime;
     return PositiveOrDefault(nSeconds);
 }
 
 int TNReqTimeoutImpl::GetReqTimeoutByDefault(int nCmd, int nDefault) {
     ReLoadCfgFileIfNeed();
-    ReadGuard guard(m_rwLock);
-    return PositiveOrDefault(long{SecondsOf(m_indexCmdTimeout, nCmd, nDefault)} + m_nOffsetTime);
+    const NSTN_util::Published<Table>::Look table(m_table);
+    return PositiveOrDefault(long{SecondsOf(table->indexCmdTimeout, nCmd, nDefault)} +
+                             table->nOffsetTime);
 }
 
 int TNReqTimeoutImpl::GetReqDefaultTimeout(int nDefault) {
@@ -236,14 +248,15 @@ int TNReqTimeoutImpl::GetReqDefaultTimeout(int nDefault) {
 
 int TNReqTimeoutImpl::GetReqTimeDualValue(int nCmd) {
     ReLoadCfgFileIfNeed();
-    ReadGuard guard(m_rwLock);
-    return SecondsOf(m_indexTimeDual, nCmd, DUAL_WITHOUT_ENTRY);
+    const NSTN_util::Published<Table>::Look table(m_table);
+    return SecondsOf(table->indexTimeDual, nCmd, DUAL_WITHOUT_ENTRY);
 }
 
 template <class Value>
 bool TNReqTimeoutImpl::ReadItem(const std::string& strFile, const std::string& strKey,
                                 Value& value) {
     bool bFound = false;
+    const NSTN_util::HeldLines held;
     NSTN_util::GuardedCall([&] {
         WriteGuard guard(m_rwLock);
         bFound = GetTNReadcfg_nolock(m_mapReadCfg, strFile).GetItemValue(strKey, value);

@@ -150,7 +150,8 @@ std::size_t BackupText::ReadItem(std::size_t nItem, std::size_t nEnd) {
                     strList.substr(nItem, nEqual - nItem),
                     {},
                     false,
-                    0};
+                    0,
+                    {}};
     const std::string_view strRest = strList.substr(nEqual + 1);
     if (!strRest.empty() && strRest.front() == '"') {
         const std::size_t nQuote = ClosingQuote(strRest);
@@ -267,9 +268,43 @@ bool BackupText::ReadEnd() {
     m_vecOpen.pop_back();
     m_mapOpen[node.strName].pop_back();
     CheckCut(node.strName, m_nAt - strTag.size());
+    if (bObject)
+        vecNode[open.nNode].strText =
+            std::string_view(m_strText).substr(open.nBegin, m_nAt - open.nBegin);
     if (m_vecOpen.empty())
-        vecObject.push_back(std::string_view(m_strText).substr(open.nBegin, m_nAt - open.nBegin));
+        vecObject.push_back(vecNode[open.nNode].strText);
     return true;
+}
+
+std::vector<std::size_t> BackupText::Children(std::optional<std::size_t> nObject,
+                                              std::string_view strGroup,
+                                              std::string_view strChild) const {
+    if (nObject)
+        return ChildrenOf(*nObject, strGroup, strChild);
+    std::vector<std::size_t> vecChild;
+    for (std::size_t i = 0; i < vecNode.size() && vecChild.empty(); ++i)
+        if (vecNode[i].nDepth == 0)
+            vecChild = ChildrenOf(i, strGroup, strChild);
+    return vecChild;
+}
+
+std::vector<std::size_t> BackupText::ChildrenOf(std::size_t nObject, std::string_view strGroup,
+                                                std::string_view strChild) const {
+    const std::size_t nDepth = vecNode[nObject].nDepth;
+    std::vector<std::size_t> vecChild;
+    bool bInside = false;
+    for (std::size_t i = nObject + 1; i < vecNode.size() && vecNode[i].nDepth > nDepth; ++i) {
+        const BackupNode& node = vecNode[i];
+        if (node.eKind == BackupNode::EKind::GROUP && node.nDepth == nDepth + 1) {
+            if (bInside)
+                break;
+            bInside = node.strName == strGroup;
+        }
+        if (bInside && node.eKind == BackupNode::EKind::OBJECT && node.nDepth == nDepth + 2 &&
+            node.strName == strChild)
+            vecChild.push_back(i);
+    }
+    return vecChild;
 }
 
 // A group of this name deeper in an earlier group is what readers find.
@@ -305,7 +340,7 @@ void BackupText::Push(BackupNode::EKind eKind, std::string_view strName) {
             "another name");
     m_mapTags[strName].push_back(m_nAt);
     m_mapOpen[strName].push_back(m_vecOpen.size());
-    vecNode.push_back({eKind, m_vecOpen.size(), strName, {}, false, 0});
+    vecNode.push_back({eKind, m_vecOpen.size(), strName, {}, false, 0, {}});
     m_vecOpen.push_back({vecNode.size() - 1, m_nAt});
     m_nAt += strName.size() + 2;
 }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -20,6 +21,7 @@ struct BackupNode {
     std::string_view strValue;  // of an attribute, without its quotes
     bool bQuoted = false;
     std::size_t nChildren = 0;  // of a group
+    std::string_view strText;   // of an object that is closed, all of it
 };
 
 // Backup texts, one behind another, taken apart strictly by their grammar (docs/backup-string.md),
@@ -35,7 +37,15 @@ public:
     std::vector<std::string_view> vecObject;  // the whole objects, one behind another
     std::vector<Finding> vecFinding;
 
+    // The places in vecNode of the objects strChild in the first group strGroup of an object: that
+    // at nObject, or, for no place, the first of the outer ones that has them.
+    std::vector<std::size_t> Children(std::optional<std::size_t> nObject, std::string_view strGroup,
+                                      std::string_view strChild) const;
+
 private:
+    std::vector<std::size_t> ChildrenOf(std::size_t nObject, std::string_view strGroup,
+                                        std::string_view strChild) const;
+
     struct Open {
         std::size_t nNode;
         std::size_t nBegin;  // where its begin tag stands

@@ -14,6 +14,7 @@
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <utility>
 
@@ -109,38 +110,73 @@ Step ReadStep(const std::string& strGroup, std::string strChild) {
     return step;
 }
 
-// Goes the way that a server process goes, by the library's own readers.
+// Cuts children out as a server process does, by the library's reader; "" where it finds none.
+std::string ServersCut(std::string strText, const std::vector<Step>& vecStep) {
+    const zemb::ScopedNoDebugChannel silent;
+    for (const Step& step : vecStep) {
+        std::vector<std::string> vecChild;
+        TNBackupObjStr(strText, "").GetObjStrByObjName(step.strGroup, step.strChild, vecChild);
+        if (vecChild.size() < step.nChild)
+            return "";
+        strText = vecChild[step.nChild - 1];
+    }
+    return strText;
+}
+
+// Cuts children out as 'backup view' shows them.
+std::string ShownCut(const std::string& strFile, const std::string& strWhole,
+                     const std::vector<Step>& vecStep) {
+    const BackupText text(strFile, strWhole);
+    std::optional<std::size_t> nObject;
+    for (const Step& step : vecStep) {
+        const std::vector<std::size_t> vecChild =
+            text.Children(nObject, step.strGroup, step.strChild);
+        if (vecChild.empty())
+            throw CommandError(ANSWER_NO, strFile + ": no group " + step.strGroup +
+                                              " with objects " + step.strChild);
+        if (vecChild.size() < step.nChild)
+            throw CommandError(ANSWER_NO, strFile + ": group " + step.strGroup + " holds " +
+                                              Counted(vecChild.size(), "object") + " " +
+                                              step.strChild);
+        nObject = vecChild[step.nChild - 1];
+    }
+    return std::string(text.vecNode[*nObject].strText);
+}
+
+// Reads a value as a server process does. Where that would come to another child than the one that
+// is shown there, it tells.
 int Get(const Session& session, const BackupArguments& args) {
     const std::vector<std::string> vecWord = Words(args.strName, '/');
     std::string strText = ReadWhole(args.strFile);
-    std::size_t i = 0;
-    for (; i + 1 < vecWord.size(); i += 2) {
-        const Step step = ReadStep(vecWord[i], vecWord[i + 1]);
-        std::vector<std::string> vecChild;
-        if (!TNBackupObjStr(strText, "").GetObjStrByObjName(step.strGroup, step.strChild, vecChild))
-            throw CommandError(ANSWER_NO, args.strFile + ": no group " + step.strGroup +
-                                              " with objects " + step.strChild);
-        if (vecChild.size() < step.nChild)
-            throw CommandError(ANSWER_NO, args.strFile + ": group " + step.strGroup + " holds " +
-                                              Counted(vecChild.size(), "object") + " " +
-                                              step.strChild);
-        strText = vecChild[step.nChild - 1];
+    std::vector<Step> vecStep;
+    for (std::size_t i = 0; i + 1 < vecWord.size(); i += 2)
+        vecStep.push_back(ReadStep(vecWord[i], vecWord[i + 1]));
+    int nStatus = DONE;
+    if (!vecStep.empty()) {
+        const std::string strShown = ShownCut(args.strFile, strText, vecStep);
+        if (ServersCut(strText, vecStep) != strShown) {
+            nStatus = ANSWER_NO;
+            std::cerr << "tovelkarin: " << args.strFile
+                      << ": a server process finds something else at " << args.strName
+                      << "; 'check backup' tells why" << std::endl;
+        }
+        strText = strShown;
     }
     Json::Value record;
     record["path"] = args.strName;
-    if (i == vecWord.size()) {
+    if (vecWord.size() % 2 == 0) {
         record["text"] = strText;
         session.out.Put(strText, record);
-        return DONE;
+        return nStatus;
     }
     std::string strValue;
-    if (!TNBackupObjStr(strText, "").GetValueStrByName(vecWord[i], strValue, args.bText))
+    if (!TNBackupObjStr(strText, "").GetValueStrByName(vecWord.back(), strValue, args.bText))
         throw CommandError(ANSWER_NO,
-                           args.strFile + ": no value of '" + vecWord[i] +
+                           args.strFile + ": no value of '" + vecWord.back() +
                                "' that a reader gives back; 'backup view' shows what is there");
     record["value"] = strValue;
     session.out.Put(strValue, record);
-    return DONE;
+    return nStatus;
 }
 
 // Writes the object, and remembers what its readers should give back.

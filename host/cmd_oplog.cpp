@@ -42,7 +42,7 @@ struct OpLogArguments {
     std::string strFile;
     std::string strBefore;
     std::string strAddress = "127.0.0.1";
-    std::uint64_t nResult = 0;
+    int nResult = 0;
     bool bCsv = false;
     bool bDryRun = false;
 };
@@ -285,17 +285,13 @@ int Prune(const Session& session, const OpLogArguments& args) {
 }
 
 int Write(const Session& session, const OpLogArguments& args) {
-    NSTN_util::SOperateLogInfor record;
-    record.nUserId = args.nUser;
-    record.nIpAddr = ReadAddress(args.strAddress);
-    record.nCmd = args.nCmd;
-    record.nResult = args.nResult;
-    record.sOperInfo = args.strText;
-    record.sOperObject = args.strObject;
-    const int nResult = NSTN_util::TEOperationLog(record, 0, 0);
-    if (nResult != 0)
+    const std::uint32_t nAddress = ReadAddress(args.strAddress);
+    NSTN_util::TNCommonLog log;  // a long text becomes several entries
+    log.SetOperInfo(args.strText);
+    log.SetOperObject(args.strObject);
+    if (log.AddOperationLog(args.nCmd, nAddress, args.nUser, args.nResult, 0UL, 0, 0) != 0)
         throw CommandError(WRONG_USAGE, "oplog write: command 0 is illegal");
-    if (record.nUserId == 0 && record.nIpAddr == 0)
+    if (args.nUser == 0 && nAddress == 0)
         throw CommandError(ANSWER_NO, "not written: neither user nor address");
     if (zemb::FlushOperLog() != 0)
         throw CommandError(SYSTEM_FAILED, "not written: " + zemb::OperLogFile() +
@@ -381,7 +377,8 @@ Runner DefineOpLog(CLI::App& app) {
     pWrite->add_option("--address", pArgs->strAddress, "client")->capture_default_str();
     pWrite->add_option("--command", pArgs->nCmd, "command number")->required();
     pWrite->add_option("--object", pArgs->strObject, "object");
-    pWrite->add_option("--result", pArgs->nResult, "result code; 0: success");
+    pWrite->add_option("--result", pArgs->nResult, "result code; 0: success")
+        ->check(CLI::NonNegativeNumber);
     app.require_subcommand(1);
     return [=](Session& session) {
         if (pList->parsed()) {

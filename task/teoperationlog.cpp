@@ -187,7 +187,9 @@ int TNCommonLog::AddOperationLog(unsigned long nCmd, unsigned int nIpAddr, int n
     record.nNeId = static_cast<int>(nNeId);
     record.nResult = static_cast<unsigned long>(nResult);
     record.sOperObject = m_strOperObject;
-    std::string_view strRest = m_strOperInfo;
+    // Whoever takes the lines and entries may set the member anew.
+    const std::string strInfo = m_strOperInfo;
+    std::string_view strRest = strInfo;
     while (strRest.size() >= DESC_MAX) {
         const std::size_t nPart = SplitPoint(strRest);
         record.sOperInfo = strRest.substr(0, nPart);

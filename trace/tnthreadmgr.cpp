@@ -16,7 +16,8 @@ namespace NSTN_util {
 
 namespace {
 
-constexpr std::int64_t USE_TIME_MAX = 300;  // seconds
+constexpr std::int64_t USE_TIME_MAX = 300;     // seconds
+constexpr std::size_t LABLE_KEPT_MOST = 1024;  // bytes of memory that wait for the next thread
 constexpr int DEFAULT_NAPS = 3600;
 constexpr int NAPS_FOR_NEGATIVE = 360;
 constexpr int NAPS_TO_NEXT_LIST = 30;
@@ -36,7 +37,11 @@ struct TNThreadMgr::Registry {
 
     using Guard = SpinGuard<ACE_Recursive_Thread_Mutex>;
 
-    void Remove(ThreadMap::iterator it) { nodeSpare = mapThread.extract(it); }
+    void Remove(ThreadMap::iterator it) {
+        nodeSpare = mapThread.extract(it);
+        if (nodeSpare.mapped().m_strLable.capacity() > LABLE_KEPT_MOST)
+            std::string().swap(nodeSpare.mapped().m_strLable);  // an assignment keeps the memory
+    }
 
     void Add(ThreadMap::iterator itPlace, unsigned long nThreadId, const std::string& strLable) {
         if (nodeSpare.empty()) {

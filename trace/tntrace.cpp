@@ -2,6 +2,7 @@
 
 #include "trace/assert_point.h"
 #include "trace/guarded_call.h"
+#include "trace/held_lines.h"
 #include "trace/number_text.h"
 
 #include "zemb/debug.h"
@@ -301,7 +302,8 @@ void ReportAssert(const TNAssertPoint& point) noexcept {
 
 void ReportException() noexcept {
     try {
-        NSTE_util::WriteException(EXCEPTION_TEXT);
+        if (!HeldLines::Take(std::nullopt))
+            NSTE_util::WriteException(EXCEPTION_TEXT);
     } catch (...) {
         // The platform could not even note it.
     }

@@ -6,12 +6,16 @@
 // Every unit that reports sets up the standard streams before its own static objects.
 #include <iostream>
 #include <string>
+#include <utility>
 
 namespace NSTN_util {
 
 constexpr const char* MODULE_NAME = "tovelkarin";
 constexpr unsigned int TRACE_BOUND = 5120;
 constexpr int LEVEL_ORDINARY = 1;
+
+// Writes a line to this module's log, at once or when the thread's HeldLines go.
+void WriteLine(std::string strLine);
 
 // Writes one line to this module's log; "%" and any one character take the next argument.
 // Throws nothing, not even when the line does not fit into memory.
@@ -21,7 +25,7 @@ void Report(const char* szFormat, const Args&... args) noexcept {
     GuardedCall([&] {
         std::string strLine;
         TNTrace2Str(TRACE_BOUND, strLine, szFormat, TNString(args)...);
-        TNTrace2LogFile(MODULE_NAME, LEVEL_ORDINARY, strLine);
+        WriteLine(std::move(strLine));
     });
 }
 

@@ -204,7 +204,7 @@ std::string MakeTopoLinkID(int nFirst, int nSecond) {
 bool SplitStrBySeparator(const std::string& strText, const std::string& strSeparator,
                          std::string& strLeft, std::string& strRight) {
     const std::size_t nAt = FindText(strText, strSeparator, 0);
-    if (strText.empty() || nAt == std::string::npos)
+    if (strText.empty() || strSeparator.empty() || nAt == std::string::npos)
         return false;
     std::string strBefore = Trim(strText.substr(0, nAt));
     strRight = Trim(strText.substr(nAt + strSeparator.size()));

@@ -17,6 +17,7 @@ namespace {
 constexpr std::size_t BLOCK = std::size_t{64} * 1024;
 // A file may claim any length; beyond this the room grows as the text does.
 constexpr std::size_t FIRST_ROOM_MOST = std::size_t{256} * 1024 * 1024;
+constexpr std::size_t WHOLE_MOST = std::size_t{1024} * 1024 * 1024;
 
 // Finds lines that are too long in a text that grows.
 class LineWatch {
@@ -41,16 +42,19 @@ private:
 
 EReadFile ReadWhole(const std::string& strFile, std::string& strText) {
     struct stat info {};
-    const OpenFile file = OpenToRead(strFile, info);
+    const OpenFile file = OpenWithEnd(strFile, info);
     if (file == nullptr)
         return EReadFile::NOT_OPENED;
     const int nFile = fileno(file.get());
-    std::size_t nRoom = BLOCK;
-    if (S_ISREG(info.st_mode))
-        nRoom = std::min(static_cast<std::size_t>(info.st_size) + 1, FIRST_ROOM_MOST);
+    std::size_t nRoom = std::min(static_cast<std::size_t>(info.st_size) + 1, FIRST_ROOM_MOST);
     std::size_t nSize = 0;
     ssize_t nRead = 0;
     do {
+        if (nSize > WHOLE_MOST) {  // it has grown, or claims to be empty as those under /proc do
+            strText = std::string();
+            errno = EFBIG;
+            return EReadFile::NOT_OPENED;
+        }
         if (strText.size() == nSize) {
             strText.resize(nSize + nRoom);
             nRoom = std::max(BLOCK, nSize);
@@ -64,26 +68,12 @@ EReadFile ReadWhole(const std::string& strFile, std::string& strText) {
     return strText.empty() ? EReadFile::NOT_OPENED : EReadFile::BROKEN_OFF;
 }
 
-}  // namespace
-
-OpenFile OpenToRead(const std::string& strFile, struct stat& info) {
-    info = {};
-    if (ZEMB_OS::stat(strFile.c_str(), &info, PATH_CODE_SET) == 0 &&
-        (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode))) {
-        errno = EINVAL;
-        return nullptr;
-    }
-    return OpenFile(ZEMB_OS::fopen(strFile.c_str(), "r", PATH_CODE_SET));
-}
-
-EReadFile ReadBlocks(const std::string& strFile,
+// Hands the blocks of a file over until take answers false.
+EReadFile TakeBlocks(std::FILE* pFile, const struct stat& info,
                      const std::function<bool(std::string_view)>& take) {
-    const base::CancelHold hold;
-    struct stat info {};
-    const OpenFile file = OpenToRead(strFile, info);
-    if (file == nullptr)
+    if (pFile == nullptr)
         return EReadFile::NOT_OPENED;
-    const int nFile = fileno(file.get());
+    const int nFile = fileno(pFile);
     const std::unique_ptr<char[]> pBlock(new char[BLOCK]);
     bool bTaken = false;
     for (;;) {
@@ -104,6 +94,47 @@ EReadFile ReadBlocks(const std::string& strFile,
     }
 }
 
+// Opens a file for reading, but no pipe: its writer may never come.
+OpenFile OpenToRead(const std::string& strFile, struct stat& info) {
+    info = {};
+    if (ZEMB_OS::stat(strFile.c_str(), &info, PATH_CODE_SET) == 0 &&
+        (S_ISFIFO(info.st_mode) || S_ISSOCK(info.st_mode))) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    return OpenFile(ZEMB_OS::fopen(strFile.c_str(), "r", PATH_CODE_SET));
+}
+
+}  // namespace
+
+OpenFile OpenWithEnd(const std::string& strFile, struct stat& info) {
+    info = {};
+    if (ZEMB_OS::stat(strFile.c_str(), &info, PATH_CODE_SET) != 0)
+        return nullptr;
+    if (S_ISREG(info.st_mode) && static_cast<std::size_t>(info.st_size) <= WHOLE_MOST)
+        return OpenFile(ZEMB_OS::fopen(strFile.c_str(), "r", PATH_CODE_SET));
+    errno = S_ISREG(info.st_mode) ? EFBIG : S_ISDIR(info.st_mode) ? EISDIR : EINVAL;
+    return nullptr;
+}
+
+EReadFile ReadBlocks(const std::string& strFile,
+                     const std::function<bool(std::string_view)>& take) {
+    const base::CancelHold hold;
+    struct stat info {};
+    const OpenFile file = OpenWithEnd(strFile, info);
+    std::size_t nSize = 0;
+    bool bTooLong = false;
+    const EReadFile eRead = TakeBlocks(file.get(), info, [&](std::string_view strBlock) {
+        nSize += strBlock.size();
+        bTooLong = nSize > WHOLE_MOST;
+        return !bTooLong && take(strBlock);
+    });
+    if (!bTooLong)
+        return eRead;
+    errno = EFBIG;
+    return EReadFile::BROKEN_OFF;
+}
+
 EReadFile ReadFile(const std::string& strFile, std::string& strText) {
     const base::CancelHold hold;
     strText.clear();
@@ -117,9 +148,12 @@ EReadFile ReadFile(const std::string& strFile, std::string& strText) {
 }
 
 EReadFile ReadFile(const std::string& strFile, std::size_t nMaxLine, std::string& strText) {
+    const base::CancelHold hold;
     strText.clear();
+    struct stat info {};
+    const OpenFile file = OpenToRead(strFile, info);
     LineWatch watch(nMaxLine);
-    return ReadBlocks(strFile, [&](std::string_view strBlock) {
+    return TakeBlocks(file.get(), info, [&](std::string_view strBlock) {
         strText.append(strBlock);
         return !watch.IsTooLong(strText);
     });

@@ -6,6 +6,7 @@
 #include "zemb/securec.h"
 #include "zemb/task.h"
 
+#include <cstring>
 #include <memory>
 
 namespace NSTN_util {
@@ -38,8 +39,10 @@ bool SendMsgToModule(const RawMessage& message, const void* pPayload,
         pMsg->nTaskId = pTask == nullptr ? 0 : pTask->GetTaskId();
         pMsg->nModule = message.nModule;
         pMsg->nLength = static_cast<std::uint32_t>(nPayload) + ZEMB_MSG_LENGTH_EXTRA;
-        if (nPayload != 0 && memcpy_s(pMsg.get() + 1, nPayload, pPayload, nPayload) != 0)
+        if (nPayload != 0 && memcpy_s(pMsg.get() + 1, nPayload, pPayload, nPayload) != 0) {
+            std::memset(pMsg.get() + 1, 0, nPayload);  // not what the memory held before
             Report("memcpy_s in SendMsgToModule failed. ");
+        }
         bTaken = ZembAppMgr::ZembOutSendMsg(pMsg.get()) == TAKEN;
     });
     return bTaken;

@@ -14,8 +14,9 @@ struct RawMessage {
 };
 
 // Sends a message with a payload, which is copied, to a module of the process; true when a receiver
-// has taken it. Lines: "Fail to allocate memory\n", "memcpy_s in SendMsgToModule failed. ". Cost:
-// linear in the payload.
+// has taken it. A payload that cannot be copied, such as null with a size, is sent as zeroes (line:
+// "memcpy_s in SendMsgToModule failed. "). Line besides: "Fail to allocate memory\n". Cost: linear
+// in the payload.
 bool SendMsgToModule(const RawMessage& message, const void* pPayload,
                      std::size_t nPayload) noexcept;
 

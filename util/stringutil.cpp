@@ -14,7 +14,6 @@
 
 #include <ctype.h>
 
-#include <atomic>
 #include <climits>
 #include <cstdint>
 #include <iostream>
@@ -76,23 +75,29 @@ bool ReadPlainNeId(const char* szText, unsigned long& id) {
     return true;
 }
 
-// The type of the process language, asked for once.
-std::atomic<int> g_nLangType{LANG_TYPE_UNKNOWN};
+int AskLangType(bool& bThrew) noexcept {
+    try {
+        return ZembGetLangType();
+    } catch (...) {
+        bThrew = true;
+        return LANG_TYPE_UNKNOWN;
+    }
+}
 
-[[gnu::cold, gnu::noinline]] int AskLangType() noexcept {
-    GuardedCall([] { g_nLangType.store(ZembGetLangType(), std::memory_order_relaxed); });
-    return g_nLangType.load(std::memory_order_relaxed);
+// The type of the process language, asked for once, whatever the answer.
+int LangType() noexcept {
+    bool bThrew = false;
+    static const int s_nLangType = AskLangType(bThrew);
+    // Only now: who takes the line may convert numbers too, and others wait for the guard.
+    if (bThrew)
+        ReportException();
+    return s_nLangType;
 }
 
 // Whether a blank stands before numbers in the language of the process.
 bool HasBlank(bool bPlain) {
-    if (bPlain)
-        return false;
-    int nLangType = g_nLangType.load(std::memory_order_relaxed);
-    if (nLangType == LANG_TYPE_UNKNOWN)
-        nLangType = AskLangType();
     // Deliberate: texts of this type put the blank between a word and a number.
-    return nLangType == LANG_TYPE_WITH_BLANK;
+    return !bPlain && LangType() == LANG_TYPE_WITH_BLANK;
 }
 
 // Every number fits, with its blank: no text is ever cut, and nothing can fail that would have to

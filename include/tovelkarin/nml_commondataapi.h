@@ -51,7 +51,7 @@ TN_API std::string IPInt2String(int ip);
 TN_API std::string MakeTopoLinkID(int nFirst, int nSecond);
 
 // Cuts strText at its first strSeparator; both sides are trimmed of blanks, tabs and line ends.
-// False, with nothing changed, when there is none.
+// False, with nothing changed, when there is none, or strSeparator is "".
 TN_API bool SplitStrBySeparator(const std::string& strText, const std::string& strSeparator,
                                 std::string& strLeft, std::string& strRight);
 

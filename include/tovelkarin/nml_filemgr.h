@@ -57,7 +57,7 @@ TN_API int RenameFile(const std::string& strFrom, const std::string& strTo, int 
 TN_API long GetFileSize(const std::string& strPath);
 
 // Seconds since 1970, UTC, of the last change of the content, and of the file's entry; -1 when
-// there is nothing of that name.
+// there is nothing of that name: a file of the time -1, the last second of 1969, looks missing.
 TN_API long GetModifyFileUTCTime(const std::string& strPath);
 TN_API long GetCrateFileUTCTime(const std::string& strPath);
 
@@ -112,6 +112,9 @@ TN_API int AppendCfgItemToFile(const std::string& strPath,
 // its first 1,022. Cost: n log n in the lines, linear when the keys are sorted.
 TN_API int ReadCfgItemFromFile(const std::string& strPath,
                                std::map<std::string, std::string>& mapItem);
+
+// What follows is for plain files of at most 1 GiB: EISDIR for a folder, EFBIG for more, EINVAL for
+// a device.
 
 // Sets listLine to the lines of a file, without line feeds: the first nMost, all for 0.
 TN_API int ReadStrFromFile(const std::string& strPath, std::list<std::string>& listLine,

@@ -32,7 +32,8 @@ TN_API bool TEVecStr2NEID(std::vector<CStdString>& vecText, std::vector<unsigned
 // Numbers to text.
 
 // The digits of nValue; with bPlain false and ZembGetLangType() being 1 a blank before them. The
-// language type is asked once per process, at the first call with bPlain false.
+// language type is asked once per process, at the first call with bPlain false, whatever it
+// answers; one that throws is reported and counts as another type, without the blank, from then on.
 TN_API std::string ConvertULONGToStr(unsigned long nValue, bool bPlain);
 TN_API std::string ConvertLONGToStr(long nValue, bool bPlain);
 // The same in hexadecimal: lower case, no prefix.

@@ -9,11 +9,13 @@
 
 namespace NSTN_util {
 
-// The texts of the process language: a table from key to text, filled once from resource files
-// (docs/language-files.md) while the process starts, looked up by any code afterwards.
+// The texts of the process language: a table from key to text, filled from resource files
+// (docs/language-files.md), usually while the process starts, and looked up by any code.
 //
-// Loading takes no lock and must be over before other threads look up. There is no unload; what is
-// loaded a second time adds keys and replaces none.
+// Any thread, also while others load: a look-up takes no lock, and finds a text as soon as it is in
+// the table. There is no unload; what is loaded a second time adds keys and replaces none. A file
+// is read without any lock. Kept until Destroy(): the texts, and an index of at most 64 bytes a
+// key.
 class TN_API TELangResMgr {
 public:
     // The one manager, made empty at the first call. Null only when the process-wide static-object
@@ -37,7 +39,8 @@ public:
     int LoadLangFile(const char* szDir, const char** arrFile);
 
     // Adds the entries of one file; of several with the same key the first stays. 0; -1 when it
-    // cannot be opened (line: "Read lang res file fail.") or read to its end.
+    // cannot be opened, which a file of over 1 GiB and what is no plain file cannot (line: "Read
+    // lang res file fail."), or read to its end; what was read until then counts.
     int LoadLangFileImpl(const char* szPath);
 
     // The text of exactly this key; "" when there is none or LoadLangFile has not succeeded yet.
@@ -54,7 +57,7 @@ private:
     bool m_bLoaded;
     std::map<std::string, std::string> m_mapResource;
     std::unique_ptr<Hidden>
-        m_pHidden;  // the mutex, which no operation takes, and an index of the table
+        m_pHidden;  // the mutex, which no operation takes, and what look-ups read
 };
 
 // The working folder of the network-management layer: the platform's server path followed directly

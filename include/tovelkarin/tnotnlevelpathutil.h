@@ -16,7 +16,9 @@ struct OTNLevelAndPathID {
 };
 
 // OTN paths (docs/otn-path.md), such as "ODU4:1-ODU2:3": ODU4 path 1, which carries ODU2 path 3.
-// Any thread. Cost: linear in the levels.
+// Any thread. Cost: linear in the levels, and in the lines: one for each bad piece, which may hold
+// the whole path, so that a path of n dashes, which is n + 1 pieces, writes n + 1 lines of n
+// characters each.
 class TN_API TNOTNLevelPathUtil {
 public:
     // Appends the pieces between "-"; none for "".

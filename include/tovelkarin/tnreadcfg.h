@@ -13,8 +13,9 @@ namespace NSTN_util {
 // file only when its modification time is another one. A file that cannot be read leaves the items
 // of the last good load in force.
 //
-// No lock: one object belongs to one thread at a time. A copy goes its own way. No operation throws
-// on bad input. Cost of a getter between checks: one look at the clock and one at the map.
+// No lock: one object belongs to one thread at a time. A copy goes its own way. No operation
+// throws: where memory is lacking, that is reported, the answer is that of a failure, and what is
+// there stays. Cost of a getter between checks: one look at the clock and one at the map.
 class TN_API TNReadCfg {
 public:
     // No file, no items, never checked.
@@ -30,7 +31,7 @@ public:
     bool IsNeedReloadCfgFile();
 
     // Adds the items of the file to mapItem; false when it cannot be read (line:
-    // "LoadCfgItemFromFile Open file(%s) error! ").
+    // "LoadCfgItemFromFile Open file(%s) error! "); without memory some may have been added.
     bool LoadCfgItemFromFile(std::map<std::string, std::string>& mapItem);
 
     // Reads the file if its modification time is not that of the last good load. What is read takes
@@ -46,7 +47,8 @@ public:
     bool GetItemValue(const std::string& strKey, std::string& strValue);
     bool GetItemValue(const std::string& strKey, int& nValue);
 
-    // Sets mapItem to all items. Always true. Cost: linear in the items.
+    // Sets mapItem to all items. Always true, without memory too: mapItem then stays as it was.
+    // Cost: linear in the items.
     bool GetAllCfgItem(std::map<std::string, std::string>& mapItem);
 
 private:

@@ -15,9 +15,11 @@ namespace NSTE_util {
 // reads when the modification time has changed or the last load failed. Until a load has found that
 // wish, one that failed is not tried again.
 //
-// Any thread. Queries hold a readers' lock while they look, loads and GetItemValue the writers'
-// lock, also while they read the file. No operation throws. What is wrong with the file is printed
-// to standard output.
+// Any thread. Loads and GetItemValue hold a writers' lock, also while they read the file; queries
+// take none while they look: they see the times of before a load, or of behind it, and hold no load
+// up. The lines of a GetItemValue are written once the lock is released. No operation throws. What
+// is wrong with the file is printed to standard output. Cost of a query: one look at the clock and
+// one at an index, the same however many threads ask; of a load: linear in all commands known.
 class TN_API TNReqTimeoutIF {
 public:
     // The one service, made at the first call without any file: every command then takes 60
@@ -30,9 +32,9 @@ public:
     virtual ~TNReqTimeoutIF();
 
     // Reads a time-out file over what is there: what it does not name keeps its value. 1; 0 when it
-    // cannot be read or has no section "cmdreq_common_config" (printed: "Warning:missing cfg
-    // file..." or "Warning:cfg file (%s) missing section %s, load failed!"); the other sections
-    // count even so.
+    // cannot be read, which a file of over 1 GiB and what is no plain file cannot, or has no
+    // section "cmdreq_common_config" (printed: "Warning:missing cfg file..." or "Warning:cfg file
+    // (%s) missing section %s, load failed!"); the other sections count even so.
     virtual int LoadTimeoutCfgFile(const std::string& strFile) = 0;
 
     // The time-out of nCmd, or the default one, times the half of nCount, rounded down, if nCount

@@ -37,7 +37,8 @@ TN_API bool IsExplicityTrace();
 //
 // 0; -1 for null (line: "Error:Input Parameter Error!"), when the process is exiting (nothing is
 // written then), and when the platform's trace threw. Modes 1 to 3 hold one lock of the process
-// while they write, which others wait for; a channel that calls back is let through.
+// while they write, which others wait for; a channel that calls back is let through, on several
+// threads at once too.
 // Cost: linear in the value.
 TN_API int AdvAsnTrace(const AsnType* pValue, int nMode, int nOption);
 

@@ -18,13 +18,20 @@ std::string_view ViewOf(const char* szText) {
 
 constexpr std::size_t USUAL_PAIRS = 8;
 
-// The decimal number that a text begins with; false without one.
+// The decimal number that a text begins with, one below 0 as in two's complement; false without
+// one.
 bool ReadLeading(std::string_view strText, unsigned long& nValue) {
+    const bool bMinus = !strText.empty() && strText.front() == '-';
+    if (bMinus)
+        strText.remove_prefix(1);
     unsigned long nRead = 0;
     const auto result = std::from_chars(strText.data(), strText.data() + strText.size(), nRead);
     if (result.ec == std::errc::invalid_argument)
         return false;
-    nValue = result.ec == std::errc() ? nRead : ULONG_MAX;
+    constexpr unsigned long LEAST = 1UL << 63;  // LONG_MIN without its sign
+    if (result.ec != std::errc())
+        nRead = ULONG_MAX;
+    nValue = bMinus ? 0 - std::min(nRead, LEAST) : nRead;
     return true;
 }
 

@@ -130,13 +130,13 @@ void TELOCAL2UTC(const std::tm& local, std::tm& utc) {
 
 void TEUTC2UTC(const std::tm& utc, long& nSeconds) {
     long nYear = utc.tm_year + 1900L;
-    int nMonth = utc.tm_mon;
+    long nMonth = utc.tm_mon;
     if (nMonth < 0 || nMonth > 11) {
         const long nYears = FloorDiv(nMonth, 12);
         nYear += nYears;
-        nMonth -= static_cast<int>(nYears * 12);
+        nMonth -= nYears * 12;
     }
-    const long nDays = DaysTo(nYear, nMonth) + utc.tm_mday - 1L;
+    const long nDays = DaysTo(nYear, static_cast<int>(nMonth)) + utc.tm_mday - 1L;
     nSeconds = nDays * SECONDS_PER_DAY + utc.tm_hour * 3600L + utc.tm_min * 60L +
                static_cast<long>(utc.tm_sec);
 }

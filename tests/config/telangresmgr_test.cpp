@@ -98,13 +98,47 @@ TEST_F(TELangResMgrTest, TheFirstTextOfAKeyStaysAndMissingFilesDoNotStopTheOther
     EXPECT_EQ("", Mgr().GetResourceStr("key")) << "a new, empty manager";
 }
 
+TEST_F(TELangResMgrTest, LooksUpWhileOthersLoad) {
+    constexpr int FILES = 20;
+    constexpr int KEYS = 100;
+    const auto TextOf = [](int nKey) { return "text of number " + std::to_string(nKey); };
+    m_folder.Write("lang/en/first.res", "first = text\n");
+    for (int nFile = 0; nFile < FILES; ++nFile) {
+        std::string strText;
+        for (int n = nFile * KEYS; n < (nFile + 1) * KEYS; ++n)
+            strText += std::to_string(n) + " = " + TextOf(n) + "\n";
+        m_folder.Write("lang/en/" + std::to_string(nFile) + ".res", strText);
+    }
+    EXPECT_EQ(1, Load("first.res"));
+    support::RunTogether(4, [&](std::size_t nThread) {
+        if (nThread < 2) {  // both load all, from either end
+            for (int i = 0; i < FILES; ++i) {
+                const int nFile = nThread == 0 ? i : FILES - 1 - i;
+                EXPECT_EQ(1, Load((std::to_string(nFile) + ".res").c_str()));
+                EXPECT_EQ(TextOf(nFile * KEYS), Mgr().GetResourceStr(std::to_string(nFile * KEYS)));
+            }
+            return;
+        }
+        for (int nLooks = 0; nLooks < 3 * FILES * KEYS; ++nLooks) {
+            const int nKey = nLooks % (FILES * KEYS);
+            EXPECT_EQ("text", Mgr().GetResourceStr("first"));
+            EXPECT_THAT(Mgr().GetResourceStr(std::to_string(nKey)),
+                        testing::AnyOf("", TextOf(nKey)));
+        }
+    });
+    for (int n = 0; n < FILES * KEYS; ++n)
+        EXPECT_EQ(TextOf(n), Mgr().GetResourceStr(std::to_string(n)));
+}
+
 TEST_F(TELangResMgrTest, AListWithoutFilesCountsAsLoaded) {
     EXPECT_EQ(0, Mgr().LoadLangFileImpl(m_folder.Write("a.res", "key = text\n").c_str()));
     EXPECT_EQ(1, Load());
     EXPECT_EQ("text", Mgr().GetResourceStr("key"));
+    m_debug.Take();
     EXPECT_EQ(-1, Mgr().LoadLangFileImpl(nullptr));
-    EXPECT_EQ(-1, Mgr().LoadLangFileImpl(m_folder.Path().c_str()))
-        << "a folder opens, reading fails";
+    EXPECT_EQ(-1, Mgr().LoadLangFileImpl(m_folder.Path().c_str()));
+    EXPECT_EQ(-1, Mgr().LoadLangFileImpl("/dev/zero"));
+    EXPECT_THAT(m_debug.Take(), testing::Each("Read lang res file fail."));
 }
 
 TEST_F(TELangResMgrTest, TheWorkingFolderIsTheServerPathAndNml) {

@@ -89,10 +89,10 @@ TEST_F(TNReqTimeoutTest, PrintsWhatIsWrongWithTheFileAndKeepsWhatItHas) {
     Load("[cmdreq_common_config]\ndefault_timeout = 9\n[cmdreq_command_timeout]\n7 = 20\n");
     testing::internal::CaptureStdout();
     EXPECT_EQ(0, Service().LoadTimeoutCfgFile(m_folder.Path("none")));
-    EXPECT_EQ(0, Service().LoadTimeoutCfgFile(m_folder.Path()));
+    EXPECT_EQ(0, Service().LoadTimeoutCfgFile("/dev/zero"));
     const std::string strEnd = ")\nThis will cause reqtimeout to DEFAULT_TIMEOUT(60s)";
     const std::string strStart = "Warning:missing cfg file(load failed)\npath : (";
-    EXPECT_EQ(strStart + m_folder.Path("none") + strEnd + strStart + m_folder.Path() + strEnd,
+    EXPECT_EQ(strStart + m_folder.Path("none") + strEnd + strStart + "/dev/zero" + strEnd,
               testing::internal::GetCapturedStdout());
     EXPECT_EQ(20, Service().GetReqTimeOutValue(7, 1, false));
     EXPECT_EQ(9, Service().GetReqTimeOutValue(1, 1, false));
@@ -132,6 +132,39 @@ TEST_F(TNReqTimeoutTest, KeepsTheFileThatIsLoadedWhileAnotherThreadReadsTheOldOn
         asker.join();
         ASSERT_EQ(6, Service().GetReqDefaultTimeout(1)) << i;
     }
+}
+
+TEST_F(TNReqTimeoutTest, LooksAgainWhenTheClockIsSetBack) {
+    Load("[cmdreq_common_config]\nneed_auto_refresh = 1\ndefault_timeout = 5\n");
+    EXPECT_EQ(5, Service().GetReqDefaultTimeout(1));
+    m_folder.Write("t.cfg", "[cmdreq_common_config]\ndefault_timeout = 6\n");
+    const timespec arrTime[] = {{1, 0}, {1, 0}};
+    utimensat(AT_FDCWD, m_folder.Path("t.cfg").c_str(), arrTime, 0);
+    m_clock.Advance(-300);
+    EXPECT_EQ(5, Service().GetReqDefaultTimeout(1));
+    m_clock.Advance(-1);
+    EXPECT_EQ(6, Service().GetReqDefaultTimeout(1));
+}
+
+// A query sees the times of one file, never some of each, and no load waits for queries.
+TEST_F(TNReqTimeoutTest, SeesAWholeTableHoweverOftenItIsLoaded) {
+    const std::string arrFile[] = {m_folder.Write("a.cfg",
+                                                  "[cmdreq_common_config]\noffset_time = 1000\n"
+                                                  "[cmdreq_command_timeout]\n7 = 1\n"),
+                                   m_folder.Write("b.cfg",
+                                                  "[cmdreq_common_config]\noffset_time = 3000\n"
+                                                  "[cmdreq_command_timeout]\n7 = 3\n")};
+    Service().LoadTimeoutCfgFile(arrFile[0]);
+    std::atomic<int> nLoading{2};
+    support::RunTogether(10, [&](std::size_t nThread) {
+        if (nThread < 2) {
+            for (int i = 0; i < 200; ++i)
+                Service().LoadTimeoutCfgFile(arrFile[(nThread + static_cast<std::size_t>(i)) % 2]);
+            --nLoading;
+        }
+        while (nLoading != 0)
+            ASSERT_THAT(Service().GetReqTimeOutValue(7, 1, true), testing::AnyOf(1001, 3003));
+    });
 }
 
 TEST_F(TNReqTimeoutTest, AnswersWhileTheFileIsReadAgain) {

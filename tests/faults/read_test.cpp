@@ -5,6 +5,7 @@
 #include "tovelkarin/telangresmgr.h"
 #include "tovelkarin/temutexopermgr.h"
 #include "tovelkarin/teoperationlog.h"
+#include "tovelkarin/tnreadcfg.h"
 #include "tovelkarin/tnreqtimeout.h"
 
 #include "tests/support.h"
@@ -17,6 +18,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <thread>
@@ -124,6 +126,49 @@ TEST_F(ReadFaultTest, SurvivesWhateverHappensToTheFile) {
             }
             EXPECT_LT(2, nRead) << reader.szName << ": no read was met";
             EXPECT_EQ(strGood, Answer()) << "after " << reader.szName << " " << happening.szName;
+        }
+    }
+}
+
+// The time of a file is taken before it is read: what changes meanwhile is read at the next look.
+TEST_F(ReadFaultTest, WhatChangesWhileItIsReadIsReadAgain) {
+    const std::string strFile = m_folder.Path("file");
+    auto tFile = std::filesystem::file_time_type::clock::now();
+    const auto Write = [&](int nTimeout) {
+        const std::string strNew = m_folder.Write(
+            "new", "[cmdreq_common_config]\nneed_auto_refresh = 1\ndefault_timeout = " +
+                       std::to_string(nTimeout) + "\n");
+        std::filesystem::last_write_time(strNew, tFile += std::chrono::seconds(1));
+        std::filesystem::rename(strNew, strFile);
+    };
+    NSTN_util::TNReadCfg cfg;
+    cfg.SetFileName(strFile);
+    NSTE_util::TNReqTimeoutIF& timeouts = faults::The<NSTE_util::TNReqTimeoutIF>();
+    const std::function<int()> arrRead[] = {[&] {
+                                                int nValue = 0;
+                                                cfg.GetItemValue("default_timeout", nValue);
+                                                return nValue;
+                                            },
+                                            [&] { return timeouts.GetReqDefaultTimeout(1); }};
+    zemb::ScopedClock clock;
+    for (const auto& read : arrRead) {
+        Write(5);
+        timeouts.LoadTimeoutCfgFile(strFile);
+        for (const int nTimeout :
+             {6, 7}) {  // the first one is not the first reading of the service
+            Write(nTimeout);
+            clock.Advance(301);
+            const std::function<long()> change = [&] {
+                Write(nTimeout + 10);
+                return errno = 0, -1L;
+            };
+            {
+                const faults::ScopedRead during(1, change);
+                EXPECT_EQ(nTimeout, read());
+                EXPECT_TRUE(during.HasStruck());
+            }
+            clock.Advance(301);
+            EXPECT_EQ(nTimeout + 10, read());
         }
     }
 }

@@ -4,6 +4,7 @@
 #include "tovelkarin/telangresmgr.h"
 #include "tovelkarin/temutexopermgr.h"
 #include "tovelkarin/teoperationlog.h"
+#include "tovelkarin/tnreadcfg.h"
 #include "tovelkarin/tnreqtimeout.h"
 
 #include "tests/support.h"
@@ -76,6 +77,28 @@ TEST_F(SingleFaultTest, ALanguageTextIsThereOnceMemoryIs) {
         }
         EXPECT_EQ(1, lang.LoadLangFile("/conf/lang/", arrFile));
         EXPECT_EQ("a text that needs memory of its own", lang.GetResourceStr("some.key")) << n;
+    }
+}
+
+TEST_F(SingleFaultTest, AConfigurationReaderThrowsNothingWithoutMemory) {
+    const std::string strGood = "a value that needs memory of its own";
+    const std::string strFile = m_folder.Write("some.cfg", "key = " + strGood + "\nno equal\n");
+    for (int n = 1, bStruck = 1; bStruck != 0; ++n) {
+        NSTN_util::TNReadCfg cfg;
+        std::string strValue;
+        std::map<std::string, std::string> mapItem = {{"old", ""}};
+        {
+            const faults::ScopedNoMemory noMemory(n, false);
+            EXPECT_NO_THROW(cfg.SetFileName(strFile)) << n;
+            EXPECT_NO_THROW(cfg.GetItemValue("key", strValue)) << n;
+            EXPECT_NO_THROW(cfg.GetAllCfgItem(mapItem)) << n;
+            bStruck = noMemory.HasStruck() ? 1 : 0;
+        }
+        EXPECT_TRUE(strValue.empty() || strValue == strGood) << n;
+        cfg.SetFileName(strFile);
+        cfg.InitCfgItem();
+        EXPECT_TRUE(cfg.GetItemValue("key", strValue)) << n;
+        EXPECT_EQ(strGood, strValue) << n;
     }
 }
 

@@ -48,7 +48,8 @@ inline std::string ValueOf(const Pairs& vecPair, const std::string& strKey) {
 
 // The number that a text begins with, false without one.
 inline bool Leading(const std::string& strText, unsigned long& nValue) {
-    if (strText.empty() || strText[0] < '0' || strText[0] > '9')
+    const std::size_t nDigit = strText[0] == '-' ? 1 : 0;
+    if (strText.size() <= nDigit || strText[nDigit] < '0' || strText[nDigit] > '9')
         return false;
     nValue = std::strtoul(strText.c_str(), nullptr, 10);
     return true;
@@ -195,7 +196,7 @@ inline void CheckObjectText(const std::uint8_t* pData, std::size_t nSize) {
         const int nKind = source.Below(12);
         strFdn += nKind < 10 ? KEYS[nKind] : source.TextOf("N S=", 3).c_str();
         strFdn += source.Below(9) == 0 ? "" : "=";
-        strFdn += source.TextOf("0123456789|||| x", 9).c_str();
+        strFdn += source.TextOf("0123456789||||- x", 9).c_str();
         strFdn += source.Below(9) == 0 ? "" : ",";
     }
     CheckFdn(strFdn.c_str());

@@ -36,6 +36,8 @@ TEST_F(TNFdnMgrTest, ReadsThePortOfAnFdn) {
         {" NE =5x,S=70000,LP=65537", 5, 70000, 65536},
         {"LP=x|2|3,NE=4294967297", 1, 0, 3},
         {"NE=1,NE=2,LP=1|2", 1, 0, 65536},
+        {"NE=-2,S=-x,LP=-1|-2|-3", 0xFFFFFFFE, 0, 0xFFFF0000 + 0xFFFD},  // as the library writes it
+        {"NE=-9999999999999999999,LP=-", 0, 0, 0},
     };
     for (const Case& one : arrCase) {
         TNPortKey key;

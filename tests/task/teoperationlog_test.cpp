@@ -165,27 +165,52 @@ TEST_F(OperationLogTest, CollectsAndSplitsLongTexts) {
         strLong += "x\xE4\xB8\xAD";  // four bytes: byte 510 is inside of a character
     log.SetOperInfo(strLong);
     EXPECT_EQ(0, log.AddOperationLog(5, 1, 7, 0, 9, 3, 4));
-    log.SetOperInfo(std::string(1023, 'c') + "e");
-    EXPECT_EQ(0, log.AddOperationLog(5, 1, 7, 0, 9, 3, 4));
+    for (const std::size_t nSize : {1024U, 1023U, 1022U}) {
+        log.SetOperInfo(std::string(nSize, 'c'));
+        EXPECT_EQ(0, log.AddOperationLog(5, 1, 7, 0, 9, 3, 4));
+    }
     log.SetOperInfo(std::string(1500, '\x80'));
     EXPECT_EQ(-2, log.AddOperationLog(0UL, 1U, 7, 0, 9UL, 3, 4));
     const std::vector<zemb::OperLogRow> vecRow = Rows();
-    ASSERT_THAT(vecRow, SizeIs(7));
+    ASSERT_THAT(vecRow, SizeIs(10));
     EXPECT_EQ("a, b", vecRow[0].strDesc);
     EXPECT_EQ("object", vecRow[0].strObject);
     EXPECT_EQ(~0UL, vecRow[0].nResult);
     EXPECT_EQ(2, vecRow[0].nResultKind);
     std::string strJoined;
     for (std::size_t i = 1; i < 5; ++i) {
-        EXPECT_EQ('x', vecRow[i].strDesc[0] == 'x'      ? 'x'
-                       : vecRow[i].strDesc[0] == '\xE4' ? 'x'
-                                                        : 0);
+        EXPECT_THAT(vecRow[i].strDesc[0], testing::AnyOf('x', '\xE4'));
         EXPECT_LE(vecRow[i].strDesc.size(), i == 4 ? 1022U : 510U);
         strJoined += vecRow[i].strDesc;
     }
     EXPECT_EQ(strLong, strJoined);
-    EXPECT_EQ(510U, vecRow[5].strDesc.size());
-    EXPECT_EQ(514U, vecRow[6].strDesc.size());
+    std::vector<std::size_t> vecSize;
+    for (std::size_t i = 5; i < vecRow.size(); ++i)
+        vecSize.push_back(vecRow[i].strDesc.size());
+    EXPECT_THAT(vecSize, ElementsAre(510, 514, 510, 513, 1022));
+}
+
+TEST_F(OperationLogTest, CutsTheTextThatItTracedWhoeverSetsItMeanwhile) {
+    TNCommonLog log;
+    log.SetOperInfo("set before the line");
+    int nOthers = 0;
+    const std::string strText(2500, 'a');
+    {
+        const zemb::ScopedDebugSink sink([&](const zemb::DebugLine& line) {
+            const bool bTraced = line.strText.find("Write log") == 0;
+            nOthers += bTraced ? 0 : 1;
+            log.SetOperInfo(bTraced ? strText : std::string(strText.size(), 'b'));
+        });
+        zemb::SetStatePath("/dev/null/no folder");  // the writer complains
+        EXPECT_EQ(0, log.AddOperationLog(5, 1, 7, 0, 9, 3, 4));
+    }
+    zemb::SetStatePath(m_folder.Path());
+    EXPECT_LT(0, nOthers);
+    EXPECT_EQ(0U, zemb::FlushOperLog());
+    std::string strJoined;
+    for (const zemb::OperLogRow& row : Rows())
+        strJoined += row.strDesc;
+    EXPECT_EQ(strText, strJoined);
 }
 
 TEST_F(OperationLogTest, TakesCommandAndAddressFromMessages) {

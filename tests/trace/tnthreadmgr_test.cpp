@@ -4,6 +4,7 @@
 
 #include "tests/support.h"
 
+#include <malloc.h>
 #include <pthread.h>
 
 #include <functional>
@@ -143,6 +144,13 @@ TEST_F(ThreadMgrTest, KeepsThreadsApart) {
         thread.join();
     EXPECT_TRUE(Mgr().CheckNotExistThread());
     EXPECT_EQ(THREADS * 500U, m_debug.Take().size());
+}
+
+TEST_F(ThreadMgrTest, KeepsNoMemoryForALongLabelOfAThreadThatHasGone) {
+    const auto InUse = [] { return mallinfo2().hblkhd + mallinfo2().uordblks; };
+    const std::size_t nBefore = InUse();
+    { const TNThreadGuard guard(std::string(std::size_t{64} << 20, 'x')); }
+    EXPECT_GT(nBefore + (std::size_t{1} << 20), InUse());
 }
 
 TEST_F(ThreadMgrTest, LetsAChannelRegisterDuringTheLastLine) {

@@ -12,10 +12,12 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <fstream>
 #include <future>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -224,6 +226,41 @@ TEST_F(AdvAsnTraceTest, LetsAChannelCallBack) {
     });
     AdvAsnTrace(&m_value, 2, 0);
     EXPECT_LE(2, nCalls);
+}
+
+// One thread prints, the other one reads items, and who takes their lines calls back on both.
+void ExitWithTwoThatCallBack(const AsnType& value, const std::string& strFile) {
+    alarm(20);  // ends the process when they wait for each other
+    std::promise<void> arrInside[2];
+    std::shared_future<void> arrBothInside[2] = {arrInside[0].get_future(),
+                                                 arrInside[1].get_future()};
+    thread_local std::size_t t_nThread = 0;
+    thread_local bool t_bInside = false;
+    const zemb::ScopedDebugSink sink([&](const zemb::DebugLine&) {
+        if (std::exchange(t_bInside, true))
+            return;
+        arrInside[t_nThread].set_value();
+        arrBothInside[1 - t_nThread].wait();
+        AdvAsnTrace(&value, 2, 0);
+    });
+    std::thread reader([&] {
+        t_nThread = 1;
+        std::string strValue;  // the first look at a file is reported
+        NSTE_util::TNReqTimeoutIF::Instance()->GetItemValue(strFile, "key", strValue);
+    });
+    AdvAsnTrace(&value, 2, 0);
+    reader.join();
+    std::_Exit(0);
+}
+
+TEST_F(AdvAsnTraceTest, LetsChannelsOfTwoThreadsCallBack) {
+    GTEST_FLAG_SET(death_test_style, "fast");
+    const std::string strFile = m_folder.Write("other.cfg", "key = value\nno equal\n");
+    EXPECT_EXIT(ExitWithTwoThatCallBack(m_value, strFile), testing::ExitedWithCode(0), "");
+    std::string strValue;
+    EXPECT_TRUE(NSTE_util::TNReqTimeoutIF::Instance()->GetItemValue(strFile, "key", strValue));
+    EXPECT_THAT(m_debug.Take(), ElementsAre("GetTNReadcfg_nolock  InitByFileName failed!",
+                                            " TNReadCfg_SplitStrBySeparator (no equal) error! "));
 }
 
 TEST_F(AdvAsnTraceTest, StopsAtTheLimitOfSections) {

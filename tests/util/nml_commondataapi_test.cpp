@@ -84,6 +84,7 @@ TEST(CommonDataApi, CutsAtTheFirstSeparator) {
     std::string strRight = "r";
     EXPECT_FALSE(SplitStrBySeparator("no", "=", strLeft, strRight));
     EXPECT_FALSE(SplitStrBySeparator("", "", strLeft, strRight));
+    EXPECT_FALSE(SplitStrBySeparator("text", "", strLeft, strRight));
     EXPECT_EQ("lr", strLeft + strRight);
     EXPECT_TRUE(SplitStrBySeparator(" a :: b::c\r\n", "::", strLeft, strRight));
     EXPECT_EQ("a", strLeft);

@@ -150,6 +150,24 @@ TEST_F(FileMgrTest, WritesWholeFilesAndReadsThemBack) {
     EXPECT_EQ(ENOENT, WriteStrToFile(m_folder.Path("none/f"), strText));
 }
 
+TEST_F(FileMgrTest, ReadsWholeOnlyWhatIsAPlainFileOfAtMost1GiB) {
+    const std::string strLarge = m_folder.Write("large", "line\n");
+    std::filesystem::resize_file(strLarge, (1L << 30) + 1);  // takes no room on the disk
+    const std::pair<std::string, int> arrCase[] = {
+        {strLarge, EFBIG}, {"/dev/zero", EINVAL}, {"/dev/null", EINVAL}, {m_folder.Path(), EISDIR}};
+    for (const auto& [strPath, nError] : arrCase) {
+        std::string strText = "kept";
+        std::list<std::string> listLine = {"kept"};
+        EXPECT_EQ(nError, ReadStrFromFile(strPath, strText)) << strPath;
+        EXPECT_EQ(nError, ReadStrFromFile(strPath, listLine, 1)) << strPath;
+        EXPECT_EQ("kept kept", strText + " " + listLine.front());
+    }
+    std::filesystem::resize_file(strLarge, 1L << 30);
+    std::list<std::string> listLine;
+    EXPECT_EQ(0, ReadStrFromFile(strLarge, listLine, 1));
+    EXPECT_THAT(listLine, ElementsAre("line"));
+}
+
 TEST_F(FileMgrTest, ReadsFilesThatTheSystemMakesUp) {
     std::list<std::string> listLine;
     ASSERT_EQ(0, ReadStrFromFile("/proc/self/smaps", listLine, 0));  // comes in small pieces

@@ -7,6 +7,7 @@
 #include "tests/support.h"
 #include "tovelkarin/telangresmgr.h"
 #include "util/resource_text.h"
+#include "zemb/faults.h"
 
 #include <climits>
 #include <clocale>
@@ -85,6 +86,26 @@ void ExitWithConverted(const char* szLanguage, const std::vector<std::string>& v
     bGood = bGood && ConvertLONGToStr(LONG_MIN, false) == vecExpected[1] &&
             ConvertHEXToStr(0xAB, false) == vecExpected[2];
     std::_Exit(bGood ? 0 : 1);
+}
+
+// The platform's answer counts even when there is none: it throws, and who takes the line of that
+// converts a number itself.
+void ExitWithThrown() {
+    zemb::SetLanguage("en");
+    std::string strInside;
+    const zemb::ScopedDebugSink sink(
+        [&](const zemb::DebugLine&) { strInside = ConvertLONGToStr(5, false); });
+    std::string strFirst;
+    {
+        const zemb::ScopedFault fault(zemb::EFault::THROWS, 1);
+        strFirst = ConvertULONGToStr(7, false);
+    }
+    std::_Exit(strFirst == "7" && strInside == "5" && ConvertHEXToStr(0xAB, false) == "ab" ? 0 : 1);
+}
+
+TEST(StringUtilDeathTest, AsksForTheLanguageTypeOnce) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(ExitWithThrown(), testing::ExitedWithCode(0), "");
 }
 
 TEST(StringUtilDeathTest, PutsABlankBeforeNumbersInWesternLanguagesOnly) {

@@ -103,6 +103,11 @@ TEST_F(TimeTest, TakesABrokenDownTimeAsUtcWhateverTheZone) {
     parts.tm_sec = -1;
     tm copy = parts;
     EXPECT_EQ(timegm(&copy), Local2UTC(parts));
+    tm may{};  // of 1970, 178956971 years less 2147483648 months
+    may.tm_year = 70 + 178956971;
+    may.tm_mon = INT_MIN;
+    may.tm_mday = 1;
+    EXPECT_EQ(120 * 86400, Local2UTC(may));
     for (long n = -80000000000; n < 80000000000; n += 123456789) {
         tm broken{};
         gmtime_r(&n, &broken);

@@ -196,6 +196,7 @@ TEST(SendMessageTest, FillsTheHeaderAndCopiesThePayload) {
     EXPECT_FALSE(SendMsgToModule(message, "x", std::size_t{1} << 40));
     EXPECT_THAT(debug.Take(), ElementsAre("Fail to allocate memory\n"));
     EXPECT_TRUE(SendMsgToModule(message, nullptr, 5));
+    EXPECT_EQ(std::string(5, '\0'), strPayload);
     EXPECT_THAT(debug.Take(), ElementsAre("memcpy_s in SendMsgToModule failed. "));
     bThrow = true;
     EXPECT_FALSE(SendMsgToModule(message, "x", 1));

@@ -27,7 +27,8 @@ public:
     void SetCurToFirst();
 
     // The value of occurrence nIndex of a key, counted from 0: as text, or as the number that it
-    // begins with, at most ULONG_MAX. False, with the value untouched, when there is none.
+    // begins with, at most ULONG_MAX; one behind "-" as StrUIDFactory writes it, in two's
+    // complement, LONG_MIN at least. False, with the value untouched, when there is none.
     bool GetValue(unsigned long& nValue, const char* szKey, unsigned long nIndex) const;
     bool GetValue(std::string& strValue, const char* szKey, unsigned long nIndex) const;
 
@@ -57,7 +58,8 @@ public:
     // False for "".
     bool Parse(const char* szText);
 
-    // The number that the next piece begins with; 0 without one, and behind the last piece.
+    // The number that the next piece begins with, read as by StrUIDParser; 0 without one, and
+    // behind the last piece.
     StrSpliter& operator>>(unsigned long& nValue);
 
 private:

@@ -79,7 +79,8 @@ struct DebugLine {
 // Gets each line as it was written.
 using DebugSink = std::function<void(const DebugLine&)>;
 
-// Sends every line to a function of the host, on the thread that wrote it, with no lock held. The
+// Sends every line to a function of the host, on the thread that wrote it. The platform holds no
+// lock meanwhile; who wrote the line may, as the library does where its headers say so. The
 // function may throw: the exception reaches the writer of the line.
 class ZEMB_API ScopedDebugSink {
 public:
@@ -102,7 +103,8 @@ public:
     ScopedNoDebugChannel& operator=(const ScopedNoDebugChannel&) = delete;
 };
 
-// Drops the module's trace lines below nLevel. At first 0: all are written.
+// Drops the module's trace lines below nLevel. At first 0: all but those of negative levels are
+// written.
 ZEMB_API void SetTraceLevel(const std::string& strModule, int nLevel);
 
 // The file that holds the module's log: <state>/log/<module>.log, "" when there is no state
