@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <iostream>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -38,6 +37,7 @@ int PutNodes(const Session& session, const BackupText& text) {
     static const char* const KINDS[] = {"object", "attribute", "group"};
     for (const BackupNode& node : text.vecNode) {
         const std::string strName(node.strName);
+        const std::string strShown = OnOneLine(strName);
         const std::string strValue(node.strValue);
         Json::Value record;
         record["kind"] = KINDS[static_cast<int>(node.eKind)];
@@ -47,13 +47,13 @@ int PutNodes(const Session& session, const BackupText& text) {
         if (node.eKind == BackupNode::EKind::ATTRIBUTE) {
             record["value"] = strValue;
             record["quoted"] = node.bQuoted;
-            strLine += strName + " = " +
+            strLine += strShown + " = " +
                        (node.bQuoted ? "\"" + OnOneLine(strValue) + "\"" : OnOneLine(strValue));
         } else if (node.eKind == BackupNode::EKind::GROUP) {
             record["children"] = static_cast<Json::UInt64>(node.nChildren);
-            strLine += strName + " (" + std::to_string(node.nChildren) + ")";
+            strLine += strShown + " (" + std::to_string(node.nChildren) + ")";
         } else {
-            strLine += strName;
+            strLine += strShown;
         }
         session.out.Put(strLine, record);
     }
@@ -65,7 +65,7 @@ int TellFindings(const std::vector<Finding>& vecFinding) {
     bool bErrors = false;
     for (const Finding& finding : vecFinding) {
         bErrors = bErrors || finding.eSeverity == ESeverity::ERROR;
-        std::cerr << "tovelkarin: " << TextOf(finding) << std::endl;
+        Complain(TextOf(finding));
     }
     return bErrors ? ANSWER_NO : DONE;
 }
@@ -216,8 +216,7 @@ public:
         for (const auto& [strName, IsBack] : m_vecBack) {
             if (IsBack(m_object))
                 continue;
-            std::cerr << "tovelkarin: backup build: '" << strName
-                      << "' will not be read back as it was given" << std::endl;
+            Complain("backup build: '" + strName + "' will not be read back as it was given");
             nStatus = ANSWER_NO;
         }
         return nStatus;
@@ -280,7 +279,7 @@ int Build(const Session& session, const BackupArguments& args) {
         AddGroup(builder, strGroup);
     Json::Value record;
     record["text"] = builder.Text();
-    session.out.Put(builder.Text(), record);
+    session.out.PutExact(builder.Text(), record);
     const int nStatus = TellFindings(BackupText(args.strName, builder.Text()).vecFinding);
     return std::max(nStatus, builder.Check());
 }

@@ -18,6 +18,7 @@ struct CfgArguments {
     std::string strValue;
     bool bInt = false;
     bool bNew = false;
+    int nWait = 30;
 };
 
 // The reader of a file, the same one throughout a run: it looks at the file as a process does.
@@ -68,7 +69,8 @@ int Show(Session& session, const CfgArguments& args) {
 }
 
 int Set(const Session& session, const CfgArguments& args) {
-    const std::string strBefore = SetItem(args.strFile, args.strKey, args.strValue, args.bNew);
+    const std::string strBefore =
+        SetItem(args.strFile, args.strKey, args.strValue, args.bNew, args.nWait);
     Json::Value record;
     record["file"] = args.strFile;
     record["key"] = args.strKey;
@@ -90,6 +92,9 @@ Runner DefineCfg(CLI::App& app) {
     pSet->add_option("KEY", pArgs->strKey, "the key")->required();
     pSet->add_option("VALUE", pArgs->strValue, "its new value")->required();
     pSet->add_flag("--new", pArgs->bNew, "make the file if there is none");
+    pSet->add_option("--wait", pArgs->nWait, "seconds, at most, for others who have it locked")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
     return [pArgs, pSet](Session& session) {
         return pSet->parsed() ? Set(session, *pArgs) : Show(session, *pArgs);
     };

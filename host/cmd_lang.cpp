@@ -10,7 +10,6 @@
 #include <CLI/CLI.hpp>
 
 #include <filesystem>
-#include <iostream>
 #include <memory>
 
 namespace host {
@@ -47,7 +46,7 @@ Loaded LoadTexts(const LangArguments& args) {
         std::error_code ignored;
         if (std::filesystem::is_regular_file(strFolder + strFile, ignored))
             continue;
-        std::cerr << "tovelkarin: " << strFolder << strFile << ": missing" << std::endl;
+        Complain(strFolder + strFile + ": missing");
         ++nMissing;
     }
     vecName.push_back(nullptr);

@@ -12,12 +12,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <memory>
 
 namespace host {
@@ -81,11 +81,14 @@ std::string LineText(const zemb::OperLogRow& row) {
            OnOneLine(row.strObject) + "  " + ResultText(row) + "  " + OnOneLine(row.strDesc);
 }
 
+// On one line, as in lists, so that a text can neither look like another entry nor steer a
+// terminal.
 std::string CsvField(const std::string& strText) {
+    std::string strField = OnOneLine(strText);
     // A spreadsheet takes what begins so for a formula.
-    const bool bFormula = strText.find_first_of("=+-@\t\r") == 0;
-    std::string strField = bFormula ? "'" + strText : strText;
-    if (strField.find_first_of(",\"\r\n") == std::string::npos)
+    if (strField.find_first_of("=+-@") == 0)
+        strField.insert(0, 1, '\'');
+    if (strField.find_first_of(",\"") == std::string::npos)
         return strField;
     NSTN_util::TransWildcardForSql("\"", "\"\"", strField);
     return "\"" + strField + "\"";
@@ -207,32 +210,56 @@ long long ExportTo(const OpLogArguments& args, const std::function<void(const st
     return nRows;
 }
 
+// An open file of the process itself, which the system shows as a link.
+bool IsOwnFile(const std::string& strFile) {
+    static const std::string OPEN_FILES = "/dev/fd/";
+    return strFile == "/dev/stdout" || strFile == "/dev/stderr" ||
+           (strFile.rfind(OPEN_FILES, 0) == 0 &&
+            strFile.find('/', OPEN_FILES.size()) == std::string::npos);
+}
+
+// To a pipe, a terminal or a device, which stays what it is.
+long long ExportInto(const OpLogArguments& args) {
+    const int nLinks = IsOwnFile(args.strFile) ? 0 : O_NOFOLLOW;
+    const int nFile = open(args.strFile.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | nLinks);
+    if (nFile == -1)
+        FailWithErrno(args.strFile);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pFile(fdopen(nFile, "w"), std::fclose);
+    if (pFile == nullptr)
+        throw CommandError(SYSTEM_FAILED, args.strFile + ": no memory");
+    const long long nRows = ExportTo(args, [&](const std::string& strLine) {
+        if (std::fputs(strLine.c_str(), pFile.get()) < 0)
+            FailWithErrno(args.strFile);
+    });
+    if (std::fflush(pFile.get()) != 0)
+        FailWithErrno(args.strFile);
+    return nRows;
+}
+
+// To a file that nobody may read who may not read the log.
+long long ExportToNew(const OpLogArguments& args) {
+    struct stat log {};
+    const bool bLog = stat(zemb::OperLogFile().c_str(), &log) == 0;
+    NewFile file(args.strFile, bLog ? log.st_mode & 0666 : S_IRUSR | S_IWUSR);
+    const long long nRows =
+        ExportTo(args, [&](const std::string& strLine) { file.Write(strLine); });
+    file.PutInPlace();
+    return nRows;
+}
+
 int Export(const Session& session, const OpLogArguments& args) {
+    namespace fs = std::filesystem;
     if (args.strFile == "-")
         throw CommandError(WRONG_USAGE,
                            "oplog export: to standard output: oplog list --last 0 --csv, "
                            "or --json oplog list --last 0");
-    long long nRows = 0;
     std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(args.strFile, error);
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        // A pipe, a terminal or a device stays what it is.
-        std::ofstream file(args.strFile, std::ios::binary);
-        const auto Check = [&] {
-            if (!file)
-                throw CommandError(SYSTEM_FAILED, args.strFile + ": cannot be written");
-        };
-        nRows = ExportTo(args, [&](const std::string& strLine) {
-            file << strLine;
-            Check();
-        });
-        file.close();
-        Check();
-    } else {
-        NewFile file(args.strFile);
-        nRows = ExportTo(args, [&](const std::string& strLine) { file.Write(strLine); });
-        file.PutInPlace();
-    }
+    const fs::file_status status = fs::symlink_status(args.strFile, error);
+    if (fs::is_symlink(status) && !IsOwnFile(args.strFile))
+        throw CommandError(SYSTEM_FAILED,
+                           args.strFile + ": a link; name the file that it leads to");
+    const bool bNew = !fs::exists(status) || fs::is_regular_file(status);
+    const long long nRows = bNew ? ExportToNew(args) : ExportInto(args);
     Json::Value record;
     record["file"] = args.strFile;
     record["entries"] = static_cast<Json::Int64>(nRows);

@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <iostream>
 #include <memory>
 
 namespace host {
@@ -156,8 +155,7 @@ std::string NameOfParsed(const CLI::App& app) {
 int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
     const Command* const pCommand = FindCommand(vecWord.front());
     if (pCommand == nullptr) {
-        std::cerr << "tovelkarin: no command '" << vecWord.front() << "'; 'help' lists the commands"
-                  << std::endl;
+        Complain("no command '" + vecWord.front() + "'; 'help' lists the commands");
         return WRONG_USAGE;
     }
     CLI::App app(pCommand->szSummary, pCommand->szName);
@@ -169,8 +167,7 @@ int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
         if (error.get_exit_code() == 0)
             return PutHelp(session.out, *pCommand, app.help());
         const std::string strName = NameOfParsed(app);
-        std::cerr << "tovelkarin: " << strName << ": " << error.what() << "; 'help " << strName
-                  << "' tells more" << std::endl;
+        Complain(strName + ": " + error.what() + "; 'help " + strName + "' tells more");
         return WRONG_USAGE;
     }
     try {
@@ -178,10 +175,10 @@ int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
             session.Start();
         return run(session);
     } catch (const CommandError& error) {
-        std::cerr << "tovelkarin: " << error.what() << std::endl;
+        Complain(error.what());
         return error.nStatus;
     } catch (const std::exception& error) {
-        std::cerr << "tovelkarin: " << pCommand->szName << ": " << error.what() << std::endl;
+        Complain(std::string(pCommand->szName) + ": " + error.what());
         return SYSTEM_FAILED;
     }
 }

@@ -104,7 +104,7 @@ int RunLine(Session& session, const std::string& strLine) {
         std::transform(vecWord.begin(), vecWord.end(), vecWord.begin(), Expanded);
         return vecWord.empty() ? DONE : RunCommand(session, vecWord);
     } catch (const CommandError& error) {
-        std::cerr << "tovelkarin: " << error.what() << std::endl;
+        Complain(error.what());
         return error.nStatus;
     }
 }
@@ -125,7 +125,7 @@ int RunScript(Session& session, std::istream& input, const std::string& strName,
             session.out.Say(PROMPT + strLine);
         const int nStatus = RunLine(session, strLine);
         if (nStatus != DONE && nStatus != ANSWER_NO) {
-            std::cerr << "tovelkarin: " << strName << ":" << nLine << ": ended here" << std::endl;
+            Complain(strName + ":" + std::to_string(nLine) + ": ended here");
             return nStatus;
         }
     }

@@ -1,42 +1,22 @@
 #include "item_writer.h"
 
 #include "item_check.h"
+#include "locked_file.h"
 #include "new_file.h"
 #include "output.h"
 #include "text_lines.h"
 
 #include "tovelkarin/nml_commondataapi.h"
-#include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 
 namespace host {
 
 namespace {
-
-// A file descriptor, closed with the object.
-class Handle {
-public:
-    explicit Handle(int nFile) : m_nFile(nFile) {}
-    ~Handle() {
-        if (m_nFile != -1)
-            close(m_nFile);
-    }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-    operator int() const { return m_nFile; }
-
-private:
-    int m_nFile;
-};
 
 void CheckItem(const std::string& strKey, const std::string& strValue) {
     const auto Refuse = [](const std::string& strWhy) {
@@ -53,27 +33,6 @@ void CheckItem(const std::string& strKey, const std::string& strValue) {
         Refuse("the value cannot be read back; expected one line without blanks around it");
     if (strKey.size() + strValue.size() + 3 > ITEM_LINE_MAX)
         Refuse("the line gets over 1022 characters");
-}
-
-// Opens a plain file and waits until nobody else changes it.
-int LockFile(const std::string& strPath) {
-    for (;;) {
-        struct stat info {};
-        struct stat now {};
-        if (stat(strPath.c_str(), &info) != 0)
-            FailWithErrno(strPath);
-        if (!S_ISREG(info.st_mode))
-            throw CommandError(SYSTEM_FAILED, strPath + ": no plain file");
-        const int nFile = open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-        if (nFile == -1)
-            FailWithErrno(strPath);
-        // Whoever waited finds another file in its place and waits for that one.
-        if (flock(nFile, LOCK_EX) == 0 && fstat(nFile, &info) == 0 &&
-            stat(strPath.c_str(), &now) == 0 && now.st_ino == info.st_ino &&
-            now.st_dev == info.st_dev)
-            return nFile;
-        close(nFile);
-    }
 }
 
 // Where a value stands in a text.
@@ -108,7 +67,7 @@ bool FindValue(const std::string& strFile, const std::string& strText, const std
 }  // namespace
 
 std::string SetItem(const std::string& strFile, const std::string& strKey,
-                    const std::string& strValue, bool bNew) {
+                    const std::string& strValue, bool bNew, int nWait) {
     CheckItem(strKey, strValue);
     if (bNew)  // nothing when it is there
         close(open(strFile.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
@@ -116,10 +75,8 @@ std::string SetItem(const std::string& strFile, const std::string& strKey,
     const std::string strPath = std::filesystem::canonical(strFile, error).string();
     if (error)
         throw CommandError(SYSTEM_FAILED, strFile + ": " + error.message());
-    const Handle lock(LockFile(strPath));
-    std::string strText;
-    if (const int nError = NSTN_util::ReadStrFromFile(strPath, strText); nError != 0)
-        throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(nError));
+    const LockedFile old(strPath, nWait);
+    std::string strText = old.Read();
     std::string strBefore;
     Span value;
     if (FindValue(strFile, strText, strKey, value)) {
@@ -142,7 +99,7 @@ std::string SetItem(const std::string& strFile, const std::string& strKey,
     if (!FindValue(strFile, strText, strKey, written) ||
         NSTN_util::Trim(strText.substr(written.nFrom, written.nTo - written.nFrom)) != strValue)
         throw CommandError(ANSWER_NO, strFile + ": the item would not be read back");
-    NewFile file(strPath);
+    NewFile file(strPath, old.Status());
     file.Write(strText);
     file.PutInPlace();
     return strBefore;

@@ -40,7 +40,7 @@ int Run(int argc, char** argv) {
     const int nEnd = std::max(nStatus, session.End());
     if (session.out.IsGood())
         return nEnd;
-    std::cerr << "tovelkarin: standard output cannot be written" << std::endl;
+    host::Complain("standard output cannot be written");
     return host::SYSTEM_FAILED;
 }
 
@@ -50,7 +50,7 @@ int main(int argc, char** argv) {
     try {
         return Run(argc, argv);
     } catch (const std::exception& error) {
-        std::cerr << "tovelkarin: " << error.what() << std::endl;
+        host::Complain(error.what());
         return host::SYSTEM_FAILED;
     }
 }

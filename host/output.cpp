@@ -1,5 +1,7 @@
 #include "output.h"
 
+#include "embedded/escape.h"
+
 #include <json/writer.h>
 
 #include <unistd.h>
@@ -9,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iostream>
+#include <string_view>
 
 namespace host {
 
@@ -43,9 +46,19 @@ void Output::Put(const std::string& strText, const Json::Value& record) const {
     std::fflush(m_pJson.get());
 }
 
+void Output::PutExact(const std::string& strText, const Json::Value& record) const {
+    if (IsJson() || isatty(STDOUT_FILENO) == 1)
+        return Put(strText, record);
+    std::cout << strText << std::endl;
+}
+
 void Output::Say(const std::string& strText) const {
     if (!IsJson())
-        std::cout << strText << std::endl;
+        std::cout << Shown(strText) << std::endl;
+}
+
+void Complain(const std::string& strText) {
+    std::cerr << "tovelkarin: " << Shown(strText) << std::endl;
 }
 
 std::string Table(const std::vector<std::vector<std::string>>& vecRow) {
@@ -82,38 +95,24 @@ std::string Hex(unsigned long nValue) {
 
 namespace {
 
-// How many octets the UTF-8 character at p has; 0 when there is none.
-std::size_t CharacterAt(const unsigned char* p, std::size_t nRest) {
-    const unsigned nLead = *p;
-    const std::size_t nSize = nLead < 0x80                    ? 1
-                              : nLead >= 0xC2 && nLead < 0xE0 ? 2
-                              : nLead >= 0xE0 && nLead < 0xF0 ? 3
-                              : nLead >= 0xF0 && nLead < 0xF5 ? 4
-                                                              : 0;
-    if (nSize > nRest)
-        return 0;
-    for (std::size_t i = 1; i < nSize; ++i)
-        if ((p[i] & 0xC0) != 0x80)
-            return 0;
-    // Neither longer than needed, nor half of a pair, nor beyond the last character.
-    const bool bBad = (nLead == 0xE0 && p[1] < 0xA0) || (nLead == 0xED && p[1] > 0x9F) ||
-                      (nLead == 0xF0 && p[1] < 0x90) || (nLead == 0xF4 && p[1] > 0x8F);
-    return nSize > 1 && bBad ? 0 : nSize;
-}
-
-std::string ValidUtf8(const std::string& strText) {
-    std::string strValid;
-    strValid.reserve(strText.size());
-    const auto* const pText = reinterpret_cast<const unsigned char*>(strText.data());
-    for (std::size_t i = 0; i < strText.size();) {
-        const std::size_t nSize = CharacterAt(pText + i, strText.size() - i);
-        if (nSize == 0)
-            strValid += "\xEF\xBF\xBD";
-        else
-            strValid.append(strText, i, nSize);
-        i += nSize == 0 ? 1 : nSize;
+// JSON as it is sent: what stands outside of texts is ASCII, and the writer has escaped what is
+// below U+0020.
+std::string SafeJson(std::string_view strText) {
+    std::string strSafe;
+    strSafe.reserve(strText.size());
+    for (std::size_t nSize = 0; !strText.empty(); strText.remove_prefix(nSize)) {
+        nSize = zemb::Utf8Size(strText);
+        if (nSize == 0) {
+            strSafe += "\xEF\xBF\xBD";
+            nSize = 1;
+        } else if (zemb::ControlSize(strText) != 0) {
+            strSafe += "\\u00";
+            zemb::AppendHex(strText[nSize - 1], strSafe);
+        } else {
+            strSafe.append(strText, 0, nSize);
+        }
     }
-    return strValid;
+    return strSafe;
 }
 
 }  // namespace
@@ -125,20 +124,18 @@ std::string JsonLine(const Json::Value& record) {
         compact["emitUTF8"] = true;
         return compact;
     }();
-    return ValidUtf8(Json::writeString(builder, record));
+    return SafeJson(Json::writeString(builder, record));
+}
+
+std::string Shown(const std::string& strText) {
+    std::string strShown;
+    zemb::AppendEscaped(strText, "\n\t\\", strShown);
+    return strShown;
 }
 
 std::string OnOneLine(const std::string& strText) {
     std::string strShown;
-    for (const char c : strText) {
-        const auto nByte = static_cast<unsigned char>(c);
-        char szHex[8];
-        std::snprintf(szHex, sizeof szHex, "\\x%02X", nByte);
-        if (nByte < ' ' || nByte == 0x7F)
-            strShown += szHex;
-        else
-            strShown += c == '\\' ? std::string(2, c) : std::string(1, c);
-    }
+    zemb::AppendEscaped(strText, "", strShown);
     return strShown;
 }
 

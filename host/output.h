@@ -34,8 +34,10 @@ public:
     explicit Output(bool bJson);
     bool IsJson() const { return m_pJson != nullptr; }
     bool IsGood() const;  // nothing was lost so far
-    // strText unless JSON is wanted, else the record.
+    // strText, as Shown(), unless JSON is wanted, else the record.
     void Put(const std::string& strText, const Json::Value& record) const;
+    // The same for a text that is made for a file: only a terminal gets it as Shown().
+    void PutExact(const std::string& strText, const Json::Value& record) const;
     // A text that has no record; nothing when JSON is wanted.
     void Say(const std::string& strText) const;
 
@@ -50,11 +52,18 @@ std::string Table(const std::vector<std::vector<std::string>>& vecRow);
 std::string Counted(std::size_t nCount, const std::string& strThing,
                     const std::string& strThings = "");
 
-// A text for a line of its own: control characters as \x0A, a backslash as two. What it holds can
-// neither look like another line nor steer the terminal.
+// A line for standard error behind the program's name, as Shown().
+void Complain(const std::string& strText);
+
+// A text that cannot steer the terminal: control characters but line feeds and tabs as \x1B.
+std::string Shown(const std::string& strText);
+
+// A text for a line of its own: control characters as \n or \x1B, a backslash as two. What it holds
+// can neither look like another line nor steer the terminal.
 std::string OnOneLine(const std::string& strText);
 
 // The JSON text of a record on one line, always valid UTF-8: octets that are none become U+FFFD.
+// Control characters are escaped.
 std::string JsonLine(const Json::Value& record);
 
 // "0x4101F012", in capitals and without leading zeros.

@@ -1,5 +1,6 @@
 #include "session.h"
 
+#include "output.h"
 #include "root_files.h"
 #include "task_runner.h"
 #include "trail_holder.h"
@@ -29,7 +30,7 @@ void WaitForThreads() {
     while (mgr.GetAllInfo().count(pthread_self()) != 0)
         mgr.UnRegist_Thread();
     if (!mgr.CheckNotExistThread() && !mgr.WaitingThreadExit(WAIT_SECONDS))
-        std::cerr << "tovelkarin: threads are still busy; the log tells which" << std::endl;
+        Complain("threads are still busy; the log tells which");
 }
 
 void FlushOperLog() {
@@ -54,7 +55,7 @@ int Session::End() {
         try {
             fn();
         } catch (const std::exception& error) {
-            std::cerr << "tovelkarin: " << error.what() << std::endl;
+            Complain(error.what());
             nStatus = SYSTEM_FAILED;
         }
     };
@@ -72,9 +73,9 @@ void Session::Start(bool bAgain) {
     const std::string strRoot = NSTE_util::GetZEMBRootPath();
     std::error_code ignored;  // what cannot be looked at is not loaded
     if (strRoot.empty())
-        std::cerr << "tovelkarin: no installation root, so no settings and no table file: give "
-                     "--root DIR or set ZEMB_ROOT"
-                  << std::endl;
+        Complain(
+            "no installation root, so no settings and no table file: give --root DIR or set "
+            "ZEMB_ROOT");
     else if (!std::filesystem::is_directory(strRoot, ignored))
         throw CommandError(SYSTEM_FAILED, strRoot + ": the installation root is no folder");
     std::string strError;
@@ -112,8 +113,8 @@ bool Session::LoadTable(const std::string& strFile) {
     ledger.table.Read(strFile);
     const bool bGood = NSTE_util::TEMutexOperMgr::Instance()->LoadMutexCfg(strFile);
     if (!bGood)
-        std::cerr << "tovelkarin: " << strFile << ": some lines are bad and were left out; see "
-                  << "'tovelkarin check mutex " << strFile << "'" << std::endl;
+        Complain(strFile + ": some lines are bad and were left out; see 'tovelkarin check mutex " +
+                 strFile + "'");
     return bGood;
 }
 
@@ -125,7 +126,7 @@ std::string Session::LoadTimeouts(const std::string& strFile) {
     TimeoutFile file(strFile);
     if (NSTE_util::TNReqTimeoutIF::Instance()->LoadTimeoutCfgFile(strFile) == 0) {
         std::cout << std::endl;  // behind what the library prints
-        std::cerr << "tovelkarin: see 'tovelkarin check timeouts " << strFile << "'" << std::endl;
+        Complain("see 'tovelkarin check timeouts " + strFile + "'");
     }
     if (timeouts)
         timeouts->LoadOver(file);

@@ -19,7 +19,7 @@ int ConvertOne(const std::string& strText, const std::function<void(const std::s
         convert(strText);
         return DONE;
     } catch (const CommandError& error) {
-        std::cerr << "tovelkarin: " << error.what() << std::endl;
+        Complain(error.what());
         return error.nStatus;
     }
 }
@@ -49,7 +49,7 @@ int Texts::Each(const std::function<void(const std::string&)>& convert) const {
 }
 
 void WarnOfLoss(const std::string& strText, const std::string& strReadAs) {
-    std::cerr << "tovelkarin: warning: '" << strText << "' is read as " << strReadAs << std::endl;
+    Complain("warning: '" + strText + "' is read as " + strReadAs);
 }
 
 std::string AddressText(std::uint32_t nAddress) {

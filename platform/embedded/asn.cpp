@@ -13,25 +13,16 @@ constexpr const char* INDENT = "    ";
 constexpr const char* LABEL = " --";
 constexpr int TRACE_LEVEL = 1;
 
-// Control characters and backslashes escaped: a text stays on its line.
-void AppendOnLine(std::string& strOut, const std::string& strText) {
-    for (const char c : strText)
-        if (c == '\\' || c == 0x7F || static_cast<unsigned char>(c) < ' ')
-            zemb::AppendEscaped(c, strOut);
-        else
-            strOut += c;
-}
-
 void AppendPart(std::string& strOut, std::size_t nDepth, const std::string& strName,
                 const AsnType* pValue) {
     for (std::size_t i = 0; i < nDepth; ++i)
         strOut += INDENT;
     strOut += LABEL;
-    AppendOnLine(strOut, strName);
+    zemb::AppendEscaped(strName, "", strOut);
     const std::string strType = pValue == nullptr ? "" : pValue->GetTypeName();
     if (!strType.empty()) {
         strOut += strName.empty() ? "(" : " (";
-        AppendOnLine(strOut, strType);
+        zemb::AppendEscaped(strType, "", strOut);
         strOut += ")";
     }
     if (pValue != nullptr)
@@ -55,7 +46,7 @@ void AsnOcts::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
 
 void AsnText::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
     strOut += ": \"";
-    AppendOnLine(strOut, m_strText);
+    zemb::AppendEscaped(m_strText, "", strOut);
     strOut += "\"\n";
 }
 

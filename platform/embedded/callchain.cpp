@@ -2,11 +2,8 @@
 
 #include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
-#include "embedded/state_folder.h"
+#include "embedded/line_file.h"
 #include "zemb/control.h"
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <string>
@@ -23,7 +20,6 @@ namespace {
 
 class CallChainFile final : public NSTE_util::CallChainMgr {
 public:
-    // One write a record: whole lines in the file, none lost when the process dies.
     bool Write(const std::string& strRecord) override {
         const base::CancelHold hold;
         if (IsFaulty("CallChainMgr::Write"))
@@ -32,23 +28,12 @@ public:
         if (strFile.empty())
             return false;
         try {
-            MakeStateFile(strFile);
+            LineFile(strFile).Append(strRecord + "\n");
+            return true;
         } catch (const std::exception&) {
             return false;
         }
-        const int nFile = open(strFile.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_CLOEXEC);
-        if (nFile == -1)
-            return false;
-        const std::string strLine = (m_bTorn ? "\n" : "") + strRecord + "\n";
-        const ssize_t nWritten = write(nFile, strLine.data(), strLine.size());
-        close(nFile);
-        if (nWritten > 0)
-            m_bTorn = static_cast<std::size_t>(nWritten) != strLine.size();
-        return nWritten == static_cast<ssize_t>(strLine.size());
     }
-
-private:
-    std::atomic<bool> m_bTorn{false};  // the last line has no end
 };
 
 std::atomic<bool> g_bOn{false};

@@ -1,77 +1,47 @@
 #include "embedded/log_file.h"
 
 #include "embedded/escape.h"
-#include "embedded/state_folder.h"
+#include "embedded/line_file.h"
 #include "zemb/control.h"
 
-#include <time.h>
+#include <unistd.h>
 
-#include <spdlog/sinks/rotating_file_sink.h>
-
-#include <array>
+#include <cerrno>
 #include <cstdio>
-#include <exception>
 #include <functional>
+#include <system_error>
 
 namespace zemb {
 
 namespace {
 
 constexpr std::size_t FILE_BYTES = 10U << 20;  // size at which a log is rotated
-constexpr std::size_t FILES_KEPT = 5;          // rotated files beside the current one
+constexpr int FILES_KEPT = 5;                  // rotated files beside the current one
+constexpr std::size_t LINE_KEPT = 64U << 10;   // room for lines of a log that is not given back
 constexpr std::size_t NAME_MAX_CHARS = 64;     // of a module's name in the name of its file
 constexpr std::size_t TIME_CHARS = 24;         // "2026-03-01 08:00:00.123Z"
 
-// Characters that could end a line, move a cursor or be mistaken for an escape.
-constexpr std::array<bool, 256> EscapedChars() {
-    std::array<bool, 256> arrEscaped{};
-    for (std::size_t i = 0; i < 0x20; ++i)
-        arrEscaped[i] = i != '\t';
-    arrEscaped[0x7F] = true;
-    arrEscaped['\\'] = true;
-    return arrEscaped;
-}
-
-constexpr std::array<bool, 256> ESCAPED = EscapedChars();
-
-// "time [thread] kind text". The sink calls it under its lock.
-class LineFormatter final : public spdlog::formatter {
+// "time [thread] kind text". One thread at a time.
+class LineFormatter {
 public:
-    void format(const spdlog::details::log_msg& msg, spdlog::memory_buf_t& buf) override {
-        AppendTime(buf);
-        AppendText(" [", buf);
-        AppendThread(msg.thread_id, buf);
-        AppendText("] ", buf);
-        AppendText({msg.logger_name.data(), msg.logger_name.size()}, buf);
-        buf.push_back(' ');
-        const char* p = msg.payload.data();
-        const char* const pEnd = p + msg.payload.size();
-        while (p != pEnd) {
-            const char* const pPlain = p;
-            while (p != pEnd && !ESCAPED[static_cast<unsigned char>(*p)])
-                ++p;
-            buf.append(pPlain, p);
-            if (p != pEnd)
-                AppendEscaped(*p++, buf);
-        }
-        buf.push_back('\n');
-    }
-
-    std::unique_ptr<spdlog::formatter> clone() const override {
-        return std::make_unique<LineFormatter>();
+    // Puts the line into the place of what strLine holds.
+    void Format(std::string_view strKind, std::string_view strText, std::string& strLine) {
+        strLine.clear();
+        AppendTime(strLine);
+        strLine += " [";
+        AppendThread(strLine);
+        strLine.append("] ").append(strKind) += ' ';
+        AppendEscaped(strText, "\t", strLine);
+        strLine += '\n';
     }
 
 private:
-    static void AppendText(std::string_view strText, spdlog::memory_buf_t& buf) {
-        buf.append(strText.data(), strText.data() + strText.size());
+    static void AppendThread(std::string& strLine) {
+        static thread_local const pid_t t_nThread = gettid();
+        strLine += std::to_string(t_nThread);
     }
 
-    static void AppendThread(std::size_t nThread, spdlog::memory_buf_t& buf) {
-        const fmt::format_int text(nThread);
-        buf.append(text.data(), text.data() + text.size());
-    }
-
-    void AppendTime(spdlog::memory_buf_t& buf) {
+    void AppendTime(std::string& strLine) {
         const long long nNow = NowMicroseconds();
         const long long nSecond = nNow / 1000000;
         if (nNow < 0 || nSecond != m_nSecond || m_strTime.size() != TIME_CHARS) {
@@ -84,40 +54,56 @@ private:
             m_strTime[21] = static_cast<char>('0' + nMilli / 10 % 10);
             m_strTime[22] = static_cast<char>('0' + nMilli % 10);
         }
-        AppendText(m_strTime, buf);
+        strLine += m_strTime;
     }
 
     long long m_nSecond = -1;
     std::string m_strTime;
 };
 
-spdlog::file_event_handlers Handlers() {
-    spdlog::file_event_handlers handlers;
-    handlers.before_open = [](const spdlog::filename_t& strFile) { MakeStateFile(strFile); };
-    handlers.after_open = [](const spdlog::filename_t&, std::FILE* pFile) {
-        // Each line is one write: whole lines in the file, none lost when the process dies.
-        std::setvbuf(pFile, nullptr, _IONBF, 0);
-    };
-    return handlers;
+// "m.log" for 0, else "m.3.log".
+std::string RotatedName(const std::string& strFile, int nAge) {
+    const std::size_t nDot = strFile.rfind('.');
+    return nAge == 0 ? strFile
+                     : strFile.substr(0, nDot) + "." + std::to_string(nAge) + strFile.substr(nDot);
+}
+
+// Makes room for a new file: each one gets the name of the next older one, the oldest goes.
+void Rotate(const std::string& strFile) {
+    for (int nAge = FILES_KEPT; nAge > 0; --nAge) {
+        const std::string strTo = RotatedName(strFile, nAge);
+        if (rename(RotatedName(strFile, nAge - 1).c_str(), strTo.c_str()) != 0 && errno != ENOENT)
+            throw std::system_error(errno, std::generic_category(), strTo);
+    }
 }
 
 }  // namespace
 
+// The files of one log. Any thread.
 class LogFileSink {
 public:
     explicit LogFileSink(const std::string& strFile)
-        : m_sink(strFile, FILE_BYTES, FILES_KEPT, false, Handlers()) {
-        m_sink.set_formatter(std::make_unique<LineFormatter>());
-    }
+        : m_strFile(strFile), m_pFile(std::make_unique<LineFile>(strFile)) {}
 
     void Write(std::string_view strKind, std::string_view strText) {
-        m_sink.log(spdlog::details::log_msg(spdlog::log_clock::time_point(), {},
-                                            {strKind.data(), strKind.size()}, spdlog::level::info,
-                                            {strText.data(), strText.size()}));
+        std::lock_guard<std::mutex> guard(m_lock);
+        m_formatter.Format(strKind, strText, m_strLine);
+        if (m_pFile->Size() + m_strLine.size() > FILE_BYTES && m_pFile->Size() > 0) {
+            if (m_pFile->IsNamed())  // else another process, or another try, has done that
+                Rotate(m_strFile);
+            m_pFile = std::make_unique<LineFile>(m_strFile);
+        }
+        m_pFile->Append(m_strLine);
+        if (m_strLine.capacity() > LINE_KEPT)
+            m_strLine = {};
     }
 
 private:
-    spdlog::sinks::rotating_file_sink_mt m_sink;
+    const std::string m_strFile;
+    std::mutex m_lock;
+    LineFormatter m_formatter;
+    std::string m_strLine;  // keeps its room from line to line
+    std::unique_ptr<LineFile> m_pFile;
 };
 
 LogFile::LogFile(const std::string& strModule) : m_strModule(strModule) {}
@@ -145,13 +131,9 @@ void LogFile::Write(std::string_view strKind, std::string_view strText) noexcept
             if (m_bWarned.load(std::memory_order_relaxed))
                 m_bWarned = false;
         } else {
-            spdlog::memory_buf_t buf;
-            LineFormatter().format(
-                spdlog::details::log_msg(spdlog::log_clock::time_point(), {},
-                                         {strKind.data(), strKind.size()}, spdlog::level::info,
-                                         {strText.data(), strText.size()}),
-                buf);
-            std::fwrite(buf.data(), 1, buf.size(), stderr);
+            std::string strLine;
+            LineFormatter().Format(strKind, strText, strLine);
+            std::fwrite(strLine.data(), 1, strLine.size(), stderr);
         }
     } catch (const std::exception& error) {
         Warn(error.what());

@@ -9,6 +9,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <deque>
+#include <memory>
 #include <utility>
 
 namespace {
@@ -17,63 +19,104 @@ const char* Text(const char* szPath) {
     return szPath == nullptr ? "" : szPath;
 }
 
-// An open folder, closed with the object.
+// An open folder, closed with the object. It can be closed meanwhile: its descriptor is needed
+// elsewhere in a deep tree.
 class Folder {
 public:
     // szName within nParent, or a path from where the process stands.
-    Folder(int nParent, const char* szName, int nFlags)
-        : m_nError(0), m_pDir(Open(nParent, szName, nFlags)) {
-        if (m_pDir == nullptr)
-            m_nError = errno;
-    }
-    ~Folder() {
-        if (m_pDir != nullptr)
-            closedir(m_pDir);
-    }
+    Folder(int nParent, const char* szName, int nFlags) { Open(nParent, szName, nFlags); }
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
 
     // Why it could not be opened or read, else 0.
     int Error() const { return m_nError; }
-    int Handle() const { return dirfd(m_pDir); }
+    int Handle() const { return m_pDir == nullptr ? -1 : dirfd(m_pDir.get()); }
 
-    // The next entry but "." and ".."; null behind the last one, and after an error.
-    const dirent* Next() {
-        while (m_pDir != nullptr) {
-            errno = 0;
-            const dirent* const pEntry = readdir(m_pDir);
-            if (pEntry == nullptr) {
-                m_nError = errno;
-                return nullptr;
-            }
-            if (std::strcmp(pEntry->d_name, ".") != 0 && std::strcmp(pEntry->d_name, "..") != 0)
-                return pEntry;
-        }
-        return nullptr;
+    // The next entry but "." and ".."; false behind the last one, and after an error.
+    bool Next(ZembFileEntry& entry) {
+        if (m_nKept == m_vecKept.size())
+            return Read(entry);
+        entry = std::move(m_vecKept[m_nKept++]);
+        return true;
+    }
+
+    // Reads what entries there are left. What readdir gives while entries vanish is not defined.
+    void KeepRest() {
+        for (ZembFileEntry entry; Read(entry);)
+            m_vecKept.push_back(std::move(entry));
+    }
+
+    void Close() {
+        KeepRest();
+        struct ::stat info {};
+        if (fstat(Handle(), &info) == 0)
+            m_identity = {info.st_dev, info.st_ino};
+        m_pDir = nullptr;
+    }
+
+    // Opens it again as the folder above nInner, unless that was moved to another one meanwhile.
+    void Reopen(int nInner) {
+        struct ::stat info {};
+        Open(nInner, "..", 0);
+        if (m_pDir != nullptr && fstat(Handle(), &info) == 0 &&
+            m_identity == std::pair(info.st_dev, info.st_ino))
+            return;
+        if (m_nError == 0)
+            m_nError = ESTALE;
+        m_pDir = nullptr;
+        m_nKept = m_vecKept.size();
     }
 
 private:
-    static DIR* Open(int nParent, const char* szName, int nFlags) {
+    struct CloseDir {
+        void operator()(DIR* pDir) const { closedir(pDir); }
+    };
+
+    void Open(int nParent, const char* szName, int nFlags) {
         const int nFile = openat(nParent, szName, O_RDONLY | O_DIRECTORY | O_CLOEXEC | nFlags);
-        if (nFile == -1)
-            return nullptr;
-        DIR* const pDir = fdopendir(nFile);
-        if (pDir == nullptr)
+        if (nFile != -1)
+            m_pDir.reset(fdopendir(nFile));
+        if (m_pDir != nullptr)
+            return;
+        m_nError = errno;
+        if (nFile != -1)
             close(nFile);
-        return pDir;
     }
 
-    const base::CancelHold m_hold;
-    int m_nError;
-    DIR* m_pDir;
+    bool Read(ZembFileEntry& entry);
+
+    int m_nError = 0;
+    std::unique_ptr<DIR, CloseDir> m_pDir;
+    std::vector<ZembFileEntry> m_vecKept;  // read already
+    std::size_t m_nKept = 0;               // of these, given away
+    bool m_bAllRead = false;
+    std::pair<dev_t, ino_t> m_identity;
 };
 
-bool IsFolder(const Folder& folder, const dirent& entry) {
+bool IsFolder(int nFolder, const dirent& entry) {
     if (entry.d_type != DT_UNKNOWN)
         return entry.d_type == DT_DIR;
     struct ::stat info;
-    return fstatat(folder.Handle(), entry.d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 &&
-           S_ISDIR(info.st_mode);
+    return fstatat(nFolder, entry.d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool Folder::Read(ZembFileEntry& entry) {
+    while (m_pDir != nullptr && !m_bAllRead) {
+        errno = 0;
+        const dirent* const pEntry = readdir(m_pDir.get());
+        if (pEntry == nullptr) {
+            m_bAllRead = true;
+            if (errno != 0)
+                m_nError = errno;
+        } else if (std::strcmp(pEntry->d_name, ".") != 0 &&
+                   std::strcmp(pEntry->d_name, "..") != 0) {
+            entry.strName = pEntry->d_name;
+            entry.bFolder = IsFolder(Handle(), *pEntry);
+            entry.nSize = 0;
+            return true;
+        }
+    }
+    return false;
 }
 
 long SizeOf(const Folder& folder, const char* szName) {
@@ -84,52 +127,89 @@ long SizeOf(const Folder& folder, const char* szName) {
                : 0;
 }
 
-void KeepFirst(int& nFirst, int nError) {
-    if (nFirst == 0)
-        nFirst = nError;
-}
+// The folders from the top of a tree down to where a walk stands. Only the lowest few are open: a
+// tree may be deeper than a process may have descriptors. None is reached by its path, so that an
+// exchanged one leads nowhere else.
+class FolderStack {
+public:
+    FolderStack(const char* szTop, int nFlags) {
+        m_dequeLevel.emplace_back(AT_FDCWD, szTop, nFlags);
+    }
 
-int Walk(Folder& folder, const std::function<bool(const ZembFileEntry&)>& visit) {
-    if (folder.Error() != 0)
-        return folder.Error();
+    Folder& Lowest() { return m_dequeLevel.back(); }
+
+    void Enter(const std::string& strName) {
+        if (m_dequeLevel.size() >= OPEN_MOST)
+            m_dequeLevel[m_dequeLevel.size() - OPEN_MOST].Close();
+        m_dequeLevel.emplace_back(Lowest().Handle(), strName.c_str(), O_NOFOLLOW);
+    }
+
+    // Goes one up and puts into nError, unless there is one, why the folder could not be read.
+    // False from the top.
+    bool Leave(int& nError) {
+        if (nError == 0)
+            nError = Lowest().Error();
+        if (m_dequeLevel.size() == 1)
+            return false;
+        Folder& above = m_dequeLevel[m_dequeLevel.size() - 2];
+        if (above.Handle() == -1)
+            above.Reopen(Lowest().Handle());
+        m_dequeLevel.pop_back();
+        return true;
+    }
+
+private:
+    static constexpr std::size_t OPEN_MOST = 8;
+
+    std::deque<Folder> m_dequeLevel;
+};
+
+int Walk(FolderStack& stack, const std::function<bool(const ZembFileEntry&)>& visit) {
     int nError = 0;
-    while (const dirent* const pEntry = folder.Next()) {
-        const bool bFolder = IsFolder(folder, *pEntry);
-        const ZembFileEntry entry{pEntry->d_name, bFolder,
-                                  bFolder ? 0 : SizeOf(folder, pEntry->d_name)};
-        if (!visit(entry))
-            return ECANCELED;
-        if (!bFolder)
-            continue;
-        Folder inner(folder.Handle(), entry.strName.c_str(), O_NOFOLLOW);
-        const int nInner = Walk(inner, visit);
-        if (nInner == ECANCELED)
-            return nInner;
-        KeepFirst(nError, nInner);
-    }
-    KeepFirst(nError, folder.Error());
+    ZembFileEntry entry;
+    do {
+        while (stack.Lowest().Next(entry)) {
+            if (!entry.bFolder)
+                entry.nSize = SizeOf(stack.Lowest(), entry.strName.c_str());
+            if (!visit(entry))
+                return ECANCELED;
+            if (entry.bFolder)
+                stack.Enter(entry.strName);
+        }
+    } while (stack.Leave(nError));
     return nError;
 }
 
-int DeleteContent(Folder& folder) {
-    if (folder.Error() != 0)
-        return folder.Error();
-    // The names first: what readdir gives while entries vanish is not defined.
-    std::vector<std::pair<std::string, bool>> vecName;
-    while (const dirent* const pEntry = folder.Next())
-        vecName.emplace_back(pEntry->d_name, IsFolder(folder, *pEntry));
-    int nError = folder.Error();
-    for (const auto& [strName, bFolder] : vecName) {
-        if (bFolder) {
-            Folder inner(folder.Handle(), strName.c_str(), O_NOFOLLOW);
-            KeepFirst(nError, DeleteContent(inner));
+// What somebody else has deleted meanwhile is gone too.
+void Delete(const Folder& folder, const ZembFileEntry& entry, int& nError) {
+    if (folder.Handle() == -1)
+        return;  // its error is told when it is left
+    if (unlinkat(folder.Handle(), entry.strName.c_str(), entry.bFolder ? AT_REMOVEDIR : 0) != 0 &&
+        errno != ENOENT && nError == 0)
+        nError = errno;
+}
+
+// Deletes what is in the top folder.
+int DeleteContent(FolderStack& stack) {
+    int nError = 0;
+    ZembFileEntry entry;
+    std::vector<ZembFileEntry> vecEntered;  // the way to the lowest folder
+    stack.Lowest().KeepRest();
+    for (;;) {
+        while (stack.Lowest().Next(entry)) {
+            if (entry.bFolder) {
+                stack.Enter(entry.strName);
+                stack.Lowest().KeepRest();
+                vecEntered.push_back(std::move(entry));
+            } else {
+                Delete(stack.Lowest(), entry, nError);
+            }
         }
-        // What somebody else has deleted meanwhile is gone too.
-        if (unlinkat(folder.Handle(), strName.c_str(), bFolder ? AT_REMOVEDIR : 0) != 0 &&
-            errno != ENOENT)
-            KeepFirst(nError, errno);
+        if (!stack.Leave(nError))
+            return nError;
+        Delete(stack.Lowest(), vecEntered.back(), nError);
+        vecEntered.pop_back();
     }
-    return nError;
 }
 
 }  // namespace
@@ -179,20 +259,22 @@ long filesize(const char* szPath, const char*) {
 
 int ZembFileUtil::getFileList(const char* szFolder, std::vector<ZembFileEntry>& vecEntry,
                               const char*) {
+    const base::CancelHold hold;
     if (zemb::IsFaultyNoThrow("getFileList"))
         return errno;
     Folder folder(AT_FDCWD, Text(szFolder), 0);
-    while (const dirent* const pEntry = folder.Next())
-        vecEntry.push_back({pEntry->d_name, IsFolder(folder, *pEntry), 0});
+    for (ZembFileEntry entry; folder.Next(entry);)
+        vecEntry.push_back(std::move(entry));
     return folder.Error();
 }
 
 int ZembFileUtil::walkTree(const char* szFolder,
                            const std::function<bool(const ZembFileEntry&)>& visit, const char*) {
+    const base::CancelHold hold;
     if (zemb::IsFaultyNoThrow("walkTree"))
         return errno;
-    Folder folder(AT_FDCWD, Text(szFolder), 0);
-    return Walk(folder, visit);
+    FolderStack stack(Text(szFolder), 0);
+    return Walk(stack, visit);
 }
 
 bool ZembFileUtil::isDir(const char* szPath, const char*) {
@@ -203,17 +285,15 @@ bool ZembFileUtil::isDir(const char* szPath, const char*) {
 }
 
 int ZembFileUtil::delDir(const char* szPath, const char*) {
+    const base::CancelHold hold;
     if (zemb::IsFaultyNoThrow("delDir"))
         return errno;
     // A "/" behind a link would have it followed.
     std::string strPath = Text(szPath);
     while (strPath.size() > 1 && strPath.back() == '/')
         strPath.pop_back();
-    int nError = 0;
-    {
-        Folder folder(AT_FDCWD, strPath.c_str(), O_NOFOLLOW);
-        nError = DeleteContent(folder);
-    }
+    FolderStack stack(strPath.c_str(), O_NOFOLLOW);
+    int nError = DeleteContent(stack);
     if (nError == 0 && ::rmdir(strPath.c_str()) != 0)
         nError = errno;
     return nError;

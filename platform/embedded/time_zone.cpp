@@ -10,9 +10,10 @@
 #include <cstddef>
 #include <cstring>
 #include <ctime>
-#include <list>
 #include <map>
 #include <mutex>
+#include <set>
+#include <tuple>
 
 namespace zemb {
 
@@ -35,7 +36,7 @@ public:
         m_nPlace = m_bThere || i == 0 ? i : i - 1;
         m_szEntry = environ[m_nPlace];
         if (m_bThere)
-            m_strValue = m_szEntry + 3;
+            m_strEntry = m_szEntry;
     }
 
     bool IsSame() const {
@@ -46,19 +47,26 @@ public:
         if (environ[m_nPlace] != m_szEntry)
             return false;
         if (m_bThere)
-            return std::strcmp(m_szEntry + 3, m_strValue.c_str()) == 0;
+            return std::strcmp(m_szEntry, m_strEntry.c_str()) == 0;
         return m_szEntry == nullptr || environ[m_nPlace + 1] == nullptr;
     }
 
     bool IsThere() const { return m_bThere; }
-    const std::string& Value() const { return m_strValue; }
+    std::string Value() const { return m_bThere ? m_strEntry.substr(3) : ""; }
+
+    bool operator<(const TzEntry& other) const {
+        const auto Key = [](const TzEntry& tz) {
+            return std::tie(tz.m_ppEnviron, tz.m_nPlace, tz.m_szEntry, tz.m_bThere, tz.m_strEntry);
+        };
+        return Key(*this) < Key(other);
+    }
 
 private:
     char** m_ppEnviron;
     std::size_t m_nPlace = 0;
     const char* m_szEntry = nullptr;
     bool m_bThere = false;
-    std::string m_strValue;
+    std::string m_strEntry;  // its text as it was, with "TZ="
 };
 
 std::optional<absl::TimeZone> Load(const std::string& strName) {
@@ -78,11 +86,15 @@ struct ReadZone {
 
 std::atomic<const ReadZone*> g_pZone{nullptr};
 
-// What was replaced stays, as another thread may be using it: each zone once, by its name, and a
-// few words for each change.
+bool operator<(const ReadZone& a, const ReadZone& b) {
+    return std::tie(a.bSet, a.pZone, a.tz) < std::tie(b.bSet, b.pZone, b.tz);
+}
+
+// What was replaced stays, as another thread may be using it: each zone once, by its name, and each
+// place that it was read from once.
 struct ReadZones {
     std::mutex lock;
-    std::list<ReadZone> listRead;
+    std::set<ReadZone> setRead;
     std::map<std::string, Zone> mapZone;
 };
 
@@ -95,8 +107,8 @@ ReadZones& Zones() {
 const Zone& Replace_nolock(const TzEntry& tz, bool bSet, const std::string& strName,
                            const std::optional<absl::TimeZone>& zone) {
     const Zone& kept = Zones().mapZone.try_emplace(strName, zone).first->second;
-    Zones().listRead.push_back({tz, bSet, &kept});
-    g_pZone.store(&Zones().listRead.back(), std::memory_order_release);
+    const ReadZone& read = *Zones().setRead.insert({tz, bSet, &kept}).first;
+    g_pZone.store(&read, std::memory_order_release);
     return kept;
 }
 

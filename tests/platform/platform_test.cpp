@@ -10,9 +10,11 @@
 
 #include "tests/support.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
@@ -61,10 +63,28 @@ TEST_F(StateTest, ALogLineCarriesTimeThreadAndKind) {
 }
 
 TEST_F(StateTest, TextCannotForgeALine) {
-    NSTE_util::GetDebugInterface("m")->Trace(1, "a\n2026-03-01 [1] 1 forged\r\x1B[2J\\n\tend\x7F");
+    const struct {
+        const char* szText;
+        const char* szLine;
+    } arrCase[] = {
+        {"a\n2026-03-01 [1] 1 forged\r\x1B[2J\\n\tend\x7F",
+         "a\\n2026-03-01 [1] 1 forged\\r\\x1B[2J\\\\n\tend\\x7F"},
+        {"\xC2\x9B"
+         "2J \xC2\x80 \xC2\x9F",
+         "\\xC2\\x9B2J \\xC2\\x80 \\xC2\\x9F"},
+        {"\x9B"
+         "2J \xE4\x9B \x9F",
+         "\\x9B2J \xE4\\x9B \\x9F"},
+        {"\xC2\xA0 \xE2\x9B\x84 \xF0\x9F\x9A\x82 \xFF",
+         "\xC2\xA0 \xE2\x9B\x84 \xF0\x9F\x9A\x82 \xFF"},
+        {"\xE2\x9B", "\xE2\\x9B"},
+    };
+    for (const auto& test : arrCase)
+        NSTE_util::GetDebugInterface("m")->Trace(1, test.szText);
     const auto vecLine = LinesOf("m");
-    ASSERT_THAT(vecLine, SizeIs(1));
-    EXPECT_THAT(vecLine[0], HasSubstr("a\\n2026-03-01 [1] 1 forged\\r\\x1B[2J\\\\n\tend\\x7F"));
+    ASSERT_THAT(vecLine, SizeIs(std::size(arrCase)));
+    for (std::size_t i = 0; i < vecLine.size(); ++i)
+        EXPECT_THAT(vecLine[i], testing::EndsWith(std::string("] 1 ") + arrCase[i].szLine));
 }
 
 TEST_F(StateTest, TheLevelFilterIsTheModulesOwn) {
@@ -81,10 +101,16 @@ TEST_F(StateTest, ModuleNamesMakeFileNamesThatStayInTheFolder) {
     EXPECT_EQ(strLog + "%2E%2E%2Fetc%2Fx.log", zemb::LogFileOf("../etc/x"));
     EXPECT_EQ(strLog + "%.log", zemb::LogFileOf(""));
     EXPECT_EQ(strLog + "m%2E1.log", zemb::LogFileOf("m.1")) << "m.1.log is an old file of m";
-    const std::string strLong(1 << 20, 'x');
-    EXPECT_NE(zemb::LogFileOf(strLong), zemb::LogFileOf(strLong + "y"));
-    NSTE_util::GetDebugInterface(strLong.c_str())->Trace(1, "kept");
-    EXPECT_THAT(LinesOf(strLong), SizeIs(1));
+    const std::string str64(64, 'x');
+    EXPECT_EQ(strLog + str64 + ".log", zemb::LogFileOf(str64));
+    for (const std::size_t nSize : {65, 72, 1 << 20})
+        for (const char c : {'x', '/'}) {
+            const std::string strLong(nSize, c);
+            EXPECT_NE(zemb::LogFileOf(strLong), zemb::LogFileOf(strLong + "y"));
+            EXPECT_NE(zemb::LogFileOf(strLong), zemb::LogFileOf(strLong.substr(0, 64)));
+            NSTE_util::GetDebugInterface(strLong.c_str())->Trace(1, "kept");
+            EXPECT_THAT(LinesOf(strLong), SizeIs(1));
+        }
     EXPECT_EQ(NSTE_util::GetDebugInterface("same"), NSTE_util::GetDebugInterface("same"));
     EXPECT_EQ(nullptr, NSTE_util::GetDebugInterface(nullptr));
     EXPECT_EQ(-1, NSTE_util::GetDebugInterface("same")->Printf(nullptr));
@@ -102,6 +128,53 @@ TEST_F(StateTest, AFolderThatCannotBeMadeLosesLinesWithOneWarningUntilItCan) {
     std::filesystem::remove(m_folder.Path("blocked"));
     NSTE_util::GetDebugInterface("m")->Trace(1, "kept");
     EXPECT_THAT(LinesOf("m"), ElementsAre(HasSubstr("kept")));
+}
+
+// What a killed process, or a full disk, left over.
+TEST_F(StateTest, NoLineIsGluedToATornOne) {
+    const auto Reopen = [this] { zemb::SetStatePath(m_folder.Path("state")); };
+    const auto Trace = [](const char* szText) {
+        NSTE_util::GetDebugInterface("m")->Trace(1, szText);
+    };
+    m_folder.Write("state/log/m.log", "of another process, to");
+    chmod(zemb::LogFileOf("m").c_str(), 0640);
+    Trace("first");
+    Reopen();  // a whole line stands at the end: no empty one comes
+    Trace("second");
+    EXPECT_THAT(LinesOf("m"), ElementsAre("of another process, to", testing::EndsWith(" 1 first"),
+                                          testing::EndsWith(" 1 second")));
+    // The file may grow by a few bytes only.
+    rlimit before{};
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &before));
+    const auto pBefore = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit small = before;
+    small.rlim_cur = std::filesystem::file_size(zemb::LogFileOf("m")) + 10;
+    testing::internal::CaptureStderr();
+    setrlimit(RLIMIT_FSIZE, &small);
+    Trace("torn");
+    Trace("torn");
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, pBefore);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("File too large"));
+    Trace("third");
+    const auto vecLine = LinesOf("m");
+    ASSERT_THAT(vecLine, SizeIs(5));
+    EXPECT_THAT(vecLine[3], SizeIs(10));
+    EXPECT_THAT(vecLine[4], testing::EndsWith(" 1 third"));
+}
+
+TEST_F(StateTest, AFullLogGivesWayAndFiveOldOnesAreKept) {
+    const std::string strLog = m_folder.Path("state/log/");
+    for (const char c : {'1', '2', '3', '4', '5', '6'}) {
+        m_folder.Write("state/log/m.log", std::string(1, c) + " was full\n");
+        std::filesystem::resize_file(strLog + "m.log", (10U << 20) - 1);  // ends within a line
+        zemb::SetStatePath(m_folder.Path("state"));
+        NSTE_util::GetDebugInterface("m")->Trace(1, "new");
+        EXPECT_THAT(LinesOf("m"), ElementsAre(HasSubstr("] 1 new")));
+        EXPECT_EQ(c, support::ReadAll(strLog + "m.1.log")[0]);
+    }
+    EXPECT_EQ('2', support::ReadAll(strLog + "m.5.log")[0]);
+    EXPECT_FALSE(std::filesystem::exists(strLog + "m.6.log"));
 }
 
 TEST_F(StateTest, LinesOfManyThreadsAreWhole) {

@@ -8,6 +8,7 @@
 #include "zemb/user_config.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -69,6 +70,21 @@ TEST_F(StateFolderTest, IsNeverWrittenThroughALink) {
     std::string strError;
     EXPECT_FALSE(zemb::PruneOperLog("2030", nDeleted, strError));
     EXPECT_EQ("untouched", support::ReadAll(strVictim));
+    // Nor through a second name of a foreign file, nor into a pipe, whose reader never comes.
+    for (const bool bPipe : {true, false}) {
+        for (const std::string& strFile : {zemb::LogFileOf("m"), zemb::CallChainLog()}) {
+            fs::remove(strFile);
+            EXPECT_EQ(0, bPipe ? mkfifo(strFile.c_str(), 0600)
+                               : link(strVictim.c_str(), strFile.c_str()));
+        }
+        EXPECT_EQ(0, WriteAll());
+        EXPECT_EQ("untouched", support::ReadAll(strVictim));
+    }
+    // Nor into a file of another user; only root can make one.
+    fs::remove(zemb::CallChainLog());
+    EXPECT_EQ(1, WriteAll());
+    const bool bForeign = chown(zemb::CallChainLog().c_str(), 1, 1) == 0;
+    EXPECT_EQ(bForeign ? 0 : 1, WriteAll());
     // What was kept in memory is written when the link is gone.
     fs::remove(zemb::OperLogFile());
     EXPECT_EQ(0U, zemb::FlushOperLog());

@@ -4,13 +4,17 @@
 #include "tests/random_bytes.h"
 #include "tests/support.h"
 #include "tovelkarin/stringutil.h"
+#include "zemb/os.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 
 namespace {
@@ -189,7 +193,12 @@ TEST_F(FileMgrTest, MakesAndDeletesFoldersWithoutFollowingLinks) {
     EXPECT_EQ(0, MKFolder(strDir));
     EXPECT_EQ(0, MKFolder(strDir));
     EXPECT_TRUE(IsFolder(strDir) && !IsFile(strDir) && IsFile(strOutside));
-    EXPECT_EQ(-1, MKFolder(m_folder.Path("x/y")));
+    {
+        // errno is promised: what writes the line may not spoil it.
+        const zemb::ScopedDebugSink sink([](const zemb::DebugLine&) { errno = EDOM; });
+        EXPECT_EQ(-1, MKFolder(m_folder.Path("x/y")));
+        EXPECT_EQ(ENOENT, errno);
+    }
     m_folder.Write("d/in/deep/a.txt", "12345");
     m_folder.Write("d/b.txt", "123");
     std::filesystem::create_directory_symlink(m_folder.Path("outside"), strDir + "/link");
@@ -214,6 +223,91 @@ TEST_F(FileMgrTest, MakesAndDeletesFoldersWithoutFollowingLinks) {
                             "Failed! , result = 2",
                             "NmlTrace:return: file:nml_filemgr,line:430, Info: MKFolder mkdir "
                             "Failed! , result = -1"));
+}
+
+// A folder in a folder, and so on, with a file before and behind each; the names of all together
+// are longer than a path may be.
+void MakeDeepTree(const std::string& strTop, unsigned nDepth) {
+    const std::string strName(100, 'n');
+    std::filesystem::create_directory(strTop);
+    int nFolder = open(strTop.c_str(), O_RDONLY | O_DIRECTORY);
+    for (unsigned n = 0; n < nDepth; ++n) {
+        mkdirat(nFolder, strName.c_str(), 0755);
+        for (const char* const szFile : {"a", "z"}) {
+            const int nFile = openat(nFolder, szFile, O_WRONLY | O_CREAT, 0644);
+            EXPECT_EQ(1, write(nFile, "x", 1));
+            close(nFile);
+        }
+        const int nInner = openat(nFolder, strName.c_str(), O_RDONLY | O_DIRECTORY);
+        close(nFolder);
+        nFolder = nInner;
+    }
+    close(nFolder);
+}
+
+TEST_F(FileMgrTest, GoesDeeperThanThereAreDescriptors) {
+    const std::string strTop = m_folder.Path("top");
+    constexpr unsigned DEPTH = 60;
+    MakeDeepTree(strTop, DEPTH);
+    rlimit before{};
+    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &before));
+    rlimit few = before;
+    few.rlim_cur = 12;  // beside those that are open
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+        few.rlim_cur = std::max(few.rlim_cur, 12 + std::stoul(entry.path().filename().string()));
+    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &few));
+    double dBytes = 0;
+    unsigned nCount = 0;
+    const int nChecked = CheckFolerSize(strTop, dBytes, nCount, 3 * DEPTH);
+    const double dStopped = GetFolerSize(strTop, 3 * DEPTH - 1);
+    const int nDeleted = DeleteFolder(strTop);
+    setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(0, nChecked);
+    EXPECT_EQ(3 * DEPTH, nCount);
+    EXPECT_EQ(2.0 * DEPTH, dBytes);
+    EXPECT_EQ(-1, dStopped);
+    EXPECT_EQ(0, nDeleted);
+    EXPECT_FALSE(IsFolder(strTop));
+}
+
+// Names in the order of a walk; called for each before it is taken down.
+std::vector<std::string> Walked(const std::string& strTop, int& nResult,
+                                const std::function<void(const std::string&)>& fn) {
+    std::vector<std::string> vecName;
+    nResult = ZembFileUtil::walkTree(
+        strTop.c_str(),
+        [&](const ZembFileEntry& entry) {
+            fn(entry.strName);
+            vecName.push_back(entry.strName);
+            return true;
+        },
+        "UTF-8");
+    return vecName;
+}
+
+TEST_F(FileMgrTest, WalksInTheOrderOfTheFoldersAndLeavesAnExchangedOne) {
+    const std::string strTop = m_folder.Path("top");
+    std::string strDir = "top";
+    for (char c = 'a'; c < 'p'; ++c) {
+        for (const char* const szName : {"/1", "/2", "/3/x", "/4"})
+            m_folder.Write(strDir + szName, "");
+        strDir += std::string("/") + c;
+    }
+    m_folder.Write(strDir + "/last", "");
+    std::vector<std::string> vecExpected;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(strTop))
+        vecExpected.push_back(entry.path().filename().string());
+    int nResult = 0;
+    EXPECT_EQ(vecExpected, Walked(strTop, nResult, [](const std::string&) {}));
+    EXPECT_EQ(0, nResult);
+    // At the bottom, a folder of the way up is moved to where the walk may not go.
+    m_folder.Write("outside/secret", "");
+    const auto vecName = Walked(strTop, nResult, [&](const std::string& strName) {
+        if (strName == "last")
+            std::filesystem::rename(strTop + "/a/b/c", m_folder.Path("outside/c"));
+    });
+    EXPECT_EQ(ESTALE, nResult);
+    EXPECT_THAT(vecName, testing::Not(testing::Contains("secret")));
 }
 
 TEST_F(FileMgrTest, LeavesPipesAlone) {

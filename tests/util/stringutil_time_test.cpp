@@ -3,6 +3,7 @@
 
 #include "zemb/time.h"
 
+#include <malloc.h>
 #include <stdlib.h>
 #include <time.h>
 
@@ -87,6 +88,38 @@ TEST_F(TimeTest, FollowsClockAndZoneAtOnce) {
     EXPECT_EQ(17, GetCurTmTime().tm_hour);
     m_clock.Freeze(-1);
     EXPECT_EQ(-1, GetCurUtcTime());
+}
+
+// Each time another entry of the environment, or the same one with another text of equal length.
+TEST_F(TimeTest, FollowsATextThatIsChangedInPlace) {
+    m_clock.Freeze(1772352000 * MICROSECONDS);
+    char szFirst[] = "TZ=Asia/Dubai";
+    char szOther[] = "TZ=Asia/Tokyo";
+    ASSERT_EQ(0, putenv(szFirst));
+    EXPECT_EQ(12, GetCurTmTime().tm_hour);
+    ASSERT_EQ(0, putenv(szOther));
+    EXPECT_EQ(17, GetCurTmTime().tm_hour);
+    std::memcpy(szOther, szFirst, sizeof szOther);
+    EXPECT_EQ(12, GetCurTmTime().tm_hour);
+    szOther[0] = 'X';  // no zone at all any more
+    EXPECT_STREQ("UTC", (tzset(), GetCurTmTime().tm_zone));
+    szOther[0] = 'T';
+}
+
+TEST_F(TimeTest, KeepsAZoneOnceHoweverOftenItComesBack) {
+    const auto Change = [] {
+        for (const char* const szZone : {"Asia/Dubai", "Asia/Tokyo"}) {
+            zemb::SetTimeZone(szZone);
+            zemb::SetTimeZone("");
+            UseZone(szZone);
+            GetCurTmTime();
+        }
+    };
+    Change();
+    const std::size_t nBefore = mallinfo2().uordblks;
+    for (int i = 0; i < 2000; ++i)
+        Change();
+    EXPECT_LT(mallinfo2().uordblks, nBefore + 100000);
 }
 
 TEST_F(TimeTest, TakesABrokenDownTimeAsUtcWhateverTheZone) {

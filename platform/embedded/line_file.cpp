@@ -1,0 +1,93 @@
+#include "embedded/line_file.h"
+
+#include "embedded/state_folder.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
+namespace zemb {
+
+namespace {
+
+[[noreturn]] void Fail(const std::string& strFile) {
+    throw std::system_error(errno, std::generic_category(), strFile);
+}
+
+// A pipe is opened for both directions, and so without waiting for its other end.
+int Open(const std::string& strFile) {
+    MakeStateFolder(std::filesystem::path(strFile).parent_path().string());
+    const int nFile =
+        open(strFile.c_str(), O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+             STATE_FILE_MODE);
+    if (nFile == -1)
+        Fail(strFile);
+    return nFile;
+}
+
+bool EndsWithinALine(int nFile, off_t nSize) {
+    char cLast = '\n';
+    return nSize > 0 && pread(nFile, &cLast, 1, nSize - 1) == 1 && cLast != '\n';
+}
+
+// Whether the file ends within a line that nobody is writing just now.
+bool IsTorn(int nFile, const struct stat& info) {
+    if (!EndsWithinALine(nFile, info.st_size))
+        return false;
+    // The system changes no mode while a write is under way: behind this it is over.
+    struct stat now {};
+    return fchmod(nFile, info.st_mode & 07777) != 0 || fstat(nFile, &now) != 0 ||
+           EndsWithinALine(nFile, now.st_size);
+}
+
+}  // namespace
+
+LineFile::LineFile(const std::string& strFile) : m_strFile(strFile), m_nFile(Open(strFile)) {
+    struct stat info {};
+    if (fstat(m_nFile, &info) != 0 || !S_ISREG(info.st_mode) || info.st_nlink > 1 ||
+        info.st_uid != geteuid()) {
+        close(m_nFile);
+        throw std::runtime_error(strFile + ": no plain file of this user with one name");
+    }
+    m_nSize = static_cast<std::size_t>(info.st_size);
+    m_bTorn = IsTorn(m_nFile, info);
+}
+
+LineFile::~LineFile() {
+    close(m_nFile);
+}
+
+bool LineFile::IsNamed() const {
+    struct stat own {};
+    struct stat named {};
+    return fstat(m_nFile, &own) == 0 && stat(m_strFile.c_str(), &named) == 0 &&
+           own.st_ino == named.st_ino && own.st_dev == named.st_dev;
+}
+
+void LineFile::Append(const std::string& strLine) {
+    const bool bWhole = m_bTorn ? WriteOnce("\n" + strLine) : WriteOnce(strLine);
+    // What hindered the first write is told by the second.
+    if (!bWhole && !WriteOnce(m_bTorn ? "\n" + strLine : strLine)) {
+        errno = ENOSPC;
+        Fail(m_strFile);
+    }
+}
+
+// False when only a part was written.
+bool LineFile::WriteOnce(const std::string& strLine) {
+    const ssize_t nWritten = write(m_nFile, strLine.data(), strLine.size());
+    if (nWritten < 0)
+        Fail(m_strFile);
+    const auto nBytes = static_cast<std::size_t>(nWritten);
+    if (nBytes > 0)
+        m_bTorn = strLine[nBytes - 1] != '\n';
+    m_nSize += nBytes;
+    return nBytes == strLine.size();
+}
+
+}  // namespace zemb
