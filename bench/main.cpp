@@ -105,6 +105,9 @@ constexpr Goal GOALS[] = {
 constexpr Growth GROWTHS[] = {
     {"granted",        "flat",   2.0, 10  },
     {"refused",        "flat",   2.0, 10  },
+    {"among_running",  "flat",   2.0, 10  },
+    {"among_running_everywhere", "flat", 2.0, 10},
+    {"among_running_exclusive",  "flat", 2.0, 10},
     {"list_request",   "linear", 2.5, 1000},
     {"list_release",   "linear", 2.5, 1000},
     {"trail_guard",    "linear", 2.5, 1000},

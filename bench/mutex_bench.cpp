@@ -342,6 +342,45 @@ void TableLoad(benchmark::State& state) {
 }
 BENCHMARK(TableLoad)->Name("table_load/ours")->Arg(1000)->Arg(100000);
 
+// N operations run below NE 5. Every second number blocks the asker and every other one; those that
+// run stand between them, so that neither set is short.
+void HoldBetween(std::int64_t nRunning) {
+    static std::int64_t s_nRunning = -1;
+    HoldOurs(-3);  // whatever the others kept is gone
+    if (std::exchange(s_nRunning, nRunning) == nRunning && Mgr().HasRunningOper())
+        return;
+    std::string strText = "[MUTEX_TABLE]\n";
+    for (int i = 0; i < 100000; ++i)
+        strText += std::to_string(11 + 2 * i) + ":" + std::to_string(ASKER) +
+                   ":1\n0:" + std::to_string(1000001 + 2 * i) + ":0\n";
+    TEMutexOperMgr::Destroy();
+    Mgr().LoadMutexCfg(WriteTable(strText));
+    for (int i = 0; i < nRunning; ++i)
+        Mgr().AcquireMutexOper(10 + 2 * i, ObjectOf(100 * i + 4, 1));
+}
+
+void AmongRunning(benchmark::State& state, const TEOperObject& obj) {
+    HoldBetween(state.range(0));
+    for (auto _ : state) {
+        if (Mgr().AcquireMutexOper(ASKER, obj) != 0)
+            state.SkipWithError("refused");
+        Mgr().ReleaseMutexOper(ASKER, obj);
+    }
+}
+
+void ExclusiveAmongRunning(benchmark::State& state) {
+    HoldBetween(state.range(0));
+    for (auto _ : state)
+        if (Mgr().AcquireMutexOper(1000001, TEOperObject{5, 0, 0}) == 0)
+            state.SkipWithError("not refused");
+}
+
+// clang-format off
+BENCHMARK_CAPTURE(AmongRunning, ne, TEOperObject{5, 0, 0})->Name("among_running/ours")->Arg(10)->Arg(1000)->Arg(100000);
+BENCHMARK_CAPTURE(AmongRunning, all, TEOperObject{})->Name("among_running_everywhere/ours")->Arg(10)->Arg(1000)->Arg(100000);
+BENCHMARK(ExclusiveAmongRunning)->Name("among_running_exclusive/ours")->Arg(10)->Arg(1000)->Arg(100000);
+// clang-format on
+
 void PrintHeld(const char* szWhat, std::int64_t nObjects, TEOperObject (*pfnObject)(std::int64_t)) {
     HoldOurs(0);
     const std::int64_t nBefore = bench::HeapBytes();
@@ -354,9 +393,21 @@ void PrintHeld(const char* szWhat, std::int64_t nObjects, TEOperObject (*pfnObje
     HoldOurs(-2);
 }
 
+// A few characters that name a million operations.
+void PrintTable(const std::string& strText) {
+    HoldOurs(-2);
+    TEMutexOperMgr::Destroy();
+    const std::string strFile = WriteTable(strText);
+    const std::int64_t nBefore = bench::HeapBytes();
+    Mgr().LoadMutexCfg(strFile);
+    const std::int64_t nBytes = bench::HeapBytes() - nBefore;
+    std::printf("%-48s %10zu bytes   %8lld in memory, goal 100000%s\n", "a table file of",
+                strText.size(), static_cast<long long>(nBytes), nBytes <= 100000 ? "" : "  MISSED");
+}
+
 }  // namespace
 
-// Memory of held objects, where the tables have just grown and where they are full.
+// Memory of tables, and of held objects, where the tables have just grown and where they are full.
 void PrintMemory() {
     std::printf("\n");
     for (const std::int64_t nObjects : {10000L, 100000L, 130000L, 150000L, 170000L}) {
@@ -366,4 +417,8 @@ void PrintMemory() {
             return TEOperObject{1 + static_cast<int>(i), 1 + static_cast<int>(i), 1 + i};
         });
     }
+    PrintTable("[MUTEX_TABLE]\n1:0-1048575:1\n");
+    PrintTable(
+        "[MUTEX_TABLE]\n1:0-1048575:1\n2:0-1048575:1\n3:0-1048575:1\n4:0-1048575:1\n"
+        "5:1-1048575:1\n6:1-1048575:1\n7:1-1048575:1\n8:1-1048575:1\n");
 }

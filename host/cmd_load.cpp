@@ -44,11 +44,21 @@ struct LoadArguments {
     bool bNoLog = false;
 };
 
+constexpr std::uint64_t OPERATIONS_MOST = 1U << 20;  // each is asked for at the end
+
+std::vector<int> OperationsOf(const MutexFile& table) {
+    const std::uint64_t nCount = table.CountOperations();
+    if (nCount > OPERATIONS_MOST)
+        throw CommandError(WRONG_USAGE, "load: the table names " + Counted(nCount, "operation") +
+                                            "; at most " + std::to_string(OPERATIONS_MOST));
+    return table.Operations();
+}
+
 // Which operations run on which NE, written down beside the library, and what is counted.
 class Load {
 public:
     Load(const Session& session, const LoadArguments& args)
-        : m_args(args), m_table(session.ledger.table), m_vecOper(m_table.Operations()) {
+        : m_args(args), m_table(session.ledger.table), m_vecOper(OperationsOf(m_table)) {
         if (m_vecOper.empty())
             throw CommandError(WRONG_USAGE,
                                "load: no table of operations; give --root DIR, or mutex load FILE");

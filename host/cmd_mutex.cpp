@@ -28,13 +28,25 @@ int Load(Session& session, const MutexArguments& args) {
     return nStatus;
 }
 
+// A matrix and a graph show pairs: beyond this many operations nobody could read them.
+constexpr std::uint64_t SHOWN_AT_MOST = 1000;
+
+std::vector<int> ShownOperations(const MutexFile& table) {
+    const std::uint64_t nCount = table.CountOperations();
+    if (nCount > SHOWN_AT_MOST)
+        throw CommandError(ANSWER_NO, "the table names " + Counted(nCount, "operation") +
+                                          "; a matrix or graph shows at most " +
+                                          std::to_string(SHOWN_AT_MOST));
+    return table.Operations();
+}
+
 void PutMatrix(const Output& out, const MutexFile& table) {
-    const std::vector<int> vecOper = table.Operations();
+    const std::vector<int> vecOper = ShownOperations(table);
     std::vector<std::vector<std::string>> vecRow = {{"ASKED \\ RUNNING"}};
     for (const int nRunning : vecOper)
         vecRow[0].push_back(std::to_string(nRunning));
     for (const int nAsked : vecOper) {
-        const bool bExclusive = table.mapExclusive.count(nAsked) != 0;
+        const bool bExclusive = table.ExclusiveRule(nAsked) != nullptr;
         std::vector<std::string> row = {std::to_string(nAsked) +
                                         (bExclusive ? " excludes all" : "")};
         Json::Value record;
@@ -57,12 +69,16 @@ void PutMatrix(const Output& out, const MutexFile& table) {
 void PutGraph(const Output& out, const MutexFile& table) {
     std::string strDot =
         "digraph mutex {\n  // An arrow leads from a running operation to what it blocks.\n";
-    for (const auto& [nOper, place] : table.mapExclusive)
-        strDot += "  \"" + std::to_string(nOper) + "\" [shape=doublecircle];  // excludes all\n";
-    for (const auto& [nAsked, mapBlocker] : table.mapBlockers)
-        for (const auto& [nBlocker, place] : mapBlocker)
+    const std::vector<int> vecOper = ShownOperations(table);
+    for (const int nOper : vecOper)
+        if (table.ExclusiveRule(nOper) != nullptr)
             strDot +=
-                "  \"" + std::to_string(nBlocker) + "\" -> \"" + std::to_string(nAsked) + "\";\n";
+                "  \"" + std::to_string(nOper) + "\" [shape=doublecircle];  // excludes all\n";
+    for (const int nAsked : vecOper)
+        for (const int nBlocker : vecOper)
+            if (table.PairRule(nBlocker, nAsked) != nullptr)
+                strDot += "  \"" + std::to_string(nBlocker) + "\" -> \"" + std::to_string(nAsked) +
+                          "\";\n";
     Json::Value record;
     record["dot"] = strDot + "}\n";
     out.Put(strDot + "}", record);

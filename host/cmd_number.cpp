@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -134,7 +135,7 @@ Json::Value Numbers(const std::vector<int>& vec) {
     return array;
 }
 
-void ShowList(const Session& session, const ListArguments& args, const std::string& strText) {
+std::vector<int> ReadNumbers(const std::string& strText, bool bSort) {
     const bool bAmpersand = strText.find('&') != std::string::npos;
     std::vector<int> vec;
     if (!(bAmpersand ? NSTN_util::TEStr2Vec(CStdString(strText), vec)
@@ -143,24 +144,46 @@ void ShowList(const Session& session, const ListArguments& args, const std::stri
                                           (bAmpersand ? "ampersand list" : "list") + " behind " +
                                           Counted(vec.size(), "number"));
     WarnOfCutNumbers(strText);
-    if (args.bSort)
+    if (bSort)
         std::sort(vec.begin(), vec.end());
-    CStdString strPlain;
+    return vec;
+}
+
+// The plain list goes out piece by piece: a span of a few characters can be gigabytes of it.
+void PutPlain(const Output& out, const std::vector<int>& vec) {
+    constexpr std::size_t PIECE = 1U << 16;
+    CStdString strPiece;
+    for (std::size_t i = 0; i < vec.size(); i += PIECE) {
+        const auto itFirst = vec.begin() + static_cast<std::ptrdiff_t>(i);
+        const auto nPiece = static_cast<std::ptrdiff_t>(std::min(PIECE, vec.size() - i));
+        NSTN_util::NumListToStr({itFirst, itFirst + nPiece}, strPiece);
+        out.PutPart((i == 0 ? "" : ",") + strPiece);
+    }
+}
+
+void ShowList(const Session& session, const ListArguments& args, const std::string& strText) {
+    const Output& out = session.out;
+    const std::vector<int> vec = ReadNumbers(strText, args.bSort);
     CStdString strSpan;
     CStdString strAmpersand;
-    NSTN_util::NumListToStr(vec, strPlain);
     NSTN_util::NumListToStr2(vec, strSpan);
     NSTN_util::TEVec2Str(vec, strAmpersand);
-    Json::Value record;
-    record["numbers"] = Numbers(vec);
-    record["plain"] = strPlain;
-    record["span"] = strSpan;
-    record["ampersand"] = strAmpersand;
-    session.out.Put(args.strTo.empty()
-                        ? Counted(vec.size(), "number") + "\n  plain      " + strPlain +
-                              "\n  span       " + strSpan + "\n  ampersand  " + strAmpersand
-                        : record[args.strTo].asString(),
-                    record);
+    if (out.IsJson()) {
+        out.PutPart("{\"ampersand\":\"" + strAmpersand + "\",\"numbers\":[");
+        PutPlain(out, vec);
+        out.PutPart("],\"plain\":\"");
+        PutPlain(out, vec);
+        out.PutPart("\",\"span\":\"" + strSpan + "\"}");
+    } else if (args.strTo.empty()) {
+        out.PutPart(Counted(vec.size(), "number") + "\n  plain      ");
+        PutPlain(out, vec);
+        out.PutPart("\n  span       " + strSpan + "\n  ampersand  " + strAmpersand);
+    } else if (args.strTo == "plain") {
+        PutPlain(out, vec);
+    } else {
+        out.PutPart(args.strTo == "span" ? strSpan : strAmpersand);
+    }
+    out.EndLine();
 }
 
 void ShowOid(const Session& session, const std::string& strText) {

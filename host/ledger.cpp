@@ -140,25 +140,16 @@ void Offer(std::optional<Refusal>& best, const Grant& grant, const TEOperObject&
         best = Refusal{&grant, held, rule, std::nullopt};
 }
 
-template <class Map>
-const Place* RuleOf(const Map& mapRule, int nOper) {
-    const auto it = mapRule.find(nOper);
-    return it == mapRule.end() ? nullptr : &it->second;
-}
-
 }  // namespace
 
 std::optional<Refusal> Ledger::Explain(int nOper, const std::list<TEOperObject>& listObj) const {
-    const Place* const pSelf = RuleOf(table.mapExclusive, nOper);
-    const auto itBlockers = table.mapBlockers.find(nOper);
+    const Place* const pSelf = table.ExclusiveRule(nOper);
     std::optional<Refusal> bySelf;
     std::optional<Refusal> byExclusive;
     std::optional<Refusal> byTable;
     for (const Grant& grant : m_listGrant) {
-        const Place* const pExclusive = RuleOf(table.mapExclusive, grant.nOper);
-        const Place* const pTable = itBlockers == table.mapBlockers.end()
-                                        ? nullptr
-                                        : RuleOf(itBlockers->second, grant.nOper);
+        const Place* const pExclusive = table.ExclusiveRule(grant.nOper);
+        const Place* const pTable = table.PairRule(grant.nOper, nOper);
         if (pSelf == nullptr && pExclusive == nullptr && pTable == nullptr)
             continue;
         const TEOperObject* const pHeld = FindOverlap(grant, listObj);

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <set>
 
 // The format: docs/mutex-table-file.md.
 namespace host {
@@ -195,23 +194,35 @@ void MutexFile::ReadTableLine(const Place& place) {
         return;
     if (vecOper2.empty())
         Add(ESeverity::WARNING, place, vecField[1].nColumn, "no operations: the line does nothing");
-    for (const int nOper2 : vecOper2)
-        Register(nOper1, nOper2, nFlag != 0, place);
+    m_vecPlace.push_back(place);
+    for (std::size_t i = 0; i < vecOper2.size();) {
+        std::size_t nEnd = i + 1;
+        while (nEnd < vecOper2.size() && vecOper2[nEnd] - 1 == vecOper2[nEnd - 1])
+            ++nEnd;
+        Register(nOper1, vecOper2[i], vecOper2[nEnd - 1], nFlag != 0);
+        i = nEnd;
+    }
 }
 
-void MutexFile::Register(int nOper1, int nOper2, bool bBoth, const Place& place) {
-    if (nOper1 == 0 && nOper2 == 0) {
+// For all numbers from nFirst2, 0 or more, to nLast2, by the last place.
+void MutexFile::Register(int nOper1, int nFirst2, int nLast2, bool bBoth) {
+    const Place& place = m_vecPlace.back();
+    if (nFirst2 == 0 && nOper1 == 0)
         Add(ESeverity::WARNING, place, place.nColumn, "0 and 0: nothing is registered",
             "one operation beside the 0");
-    } else if (nOper1 == 0) {
-        mapExclusive.emplace(nOper2, place);
-    } else if (nOper2 == 0) {
-        mapExclusive.emplace(nOper1, place);
-    } else {
-        mapBlockers[nOper2].emplace(nOper1, place);
-        if (bBoth)
-            mapBlockers[nOper1].emplace(nOper2, place);
-    }
+    else if (nFirst2 == 0)
+        exclusive.AddMissing(nOper1, nOper1, m_vecPlace.size() - 1);
+    if (nLast2 > 0)
+        RegisterPairs(nOper1, std::max(nFirst2, 1), nLast2, bBoth);
+}
+
+void MutexFile::RegisterPairs(int nOper1, int nFirst2, int nLast2, bool bBoth) {
+    const std::size_t nPlace = m_vecPlace.size() - 1;
+    if (nOper1 == 0)
+        return exclusive.AddMissing(nFirst2, nLast2, nPlace);
+    m_mapBlocks[nOper1].AddMissing(nFirst2, nLast2, nPlace);
+    if (bBoth)
+        m_mapBlockedBy[nOper1].AddMissing(nFirst2, nLast2, nPlace);
 }
 
 void MutexFile::ReadErrorCodeLine(const Place& place) {
@@ -236,23 +247,64 @@ void MutexFile::ReadErrorCodeLine(const Place& place) {
             "a code of 0 looks like a grant to the refused caller", "a code other than 0");
 }
 
+namespace {
+
+const std::size_t* Find(const std::map<int, PlacedSpans>& mapSpans, int nOper, int nOther) {
+    const auto it = mapSpans.find(nOper);
+    return it == mapSpans.end() ? nullptr : it->second.PlaceOf(nOther);
+}
+
+}  // namespace
+
+const Place* MutexFile::ExclusiveRule(int nOper) const {
+    const std::size_t* const pPlace = exclusive.PlaceOf(nOper);
+    return pPlace == nullptr ? nullptr : &PlaceAt(*pPlace);
+}
+
+const Place* MutexFile::PairRule(int nRunning, int nRequested) const {
+    const std::size_t* const pForth = Find(m_mapBlocks, nRunning, nRequested);
+    const std::size_t* const pBack = Find(m_mapBlockedBy, nRequested, nRunning);
+    if (pForth == nullptr || pBack == nullptr)
+        return pForth != nullptr  ? &PlaceAt(*pForth)
+               : pBack != nullptr ? &PlaceAt(*pBack)
+                                  : nullptr;
+    return &PlaceAt(std::min(*pForth, *pBack));
+}
+
 bool MutexFile::Blocks(int nRunning, int nRequested) const {
-    if (mapExclusive.count(nRunning) != 0 || mapExclusive.count(nRequested) != 0)
-        return true;
-    const auto it = mapBlockers.find(nRequested);
-    return it != mapBlockers.end() && it->second.count(nRunning) != 0;
+    return ExclusiveRule(nRunning) != nullptr || ExclusiveRule(nRequested) != nullptr ||
+           PairRule(nRunning, nRequested) != nullptr;
+}
+
+namespace {
+
+// Who blocks in return is named by the same line as blocked.
+std::map<int, int> AllRuns(const PlacedSpans& exclusive,
+                           const std::map<int, PlacedSpans>& mapBlocks) {
+    PlacedSpans all = exclusive;
+    for (const auto& [nOper, spans] : mapBlocks) {
+        all.AddMissing(nOper, nOper, 0);
+        for (const auto& [nFirst, nLast] : spans.Runs())
+            all.AddMissing(nFirst, nLast, 0);
+    }
+    return all.Runs();
+}
+
+}  // namespace
+
+std::uint64_t MutexFile::CountOperations() const {
+    std::uint64_t nCount = 0;
+    for (const auto& [nFirst, nLast] : AllRuns(exclusive, m_mapBlocks))
+        nCount += static_cast<std::uint64_t>(std::int64_t{nLast} - nFirst + 1);
+    return nCount;
 }
 
 std::vector<int> MutexFile::Operations() const {
-    std::set<int> setOper;
-    for (const auto& [nRequested, mapBlocker] : mapBlockers) {
-        setOper.insert(nRequested);
-        for (const auto& [nBlocker, place] : mapBlocker)
-            setOper.insert(nBlocker);
-    }
-    for (const auto& [nOper, place] : mapExclusive)
-        setOper.insert(nOper);
-    return {setOper.begin(), setOper.end()};
+    std::vector<int> vecOper;
+    for (const auto& [nFirst, nLast] : AllRuns(exclusive, m_mapBlocks))
+        for (std::int64_t nOper = nFirst; nOper <= nLast; ++nOper)
+            vecOper.push_back(static_cast<int>(nOper));
+    return vecOper;
 }
 
 }  // namespace host

@@ -61,6 +61,21 @@ void Complain(const std::string& strText) {
     std::cerr << "tovelkarin: " << Shown(strText) << std::endl;
 }
 
+void Output::PutPart(const std::string& strPart) const {
+    if (IsJson())
+        std::fwrite(strPart.data(), 1, strPart.size(), m_pJson.get());
+    else
+        std::cout << strPart;
+}
+
+void Output::EndLine() const {
+    PutPart("\n");
+    if (IsJson())
+        std::fflush(m_pJson.get());
+    else
+        std::cout.flush();
+}
+
 std::string Table(const std::vector<std::vector<std::string>>& vecRow) {
     std::vector<std::size_t> vecWidth;
     for (const auto& row : vecRow)

@@ -40,6 +40,10 @@ public:
     void PutExact(const std::string& strText, const Json::Value& record) const;
     // A text that has no record; nothing when JSON is wanted.
     void Say(const std::string& strText) const;
+    // The same for a line that is too long to be made as a whole: its parts as they are, texts or
+    // JSON, then its end.
+    void PutPart(const std::string& strPart) const;
+    void EndLine() const;
 
 private:
     const std::shared_ptr<std::FILE> m_pJson;  // null for texts

@@ -15,12 +15,42 @@ TEOperObject PlaceOf(const TEOperObject& obj) {
 
 }  // namespace
 
+HeldObjects::HeldObjects(const MutexTable& table, const PlaceSecret& secret)
+    : m_all(table),
+      m_everything(table),
+      m_tableNe(table, secret),
+      m_tableBelowNe(table, secret),
+      m_tableObj(table, secret),
+      m_tableBelowObj(table, secret),
+      m_tableSub(table, secret),
+      m_mapOdd(0, OddHash{secret}),
+      m_mapOddAtPlace(0, OddHash{secret}) {}
+
 std::size_t HeldObjects::OddHash::operator()(const OddKey& key) const {
     const SubKey sub{key.obj.nNeId, key.obj.nObjId, key.obj.lSubObjId};
-    return Mix(sub.Hash() ^ static_cast<std::uint32_t>(key.nOper));
+    return secret.Mix(sub.Hash(secret) ^ static_cast<std::uint32_t>(key.nOper));
 }
 
-void HeldObjects::Add(int nOper, const TEOperObject& obj) {
+void HeldObjects::Add(int nOper, const std::list<TEOperObject>& listObj) {
+    if (listObj.empty())
+        return;
+    auto itObj = listObj.begin();
+    try {
+        for (; itObj != listObj.end(); ++itObj)
+            AddOne(nOper, *itObj);
+        m_all.Add(nOper, listObj.size(), m_counter);
+    } catch (...) {
+        while (itObj != listObj.begin())
+            RemoveOne(nOper, *--itObj);
+        throw;
+    }
+}
+
+bool HeldObjects::Remove(int nOper, const TEOperObject& obj) noexcept {
+    return RemoveOne(nOper, obj) && m_all.Remove(nOper, m_counter);
+}
+
+void HeldObjects::AddOne(int nOper, const TEOperObject& obj) {
     const TEOperObject place = PlaceOf(obj);
     AddAt(nOper, place);
     if (place == obj)
@@ -39,7 +69,7 @@ void HeldObjects::Add(int nOper, const TEOperObject& obj) {
     }
 }
 
-bool HeldObjects::Remove(int nOper, const TEOperObject& obj) noexcept {
+bool HeldObjects::RemoveOne(int nOper, const TEOperObject& obj) noexcept {
     const TEOperObject place = PlaceOf(obj);
     if (place != obj) {
         if (CountOf(m_mapOdd, {nOper, obj}) == 0)
@@ -54,10 +84,8 @@ bool HeldObjects::Remove(int nOper, const TEOperObject& obj) noexcept {
 }
 
 void HeldObjects::AddAt(int nOper, const TEOperObject& place) {
-    if (place.nNeId == 0) {
-        ++m_mapEverything[nOper];
-        return;
-    }
+    if (place.nNeId == 0)
+        return m_everything.Add(nOper, 1, m_counter);
     const NeKey ne{place.nNeId};
     if (place.nObjId == 0)
         return m_tableNe.Add(ne, nOper);
@@ -80,14 +108,8 @@ void HeldObjects::AddAt(int nOper, const TEOperObject& place) {
 }
 
 bool HeldObjects::RemoveAt(int nOper, const TEOperObject& place) noexcept {
-    if (place.nNeId == 0) {
-        const auto it = m_mapEverything.find(nOper);
-        if (it == m_mapEverything.end())
-            return false;
-        if (--it->second == 0)
-            m_mapEverything.erase(it);
-        return true;
-    }
+    if (place.nNeId == 0)
+        return m_everything.Remove(nOper, m_counter);
     const NeKey ne{place.nNeId};
     if (place.nObjId == 0)
         return m_tableNe.Remove(ne, nOper);
@@ -105,10 +127,8 @@ bool HeldObjects::RemoveAt(int nOper, const TEOperObject& place) noexcept {
 }
 
 std::uint64_t HeldObjects::CountAt(int nOper, const TEOperObject& place) const noexcept {
-    if (place.nNeId == 0) {
-        const auto it = m_mapEverything.find(nOper);
-        return it == m_mapEverything.end() ? 0 : it->second;
-    }
+    if (place.nNeId == 0)
+        return m_everything.CountOf(nOper);
     if (place.nObjId == 0)
         return m_tableNe.CountOf(NeKey{place.nNeId}, nOper);
     if (place.lSubObjId == 0)

@@ -38,22 +38,21 @@ unsigned long TEMutexOperMgrImpl::AcquireMutexOper(int nOper,
     unsigned long nResult = ERR_MUTEX_NO_ERRORCODE;
     NSTN_util::GuardedCall([&] {
         ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
-        const bool bExclusive = m_setExclusiveOper.count(nOper) != 0;
-        const auto itTable = m_mapMutexTable.find(nOper);
-        const bool bRegistered = itTable != m_mapMutexTable.end();
+        const bool bExclusive = m_table.Exclusive().Contains(nOper);
+        const MutexTable::Blockers blockers = m_table.BlockersOf(nOper);
 
         std::int64_t nAny = NO_OPER;
         std::int64_t nExclusive = NO_OPER;
         std::int64_t nRelated = NO_OPER;
         for (const TEOperObject& obj : listObj)
-            m_held.ForOverlaps(obj, m_mapRunningOper, [&](const PlaceOpers& opers) {
+            m_held.ForOverlaps(obj, [&](const PlaceOpers& opers) {
                 if (opers.IsEmpty())
                     return;
                 if (bExclusive)
                     opers.Lowest(nAny);
-                opers.LowestIn(m_setExclusiveOper, nExclusive);
-                if (bRegistered)
-                    opers.LowestIn(itTable->second, nRelated);
+                opers.LowestIn(m_table.Exclusive(), nExclusive);
+                for (const OperSpans* const pSpans : blockers)
+                    opers.LowestIn(*pSpans, nRelated);
             });
 
         // Deliberate: a configured code of 0 is returned by the first test, and means "not in the
@@ -67,7 +66,7 @@ unsigned long TEMutexOperMgrImpl::AcquireMutexOper(int nOper,
             nCode = CodeOfBlocker_nolock(static_cast<int>(nExclusive));
         if (nCode == 0 && nRelated != NO_OPER)
             nCode = CodeOfBlocker_nolock(static_cast<int>(nRelated));
-        if (nCode == 0 && !bRegistered)
+        if (nCode == 0 && !blockers.IsRegistered())
             NSTN_util::Report("No Mutex Operations Register for: %d", nOper);
         if (nCode == 0)
             Record_nolock(nOper, listObj);
@@ -92,20 +91,12 @@ unsigned long TEMutexOperMgrImpl::CodeOfBlocker_nolock(int nBlocker) {
 }
 
 void TEMutexOperMgrImpl::Record_nolock(int nOper, const std::list<TEOperObject>& listObj) {
-    const std::size_t nBefore = m_mapRunningOper.size();
-    const auto itRunning = m_counterRunning.Entry(m_mapRunningOper, nOper);
-    auto itObj = listObj.begin();
-    try {
-        for (; itObj != listObj.end(); ++itObj)
-            m_held.Add(nOper, *itObj);
-    } catch (...) {
-        while (itObj != listObj.begin())
-            m_held.Remove(nOper, *--itObj);
-        if (m_mapRunningOper.size() != nBefore)
-            m_counterRunning.Erase(m_mapRunningOper, itRunning);
-        throw;
+    if (!listObj.empty()) {
+        m_held.Add(nOper, listObj);
+        m_setRunsOnNone.erase(nOper);
+    } else if (!m_held.Holds(nOper)) {
+        m_setRunsOnNone.insert(nOper);
     }
-    itRunning->second += listObj.size();
 }
 
 void TEMutexOperMgrImpl::ReleaseMutexOper(int nOper, const std::list<TEOperObject>& listObj) {
@@ -125,23 +116,26 @@ void TEMutexOperMgrImpl::ReleaseMutexOper(int nOper, const TEOperObject& obj) {
 }
 
 void TEMutexOperMgrImpl::ReleaseOne_nolock(int nOper, const TEOperObject& obj) {
-    const auto it = m_mapRunningOper.find(nOper);
-    if (it == m_mapRunningOper.end())
-        NSTN_util::ReportAssert(ASSERT_RELEASE_NOT_RUNNING);
-    else if (!m_held.Remove(nOper, obj))
+    if (m_held.Remove(nOper, obj))
+        return;
+    if (IsRunning_nolock(nOper))
         NSTN_util::Report("ReleaseMutexOper warning:listIter end!");
-    else if (--it->second == 0)
-        m_counterRunning.Erase(m_mapRunningOper, it);
+    else
+        NSTN_util::ReportAssert(ASSERT_RELEASE_NOT_RUNNING);
+}
+
+bool TEMutexOperMgrImpl::IsRunning_nolock(int nOper) const {
+    return m_held.Holds(nOper) || m_setRunsOnNone.count(nOper) != 0;
 }
 
 bool TEMutexOperMgrImpl::IsOperRunning(int nOper) {
     ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
-    return m_mapRunningOper.count(nOper) != 0;
+    return IsRunning_nolock(nOper);
 }
 
 bool TEMutexOperMgrImpl::HasRunningOper() {
     ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
-    return !m_mapRunningOper.empty();
+    return !m_held.IsEmpty() || !m_setRunsOnNone.empty();
 }
 
 }  // namespace NSTE_util

@@ -19,6 +19,15 @@ constexpr char FIELD_SEPARATOR = ':';
 
 enum class ESection { NONE, TABLE, ERRORCODE };
 
+// The index behind the numbers that follow each other from nStart on.
+std::size_t EndOfRun(const std::vector<int>& vecOper, std::size_t nStart) {
+    std::size_t nEnd = nStart + 1;
+    while (nEnd < vecOper.size() && vecOper[nEnd - 1] < vecOper[nEnd] &&
+           vecOper[nEnd] - 1 == vecOper[nEnd - 1])
+        ++nEnd;
+    return nEnd;
+}
+
 }  // namespace
 
 bool TEMutexOperMgrImpl::LoadMutexCfg(const std::string& strFile) {
@@ -64,8 +73,11 @@ bool TEMutexOperMgrImpl::LoadTableLine_nolock(const std::string& strLine) {
     if (vecField.size() != 3 || !StrToInt(vecField[0], nOper1, 10) ||
         !StrToNumList(vecField[1], vecOper2) || !StrToInt(vecField[2], nFlag, 10))
         return false;
-    for (const int nOper2 : vecOper2)
-        RegisterMutex(nOper1, nOper2, nFlag != 0);
+    for (std::size_t i = 0; i < vecOper2.size();) {
+        const std::size_t nEnd = EndOfRun(vecOper2, i);
+        RegisterMutex(nOper1, vecOper2[i], vecOper2[nEnd - 1], nFlag != 0);
+        i = nEnd;
+    }
     return true;
 }
 
@@ -81,19 +93,25 @@ bool TEMutexOperMgrImpl::LoadErrorCodeLine_nolock(const std::string& strLine) {
     return true;
 }
 
-void TEMutexOperMgrImpl::RegisterMutex(int nOper1, int nOper2, bool bBoth) {
-    if (nOper1 == 0 && nOper2 == 0)
-        return NSTN_util::Report(
-            "Calling TEMutexOperMgrImpl::RegisterMutex() with nOper1=0 and nOper2=0");
-    if (nOper1 == 0) {
-        m_setExclusiveOper.insert(nOper2);
-    } else if (nOper2 == 0) {
-        m_setExclusiveOper.insert(nOper1);
-    } else {
-        m_mapMutexTable[nOper2].insert(nOper1);
-        if (bBoth)
-            m_mapMutexTable[nOper1].insert(nOper2);
-    }
+// For all numbers from nFirst2 to nLast2; the 0 among them means every operation.
+void TEMutexOperMgrImpl::RegisterMutex(int nOper1, int nFirst2, int nLast2, bool bBoth) {
+    if (nFirst2 > 0 || nLast2 < 0)
+        return RegisterPairs(nOper1, nFirst2, nLast2, bBoth);
+    if (nFirst2 < 0)
+        RegisterPairs(nOper1, nFirst2, -1, bBoth);
+    if (nOper1 == 0)
+        NSTN_util::Report("Calling TEMutexOperMgrImpl::RegisterMutex() with nOper1=0 and nOper2=0");
+    else
+        m_table.AddExclusive(nOper1, nOper1);
+    if (nLast2 > 0)
+        RegisterPairs(nOper1, 1, nLast2, bBoth);
+}
+
+void TEMutexOperMgrImpl::RegisterPairs(int nOper1, int nFirst2, int nLast2, bool bBoth) {
+    if (nOper1 == 0)
+        m_table.AddExclusive(nFirst2, nLast2);
+    else
+        m_table.AddPairs(nOper1, nFirst2, nLast2, bBoth);
 }
 
 }  // namespace NSTE_util

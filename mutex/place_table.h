@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mutex/place_opers.h"
+#include "mutex/place_secret.h"
 
 #include <algorithm>
 #include <array>
@@ -14,14 +15,17 @@ namespace NSTE_util {
 
 // Which operations stand at which place, and how often: a hash table of groups of 8 slots, each
 // group with a word of 8 tags that a search looks at first. A place with up to FEW operations costs
-// one slot; one that ever had more keeps them in an ordered map until it is empty.
-// Key: equality and Hash(), 64 bits of which the upper half and the lowest 7 bits are used.
+// one slot; one that ever had more keeps them as ManyOpers until it is empty.
+// Key: equality and Hash(secret), 64 bits of which the upper half and the lowest 7 bits are used.
 template <class Key, std::size_t FEW>
 class PlaceTable {
 public:
+    PlaceTable(const MutexTable& table, const PlaceSecret& secret)
+        : m_pTable(&table), m_secret(secret) {}
+
     // Throws std::bad_alloc with nothing changed.
     void Add(const Key& key, int nOper) {
-        const std::uint64_t nHash = key.Hash();
+        const std::uint64_t nHash = key.Hash(m_secret);
         const std::size_t nAt = PositionOf(key, nHash);
         if (nAt == NOWHERE) {
             Insert(key, nHash, nOper);
@@ -29,18 +33,18 @@ public:
         }
         Slot& slot = m_vecSlot[nAt];
         if (IsMany(slot)) {
-            ++m_counter.Entry(MapOf(slot), nOper)->second;
+            ManyOf(slot).Add(nOper, 1, m_counter);
         } else if (OperEntry* const pEntry = EntryFor(slot, nOper)) {
             pEntry->nOper = nOper;
             ++pEntry->nCount;
         } else {
-            ++m_counter.Entry(Promote(slot), nOper)->second;
+            Promote(slot, nOper);
         }
     }
 
     // Takes back one Add of the same key and operation; false when there is none left.
     bool Remove(const Key& key, int nOper) noexcept {
-        const std::size_t nAt = PositionOf(key, key.Hash());
+        const std::size_t nAt = PositionOf(key, key.Hash(m_secret));
         if (nAt == NOWHERE)
             return false;
         Slot& slot = m_vecSlot[nAt];
@@ -60,22 +64,20 @@ public:
     PlaceOpers Find(const Key& key) const noexcept {
         if (m_nUsed == 0)
             return {};
-        const std::size_t nAt = PositionOf(key, key.Hash());
+        const std::size_t nAt = PositionOf(key, key.Hash(m_secret));
         if (nAt == NOWHERE)
             return {};
         const Slot& slot = m_vecSlot[nAt];
-        return IsMany(slot) ? PlaceOpers(MapOf(slot)) : PlaceOpers(slot.arrEntry.data(), FEW);
+        return IsMany(slot) ? PlaceOpers(ManyOf(slot)) : PlaceOpers(slot.arrEntry.data(), FEW);
     }
 
     std::uint64_t CountOf(const Key& key, int nOper) const noexcept {
-        const std::size_t nAt = PositionOf(key, key.Hash());
+        const std::size_t nAt = PositionOf(key, key.Hash(m_secret));
         if (nAt == NOWHERE)
             return 0;
         const Slot& slot = m_vecSlot[nAt];
-        if (IsMany(slot)) {
-            const auto it = MapOf(slot).find(nOper);
-            return it == MapOf(slot).end() ? 0 : it->second;
-        }
+        if (IsMany(slot))
+            return ManyOf(slot).CountOf(nOper);
         for (const OperEntry& entry : slot.arrEntry)
             if (entry.nCount != 0 && entry.nOper == nOper)
                 return entry.nCount;
@@ -111,7 +113,7 @@ private:
     };
 
     static bool IsMany(const Slot& slot) { return slot.arrEntry[0].nCount == MANY; }
-    OperCounts& MapOf(const Slot& slot) const {
+    ManyOpers& ManyOf(const Slot& slot) const {
         return *m_vecMany[static_cast<std::size_t>(slot.arrEntry[0].nOper)];
     }
 
@@ -179,7 +181,7 @@ private:
     void Rehash() {
         const std::size_t nGroups = m_nGroups;
         const bool bGrow = 2 * m_nUsed >= m_nTaken;
-        PlaceTable bigger;
+        PlaceTable bigger(*m_pTable, m_secret);
         bigger.Resize(
             bGrow ? std::max(GROUPS_AT_FIRST, nGroups + nGroups * GROWTH_SHARE / GROWTH_PARTS + 1)
                   : nGroups);
@@ -187,7 +189,7 @@ private:
             for (std::uint64_t nMarks = m_vecTags[nGroup] & EACH_HIGH; nMarks != 0;
                  nMarks &= nMarks - 1) {
                 const Slot& slot = m_vecSlot[nGroup * GROUP + FirstByte(nMarks)];
-                bigger.m_vecSlot[bigger.TakeSlot(slot.key.Hash())] = slot;
+                bigger.m_vecSlot[bigger.TakeSlot(slot.key.Hash(m_secret))] = slot;
             }
         TakeSlotsOf(bigger);
         m_nTaken = m_nUsed;
@@ -215,7 +217,7 @@ private:
             --m_nTaken;
         if (--m_nUsed != 0 || m_nGroups <= GROUPS_KEPT)
             return;
-        PlaceTable empty;
+        PlaceTable empty(*m_pTable, m_secret);
         TakeSlotsOf(empty);
         m_nTaken = 0;
     }
@@ -235,11 +237,12 @@ private:
                 std::swap(slot.arrEntry[i - 1], slot.arrEntry[i]);
     }
 
-    // Moves the slot's entries into a map of its own.
-    OperCounts& Promote(Slot& slot) {
-        auto pMany = std::make_unique<OperCounts>();
+    // Moves the slot's entries, and a first object of nOper, out of the slot.
+    void Promote(Slot& slot, int nOper) {
+        auto pMany = std::make_unique<ManyOpers>(*m_pTable);
         for (const OperEntry& entry : slot.arrEntry)
-            (*pMany)[entry.nOper] += entry.nCount;
+            pMany->Add(entry.nOper, entry.nCount, m_counter);
+        pMany->Add(nOper, 1, m_counter);
         if (m_vecFree.empty()) {
             // Room for every index, by doubling, so that giving one back never fails.
             if (m_vecFree.capacity() <= m_vecMany.size())
@@ -249,38 +252,36 @@ private:
         }
         slot.arrEntry[0] = {m_vecFree.back(), MANY};
         m_vecFree.pop_back();
-        MapPointerOf(slot) = std::move(pMany);
-        return MapOf(slot);
+        PointerOf(slot) = std::move(pMany);
     }
 
-    std::unique_ptr<OperCounts>& MapPointerOf(const Slot& slot) {
+    std::unique_ptr<ManyOpers>& PointerOf(const Slot& slot) {
         return m_vecMany[static_cast<std::size_t>(slot.arrEntry[0].nOper)];
     }
 
     bool RemoveFromMany(std::size_t nAt, int nOper) noexcept {
         const Slot& slot = m_vecSlot[nAt];
-        OperCounts& mapOper = MapOf(slot);
-        const auto it = mapOper.find(nOper);
-        if (it == mapOper.end())
+        ManyOpers& many = ManyOf(slot);
+        if (!many.Remove(nOper, m_counter))
             return false;
-        if (--it->second == 0)
-            m_counter.Erase(mapOper, it);
-        if (mapOper.empty()) {
+        if (many.IsEmpty()) {
             m_vecFree.push_back(slot.arrEntry[0].nOper);
-            MapPointerOf(slot) = nullptr;
+            PointerOf(slot) = nullptr;
             Erase(nAt);
         }
         return true;
     }
 
+    const MutexTable* m_pTable;
+    PlaceSecret m_secret;
     std::vector<std::uint64_t> m_vecTags;  // one word a group
     std::vector<Slot> m_vecSlot;
     std::size_t m_nGroups = 0;
     std::size_t m_nUsed = 0;
     std::size_t m_nTaken = 0;  // used and deleted ones
     std::size_t m_nRoom = 0;   // how many may be taken
-    std::vector<std::unique_ptr<OperCounts>> m_vecMany;
-    std::vector<int> m_vecFree;  // indices of m_vecMany without a map
+    std::vector<std::unique_ptr<ManyOpers>> m_vecMany;
+    std::vector<int> m_vecFree;  // indices of m_vecMany that are not in use
     OperCounter m_counter;
 };
 

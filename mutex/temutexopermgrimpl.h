@@ -1,7 +1,7 @@
 #pragma once
 
 #include "mutex/held_objects.h"
-#include "mutex/place_opers.h"
+#include "mutex/mutex_table.h"
 
 #include "tovelkarin/temutexopermgr.h"
 
@@ -29,21 +29,19 @@ public:
 private:
     unsigned long CodeOfBlocker_nolock(int nBlocker);
     void Record_nolock(int nOper, const std::list<TEOperObject>& listObj);
+    bool IsRunning_nolock(int nOper) const;
     void ReleaseOne_nolock(int nOper, const TEOperObject& obj);
 
     bool LoadLines_nolock(std::string_view strText);
     bool LoadTableLine_nolock(const std::string& strLine);
     bool LoadErrorCodeLine_nolock(const std::string& strLine);
-    void RegisterMutex(int nOper1, int nOper2, bool bBoth);
+    void RegisterMutex(int nOper1, int nFirst2, int nLast2, bool bBoth);
+    void RegisterPairs(int nOper1, int nFirst2, int nLast2, bool bBoth);
 
-    // Each running operation and how many objects it holds; 0 after a grant without objects. Which
-    // objects: m_held.
-    OperCounts m_mapRunningOper;
-    OperCounter m_counterRunning;
-    HeldObjects m_held;
-    std::map<int, std::set<int>> m_mapMutexTable;  // requested operation -> what blocks it
-    std::set<int> m_setExclusiveOper;              // exclude every other, in both directions
-    std::map<int, unsigned long> m_mapErrorCode;   // blocking operation -> code for the refused
+    MutexTable m_table;
+    HeldObjects m_held{m_table};                  // the running operations and what they hold
+    std::set<int> m_setRunsOnNone;                // the running operations that hold nothing
+    std::map<int, unsigned long> m_mapErrorCode;  // blocking operation -> code for the refused
     ACE_Thread_Mutex m_lock;
 };
 

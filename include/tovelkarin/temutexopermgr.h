@@ -55,7 +55,10 @@ public:
     // operation of that code were not in the way.
     // Lines: "No Mutex Operations Register for: %d" when the table has no line that lets anything
     // block nOper; "Can't find match error of operation(%d)" for a blocker without a code.
-    // Cost: linear in listObj, whatever is held.
+    // Cost: linear in listObj, whatever is held and however many operations run. For an object with
+    // more than 16 of them on it or below it, times the spans of operations that block nOper or
+    // the kinds of operations there (of one kind: those that block the same), whichever are
+    // fewer; after a load the first such request sorts the operations by kind.
     virtual unsigned long AcquireMutexOper(int nOper, const std::list<TEOperObject>& listObj) = 0;
     virtual unsigned long AcquireMutexOper(int nOper, const TEOperObject& obj) = 0;
 
@@ -73,7 +76,8 @@ public:
 
     // Adds a table file (docs/mutex-table-file.md) to what is loaded. True when the file could be
     // read and every line in it is good; good lines count even when others are not. The file is
-    // read before the lock is taken.
+    // read before the lock is taken. Neighbours in a list are kept as one span, so that memory
+    // grows with the length of the file, not with the operations that it names.
     // Lines: "Open file(%s) error! " for a file that is missing, unreadable or a folder; "Calling
     // TEMutexOperMgrImpl::RegisterMutex() with nOper1=0 and nOper2=0" for a pair of zeros.
     virtual bool LoadMutexCfg(const std::string& strFile) = 0;

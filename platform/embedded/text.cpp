@@ -97,8 +97,10 @@ bool StrToNumList(const std::string& strText, std::vector<int>& vecNumber) {
         const std::size_t nCount = static_cast<std::size_t>(nLast - nFirst) + 1;
         if (nCount > NUM_LIST_MAX - vecNumber.size())
             return false;
+        const std::size_t nBefore = vecNumber.size();
+        vecNumber.resize(nBefore + nCount);
         for (std::size_t i = 0; i < nCount; ++i)
-            vecNumber.push_back(nFirst + static_cast<int>(i));
+            vecNumber[nBefore + i] = nFirst + static_cast<int>(i);
     }
     return true;
 }

@@ -24,6 +24,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <stdexcept>
 
 namespace faults {
 
@@ -77,11 +78,18 @@ std::vector<Call> MutexCalls() {
         {"AcquireMutexOper of a list",
          [] {
              TEMutexOperMgr& mgr = The<TEMutexOperMgr>();
-             const std::list<TEOperObject> listObj = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
+             const std::list<TEOperObject> listObj = {{1, 2, 3}, {4, 0, 6}, {0, 8, 9}};
+             const unsigned long nBefore = mgr.AcquireMutexOper(5, TEOperObject{9, 9, 9});
              const unsigned long nResult = mgr.AcquireMutexOper(5, listObj);
-             if (nResult == 0)
-                 mgr.ReleaseMutexOper(5, listObj);
-             return Show(nResult, mgr.HasRunningOper());
+             // Of a request that was refused nothing is held, and what ran before it runs on.
+             bool bAgrees = mgr.IsOperRunning(5) == (nBefore == 0 || nResult == 0);
+             mgr.ReleaseMutexOper(5, listObj);
+             bAgrees = bAgrees && mgr.IsOperRunning(5) == (nBefore == 0);
+             if (nBefore == 0)
+                 mgr.ReleaseMutexOper(5, TEOperObject{9, 9, 9});
+             if (!bAgrees)
+                 throw std::logic_error("IsOperRunning does not agree with the answers");
+             return Show(nBefore, nResult, mgr.HasRunningOper());
          }},
         {"TEMutexOperGuard",
          [] {

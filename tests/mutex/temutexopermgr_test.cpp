@@ -214,7 +214,13 @@ TEST_F(TEMutexOperMgrTest, LoadReadsGoodLinesAmongBadOnes) {
         {"[MUTEX_TABLE]\n1:2,-3:0\n", false, false},
         {"[MUTEX_TABLE]\n1:3-2:0\n1:2:x\nx:2:0\n", false, false},
         {"[MUTEX_TABLE]\n1:2,1-2147483647:0\n", false, false},
+        {"[MUTEX_TABLE]\n1:1-1048576:0\n", true, true},
+        {"[MUTEX_TABLE]\n1:1-1048576,2:0\n", false, false},
+        {"[MUTEX_TABLE]\n1:0-1:0\n", true, true},
+        {"[MUTEX_TABLE]\n0:2-9:0\n", true, true},
         {"[MUTEX_TABLE]\n1:4294967298:0\n", true, true},
+        {"[MUTEX_TABLE]\n1:4294967296-4294967298:0\n", true, true},
+        {"[MUTEX_TABLE]\n1:2147483650:0\n1:99999999999999999999:0\n", false, false},
         {"[MUTEX_TABLE]\n4294967297:2:0\n", false, false},
         {"[MUTEX_ERRORCODE]\n[MUTEX_TABLE]\n1:2:0\n[MUTEX_ERRORCODE]\n1:7\n", true, true},
         {"[MUTEX_ERRORCODE]\n1:2147483648\n1:0x10\n1\n1:2:3\n", false, false},
@@ -340,6 +346,41 @@ TEST_F(TEMutexOperMgrTest, ManyHeldObjectsAreGivenBackInAnyOrder) {
                   nCode);
     }
     EXPECT_THAT(m_debug.Take(), IsEmpty());
+}
+
+// Blockers and running operations that alternate, so that a search goes by kinds of operations, and
+// a table that grows while they run, so that kinds are split.
+TEST_F(TEMutexOperMgrTest, ManyRunningOperationsAgreeWithTheModel) {
+    const auto Lines = [](int nFirst, int nStep, const std::string& strRest) {
+        std::string strText = "[MUTEX_TABLE]\n";
+        for (int nOper = nFirst; nOper <= 150; nOper += nStep)
+            strText += std::to_string(nOper) + strRest;
+        return strText;
+    };
+    const std::string arrTable[] = {Lines(1, 2, ":200:0\n"), Lines(1, 3, ":201,300-400:1\n"),
+                                    Lines(2, 4, ":0:0\n"), Lines(3, 6, ":200-203:0\n")};
+    naive::MutexPair pair;
+    std::mt19937 random(11);
+    const auto Below = [&random](unsigned n) { return static_cast<int>(random() % n); };
+    for (const std::string& strTable : arrTable) {
+        pair.Load(strTable + "[MUTEX_ERRORCODE]\n1:1001\n");
+        for (int i = 0; i < 400; ++i) {
+            const TEOperObject obj{Below(40) == 0 ? 0 : 5, 1 + Below(60), Below(2)};
+            const int nOper = 1 + Below(150);
+            const auto itHeld = pair.Model().mapRunning.find(nOper);
+            if (itHeld == pair.Model().mapRunning.end()) {
+                ASSERT_NO_THROW(pair.Acquire(nOper, {obj}));
+            } else {
+                ASSERT_NO_THROW(pair.Release(nOper, std::list<TEOperObject>(itHeld->second)));
+            }
+            for (const int nAsked : {200, 201, 202, 350, 2})
+                ASSERT_NO_THROW(pair.Acquire(nAsked, {{5 * Below(2), 0, 0}}));
+            for (const int nAsked : {200, 201, 202, 350, 2})
+                while (pair.Model().mapRunning.count(nAsked) != 0)
+                    ASSERT_NO_THROW(
+                        pair.Release(nAsked, {pair.Model().mapRunning[nAsked].front()}));
+        }
+    }
 }
 
 TEST_F(TEMutexOperMgrTest, InstanceIsOneForAllThreadsAndNewAfterDestroy) {

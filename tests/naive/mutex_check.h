@@ -116,7 +116,8 @@ inline void CheckMutexScript(const std::uint8_t* pData, std::size_t nSize) {
     for (int n = source.Below(8); n > 0; --n) {
         const int nFirst = source.Below(7);
         const int nSecond = source.Below(7);
-        strTable += std::to_string(nFirst) + ":" + std::to_string(nSecond) + ":" +
+        strTable += std::to_string(nFirst) + ":" + std::to_string(nSecond) + "-" +
+                    std::to_string(nSecond + source.Below(3)) + ":" +
                     std::to_string(source.Below(2)) + "\n";
     }
     strTable += "[MUTEX_ERRORCODE]\n";

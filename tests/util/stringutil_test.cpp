@@ -278,6 +278,8 @@ TEST(StringUtil, TakesLongListsThroughAllNotations) {
     EXPECT_EQ(vec, vecBack);
     EXPECT_FALSE(StrToNumList(CStdString("0-67108831,0-32"), vecBack));  // one too many
     EXPECT_EQ(NUM_SPAN_MAX - 32, vecBack.size());
+    EXPECT_TRUE(StrToNumList(CStdString("0-67108831,0-31"), vecBack));
+    EXPECT_EQ(NUM_SPAN_MAX, vecBack.size());
 }
 
 TEST(StringUtil, SortsManyRelatedValuesStably) {
