@@ -219,6 +219,7 @@ bool PruneOperLog(const std::string& strBefore, long long& nDeleted, std::string
 }
 
 std::vector<std::string> VerifyOperLog() {
+    const base::CancelHold hold;
     std::vector<std::string> vecProblem = KeptWals();
     std::string strError;
     const bool bRead = Try(strError, [&] {
