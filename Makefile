@@ -34,7 +34,7 @@ coverage:
 	@GCOV_ERROR_FILE=$(CURDIR)/build/coverage/gcov.errors ctest --preset coverage  # not among outputs
 	@scripts/coverage build/coverage
 
-# Writes docs/figures.md anew; STEPS="program bench" only these parts of it.
+# Writes docs/design/figures.md anew; STEPS="program bench" only these parts of it.
 figures: setup
 	@scripts/figures $(STEPS)
 
@@ -76,12 +76,12 @@ deb: setup
 deb-test: deb
 	@tests/install/deb build/deb
 
-LIBRARY = config frame mutex object platform task trace util
+CODE = base library platform program
 tidy: build
 	cppcheck --quiet --error-exitcode=1 -j2 --enable=warning,performance,portability --std=c++17 --language=c++ \
-	    --suppressions-list=scripts/cppcheck.suppressions -I include -I platform/include \
-	    -I platform/embedded/include -I platform -I host -I . $(LIBRARY) host
-	git ls-files $(LIBRARY:%='%/*.cpp') | xargs -P2 -n4 clang-tidy -p build/release --quiet
+	    --suppressions-list=scripts/cppcheck.suppressions -I library/include -I platform/include \
+	    -I platform/embedded/include -I platform -I library -I program -I . $(CODE)
+	git ls-files $(CODE:%='%/*.cpp') | xargs -P2 -n4 clang-tidy -p build/release --quiet
 
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i

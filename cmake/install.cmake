@@ -9,7 +9,7 @@ endforeach()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tovelkarin)
 
-install(DIRECTORY include/tovelkarin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY library/include/tovelkarin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 # Linking is what loads the module, also into a process that calls nothing of the library: without this
 # "--as-needed", which many distributions pass to the linker, leaves it out. One item, as items of their
 # own are reordered. In the .pc file it stands likewise.

@@ -1,5 +1,5 @@
-#include "host/asn_json.h"
-#include "host/output.h"
+#include "program/commands/asn_json.h"
+#include "program/view/output.h"
 
 #include "tests/naive/byte_source.h"
 #include "zemb/asn.h"

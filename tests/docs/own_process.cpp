@@ -1,5 +1,5 @@
 // A server process that nobody has looked after: what it writes stands in
-// docs/when-nothing-starts.md.
+// docs/guide/when-nothing-starts.md.
 
 #include "tovelkarin/temutexopermgr.h"
 #include "tovelkarin/tnreqtimeout.h"

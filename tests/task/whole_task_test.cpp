@@ -3,8 +3,8 @@
 #include "tovelkarin/tnprogress.h"
 #include "tovelkarin/tnthreadmgr.h"
 
+#include "diagnosis/nap.h"
 #include "tests/support.h"
-#include "trace/nap.h"
 #include "zemb/message.h"
 #include "zemb/progress_view.h"
 #include "zemb/task_pool.h"

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-// The embedded operation log: a SQLite database in the state folder (docs/operation-log.md). Any
-// thread; readers do not hold up writers.
+// The embedded operation log: a SQLite database in the state folder
+// (docs/formats/operation-log.md). Any thread; readers do not hold up writers.
 namespace zemb {
 
 // An entry as the database holds it.

@@ -1,0 +1,289 @@
+#include "config/tnreqtimeoutimpl.h"
+
+#include "base/cancel_hold.h"
+#include "files/read_file.h"
+#include "text/read_number.h"
+#include "tovelkarin/nml_filemgr.h"
+#include "tovelkarin/stringutil.h"
+#include "trace/held_lines.h"
+#include "trace/singleton.h"
+#include "trace/trace_line.h"
+
+#include <ace/Guard_T.h>
+#include <ace/OS_NS_stdio.h>
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+#include <memory>
+
+// The format: docs/formats/timeout-file.md.
+namespace NSTE_util {
+
+namespace {
+
+constexpr int DEFAULT_TIMEOUT = 60;         // seconds
+constexpr int DUAL_WITHOUT_ENTRY = 604800;  // seconds: seven days
+constexpr std::int64_t CHECKED_LATELY = 300;
+
+constexpr const char* SECTION_COMMON = "cmdreq_common_config";
+constexpr const char* SECTION_TIMEOUT = "cmdreq_command_timeout";
+constexpr const char* SECTION_DUAL = "cmdreq_timedual_do";
+
+using ReadGuard = ACE_Read_Guard<ACE_RW_Thread_Mutex>;
+using WriteGuard = ACE_Write_Guard<ACE_RW_Thread_Mutex>;
+
+int CutToInt(long nValue) {
+    return static_cast<int>(
+        std::clamp<long>(nValue, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
+// The integer behind the first "=", 0 without one; false without "=".
+bool ReadBehindEqual(std::string_view strLine, int& nValue) {
+    const std::size_t nEqual = strLine.find('=');
+    if (nEqual == std::string_view::npos)
+        return false;
+    nValue = CutToInt(NSTN_util::ReadLong(strLine.substr(nEqual + 1), 10).nValue);
+    return true;
+}
+
+int PositiveOrDefault(long nSeconds) {
+    return nSeconds > 0 ? CutToInt(nSeconds) : DEFAULT_TIMEOUT;
+}
+
+std::unordered_map<int, int> IndexOf(const std::map<int, int>& mapSeconds) {
+    return {mapSeconds.begin(), mapSeconds.end(), mapSeconds.size()};
+}
+
+// The seconds of a command, nDefault without an entry.
+int SecondsOf(const std::unordered_map<int, int>& index, int nCmd, int nDefault) {
+    const auto it = index.find(nCmd);
+    return it == index.end() ? nDefault : it->second;
+}
+
+}  // namespace
+
+std::atomic<TNReqTimeoutIF*> TNReqTimeoutIF::m_pInstance{nullptr};
+
+TNReqTimeoutIF* TNReqTimeoutIF::Instance() {
+    return NSTN_util::CreateOnce(m_pInstance, [] { return new TNReqTimeoutImpl; });
+}
+
+void TNReqTimeoutIF::Destroy() {
+    NSTN_util::DestroyOnce(m_pInstance);
+}
+
+TNReqTimeoutIF::TNReqTimeoutIF() = default;
+TNReqTimeoutIF::~TNReqTimeoutIF() = default;
+
+TNReqTimeoutImpl::TNReqTimeoutImpl() : m_nOffsetTime(0), m_table(nullptr) {
+    Init();
+}
+
+void TNReqTimeoutImpl::Init() {
+    // Deliberate, here and below: locked() is not asked; without the lock the call goes on.
+    WriteGuard guard(m_rwLock);
+    m_nDefaultTimeout = DEFAULT_TIMEOUT;
+    m_bNeedAutoRefresh = false;
+    m_mapCmdTimeout.clear();
+    m_mapTimeDual.clear();
+    m_strCfgFile.clear();
+    m_tFileModifyTime = 0;
+    m_bLoadSuccess = false;
+    m_tLastCheckTime = 0;
+    PutInForce_nolock();
+}
+
+// The queries take no lock: however many there are, a load gets in, and each sees the table from
+// before it or from behind it.
+void TNReqTimeoutImpl::PutInForce_nolock() {
+    m_table.Put(std::make_unique<const Table>(
+        Table{m_nDefaultTimeout, m_nOffsetTime, IndexOf(m_mapCmdTimeout), IndexOf(m_mapTimeDual)}));
+}
+
+int TNReqTimeoutImpl::LoadTimeoutCfgFile(const std::string& strFile) {
+    int nResult = 0;
+    NSTN_util::GuardedCall([&] {
+        WriteGuard guard(m_rwLock);
+        nResult = Load_nolock(strFile);
+    });
+    return nResult;
+}
+
+int TNReqTimeoutImpl::Load_nolock(const std::string& strFile) {
+    const base::CancelHold hold;
+    m_bLoadSuccess = false;
+    if (&strFile != &m_strCfgFile)
+        m_strCfgFile = strFile;
+    m_tFileModifyTime = NSTN_util::GetModifyFileUTCTime(strFile);
+    const int nResult = LoadCfg(strFile);
+    m_bLoadSuccess = nResult != 0;
+    return nResult;
+}
+
+int TNReqTimeoutImpl::LoadCfg(const std::string& strFile) {
+    std::string strText;
+    NSTN_util::SectionLines mapSection;
+    if (!LoadCfgFileContent(strFile, strText, mapSection)) {
+        ACE_OS::printf(
+            "Warning:missing cfg file(load failed)\npath : (%s)\nThis will cause reqtimeout to "
+            "DEFAULT_TIMEOUT(60s)",
+            strFile.c_str());
+        return 0;
+    }
+    const auto itCommon = mapSection.find(SECTION_COMMON);
+    if (itCommon == mapSection.end()) {
+        ACE_OS::printf("Warning:cfg file (%s) missing section %s, load failed!", strFile.c_str(),
+                       SECTION_COMMON);
+    } else {
+        m_nDefaultTimeout = getattribute(itCommon->second, "default_timeout", DEFAULT_TIMEOUT);
+        m_nOffsetTime = getattribute(itCommon->second, "offset_time", 0);
+        m_bNeedAutoRefresh = getattribute(itCommon->second, "need_auto_refresh", 0) != 0;
+    }
+    LoadCommands(mapSection, SECTION_TIMEOUT, m_mapCmdTimeout);
+    LoadCommands(mapSection, SECTION_DUAL, m_mapTimeDual);
+    PutInForce_nolock();
+    return itCommon == mapSection.end() ? 0 : 1;
+}
+
+bool TNReqTimeoutImpl::LoadCfgFileContent(const std::string& strFile, std::string& strText,
+                                          NSTN_util::SectionLines& mapSection) {
+    if (NSTN_util::ReadFile(strFile, strText) != NSTN_util::EReadFile::WHOLE)
+        return false;
+    mapSection = NSTN_util::SectionsOf(strText);
+    return true;
+}
+
+int TNReqTimeoutImpl::getattribute(const Lines& vecLine, std::string_view strKey, int nDefault) {
+    for (const std::string_view strLine : vecLine) {
+        // Deliberate: the first line with the key anywhere in it, also within a longer one.
+        if (strLine.find(strKey) == std::string_view::npos)
+            continue;
+        int nValue = 0;
+        ReadBehindEqual(strLine, nValue);
+        return nValue;
+    }
+    return nDefault;
+}
+
+void TNReqTimeoutImpl::LoadCommands(const NSTN_util::SectionLines& mapSection,
+                                    std::string_view strSection, CmdSeconds& mapSeconds) {
+    const auto itSection = mapSection.find(strSection);
+    if (itSection == mapSection.end())
+        return;
+    auto itNext = mapSeconds.end();  // commands that rise need no search
+    for (const std::string_view strLine : itSection->second) {
+        const NSTN_util::LongRead cmd = NSTN_util::ReadLong(strLine, 10);
+        int nSeconds = 0;
+        if (cmd.nEnd == 0 || !ReadBehindEqual(strLine, nSeconds))
+            continue;
+        itNext = std::next(mapSeconds.insert_or_assign(itNext, CutToInt(cmd.nValue), nSeconds));
+    }
+}
+
+bool TNReqTimeoutImpl::IsNeedReloadCfgFile() {
+    const std::int64_t tNow = NSTN_util::GetCurUtcTime();
+    const std::int64_t tLast = m_tLastCheckTime.load(std::memory_order_relaxed);
+    if (tNow - tLast <= CHECKED_LATELY && tLast - tNow <= CHECKED_LATELY)
+        return false;
+    std::string strFile;
+    std::int64_t tLoaded = 0;
+    {
+        ReadGuard guard(m_rwLock);
+        if (!m_bNeedAutoRefresh || !m_bLoadSuccess) {
+            m_tLastCheckTime = tNow;
+            return m_bNeedAutoRefresh;
+        }
+        strFile = m_strCfgFile;
+        tLoaded = m_tFileModifyTime;
+    }
+    const bool bChanged = NSTN_util::GetModifyFileUTCTime(strFile) != tLoaded;
+    m_tLastCheckTime = tNow;
+    return bChanged;
+}
+
+int TNReqTimeoutImpl::ReLoadCfgFileIfNeed() {
+    bool bNeeded = false;
+    NSTN_util::GuardedCall([&] {
+        bNeeded = IsNeedReloadCfgFile();
+        if (!bNeeded)
+            return;
+        // The name is taken under the lock that loads: a file that another thread loads meanwhile
+        // stays in force.
+        WriteGuard guard(m_rwLock);
+        Load_nolock(m_strCfgFile);
+    });
+    return bNeeded ? IscfgLoadSuccess() : 1;
+}
+
+int TNReqTimeoutImpl::IscfgLoadSuccess() {
+    ReadGuard guard(m_rwLock);
+    return m_bLoadSuccess ? 1 : 0;
+}
+
+int TNReqTimeoutImpl::GetReqTimeOutValue(int nCmd, int nCount, bool bOffset) {
+    ReLoadCfgFileIfNeed();
+    const NSTN_util::Published<Table>::Look table(m_table);
+    long nSeconds = SecondsOf(table->indexCmdTimeout, nCmd, table->nDefaultTimeout);
+    // Deliberate: half the count, rounded down; 2 and 3 are one unit.
+    if (nCount > 1)
+        nSeconds *= nCount / 2;
+    if (bOffset)
+        nSeconds += table->nOffsetTime;
+    return PositiveOrDefault(nSeconds);
+}
+
+int TNReqTimeoutImpl::GetReqTimeoutByDefault(int nCmd, int nDefault) {
+    ReLoadCfgFileIfNeed();
+    const NSTN_util::Published<Table>::Look table(m_table);
+    return PositiveOrDefault(long{SecondsOf(table->indexCmdTimeout, nCmd, nDefault)} +
+                             table->nOffsetTime);
+}
+
+int TNReqTimeoutImpl::GetReqDefaultTimeout(int nDefault) {
+    ReLoadCfgFileIfNeed();
+    const int nSeconds = m_nDefaultTimeout;
+    return nSeconds >= 1 ? nSeconds : nDefault;
+}
+
+int TNReqTimeoutImpl::GetReqTimeDualValue(int nCmd) {
+    ReLoadCfgFileIfNeed();
+    const NSTN_util::Published<Table>::Look table(m_table);
+    return SecondsOf(table->indexTimeDual, nCmd, DUAL_WITHOUT_ENTRY);
+}
+
+template <class Value>
+bool TNReqTimeoutImpl::ReadItem(const std::string& strFile, const std::string& strKey,
+                                Value& value) {
+    bool bFound = false;
+    const NSTN_util::HeldLines held;
+    NSTN_util::GuardedCall([&] {
+        WriteGuard guard(m_rwLock);
+        bFound = GetTNReadcfg_nolock(m_mapReadCfg, strFile).GetItemValue(strKey, value);
+    });
+    return bFound;
+}
+
+bool TNReqTimeoutImpl::GetItemValue(const std::string& strFile, const std::string& strKey,
+                                    std::string& strValue) {
+    return ReadItem(strFile, strKey, strValue);
+}
+
+bool TNReqTimeoutImpl::GetItemValue(const std::string& strFile, const std::string& strKey,
+                                    int& nValue) {
+    return ReadItem(strFile, strKey, nValue);
+}
+
+NSTN_util::TNReadCfg& TNReqTimeoutImpl::GetTNReadcfg_nolock(
+    std::map<std::string, NSTN_util::TNReadCfg>& mapCfg, const std::string& strFile) {
+    const auto it = mapCfg.find(strFile);
+    if (it != mapCfg.end())
+        return it->second;
+    NSTN_util::TNReadCfg& cfg = mapCfg[strFile];
+    // Deliberate: success is reported as a failure.
+    if (cfg.SetFileName(strFile))
+        NSTN_util::Report("GetTNReadcfg_nolock  InitByFileName failed!");
+    return cfg;
+}
+
+}  // namespace NSTE_util

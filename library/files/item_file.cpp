@@ -1,0 +1,134 @@
+#include "files/item_file.h"
+
+#include "files/bounded_lines.h"
+#include "text/trim.h"
+#include "trace/trace_line.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <vector>
+
+namespace NSTN_util {
+
+namespace {
+
+struct Item {
+    std::string_view strKey;
+    std::string_view strValue;
+};
+
+// The place of an item in the order of the keys. Eight bytes behind what all keys begin with decide
+// nearly always, at the cost of one comparison.
+struct Rank {
+    std::uint64_t nBytes;
+    std::size_t nItem;
+};
+
+std::size_t CommonLength(std::string_view strA, std::string_view strB) {
+    const std::size_t nMost = std::min(strA.size(), strB.size());
+    return static_cast<std::size_t>(
+        std::mismatch(strA.begin(), strA.begin() + static_cast<std::ptrdiff_t>(nMost), strB.begin())
+            .first -
+        strA.begin());
+}
+
+std::uint64_t BytesBehind(std::string_view strKey, std::size_t nCommon) {
+    unsigned char arrByte[8] = {};
+    const std::string_view strRest = strKey.substr(nCommon);
+    std::memcpy(arrByte, strRest.data(), std::min(strRest.size(), sizeof arrByte));
+    std::uint64_t nBytes = 0;
+    for (const unsigned char nByte : arrByte)
+        nBytes = nBytes << 8 | nByte;
+    return nBytes;
+}
+
+// Ascending by key, items of one key in their order.
+std::vector<Rank> Sorted(const std::vector<Item>& vecItem) {
+    std::size_t nCommon = vecItem.front().strKey.size();
+    for (const Item& item : vecItem)
+        nCommon = std::min(nCommon, CommonLength(item.strKey, vecItem.front().strKey));
+    std::vector<Rank> vecRank;
+    vecRank.reserve(vecItem.size());
+    for (std::size_t i = 0; i < vecItem.size(); ++i)
+        vecRank.push_back({BytesBehind(vecItem[i].strKey, nCommon), i});
+    std::sort(vecRank.begin(), vecRank.end(), [&](const Rank& a, const Rank& b) {
+        if (a.nBytes != b.nBytes)
+            return a.nBytes < b.nBytes;
+        const int nOrder = vecItem[a.nItem].strKey.compare(vecItem[b.nItem].strKey);
+        return nOrder != 0 ? nOrder < 0 : a.nItem < b.nItem;
+    });
+    return vecRank;
+}
+
+// Items that come in the order of their keys meet their place in the map without a search.
+class Filler {
+public:
+    explicit Filler(std::map<std::string, std::string>& mapItem)
+        : m_mapItem(mapItem), m_bEmpty(mapItem.empty()), m_itNext(mapItem.end()) {}
+
+    void Put(const Item& item) {
+        const auto it = m_mapItem.insert_or_assign(m_itNext, std::string(item.strKey),
+                                                   std::string(item.strValue));
+        if (!m_bEmpty)  // otherwise the next one comes behind all others
+            m_itNext = std::next(it);
+    }
+
+private:
+    std::map<std::string, std::string>& m_mapItem;
+    const bool m_bEmpty;
+    std::map<std::string, std::string>::iterator m_itNext;
+};
+
+// Puts the items in the order of their ranks; what is far away in memory is asked for ahead.
+void PutByRank(const std::vector<Item>& vecItem, const std::vector<Rank>& vecRank, Filler& filler) {
+    constexpr std::size_t AHEAD = 8;
+    for (std::size_t i = 0; i < vecRank.size(); ++i) {
+        if (i + 2 * AHEAD < vecRank.size())
+            __builtin_prefetch(&vecItem[vecRank[i + 2 * AHEAD].nItem]);
+        if (i + AHEAD < vecRank.size())
+            __builtin_prefetch(vecItem[vecRank[i + AHEAD].nItem].strKey.data());
+        filler.Put(vecItem[vecRank[i].nItem]);
+    }
+}
+
+// One line; false when it holds no item.
+bool ReadItem(std::string_view strLine, Item& item) {
+    strLine = TrimBlanks(strLine);
+    if (strLine.empty() || strLine.front() == '#')
+        return false;
+    const std::size_t nEqual = strLine.find('=');
+    if (nEqual == std::string_view::npos) {
+        Report(" TNReadCfg_SplitStrBySeparator (%s) error! ", std::string(strLine));
+        return false;
+    }
+    item.strKey = TrimBlanks(strLine.substr(0, nEqual));
+    item.strValue = TrimBlanks(strLine.substr(nEqual + 1));
+    return true;
+}
+
+}  // namespace
+
+void ReadItems(std::string_view strText, std::map<std::string, std::string>& mapItem) {
+    std::vector<Item> vecItem;
+    bool bSorted = true;
+    BoundedLines lines(strText, ITEM_LINE_MAX);
+    Item item;
+    for (std::string_view strLine; lines.Next(strLine);) {
+        if (!ReadItem(strLine, item))
+            continue;
+        bSorted = bSorted && (vecItem.empty() || vecItem.back().strKey < item.strKey);
+        vecItem.push_back(item);
+    }
+    if (vecItem.empty())
+        return;
+    Filler filler(mapItem);
+    if (bSorted)
+        for (const Item& one : vecItem)
+            filler.Put(one);
+    else
+        PutByRank(vecItem, Sorted(vecItem), filler);
+}
+
+}  // namespace NSTN_util

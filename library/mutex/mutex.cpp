@@ -1,0 +1,141 @@
+#include "tovelkarin/temutexopermgr.h"
+
+#include "mutex/mutex_attribute.h"
+#include "mutex/temutexopermgrimpl.h"
+#include "trace/assert_point.h"
+#include "trace/singleton.h"
+#include "trace/trace_line.h"
+
+#include <ace/Guard_T.h>
+
+namespace NSTE_util {
+
+namespace {
+
+constexpr NSTN_util::TNAssertPoint ASSERT_RELEASE_NOT_RUNNING = {"mutex", 362, "bAssertFlag"};
+
+}  // namespace
+
+std::atomic<TEMutexOperMgr*> TEMutexOperMgr::m_pInstance{nullptr};
+
+TEMutexOperMgr* TEMutexOperMgr::Instance() {
+    return NSTN_util::CreateOnce(m_pInstance, [] { return new TEMutexOperMgrImpl; });
+}
+
+void TEMutexOperMgr::Destroy() {
+    NSTN_util::DestroyOnce(m_pInstance);
+}
+
+TEMutexOperMgr::~TEMutexOperMgr() = default;
+
+TEMutexOperMgrImpl::TEMutexOperMgrImpl()
+    : m_lock(nullptr, NSTN_util::MutexAttribute(PTHREAD_MUTEX_ADAPTIVE_NP).Get()) {}
+
+// In all operations below, locked() is not asked: without the lock the call goes on.
+
+unsigned long TEMutexOperMgrImpl::AcquireMutexOper(int nOper,
+                                                   const std::list<TEOperObject>& listObj) {
+    unsigned long nResult = ERR_MUTEX_NO_ERRORCODE;
+    NSTN_util::GuardedCall([&] {
+        ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+        const bool bExclusive = m_table.Exclusive().Contains(nOper);
+        const MutexTable::Blockers blockers = m_table.BlockersOf(nOper);
+
+        std::int64_t nAny = NO_OPER;
+        std::int64_t nExclusive = NO_OPER;
+        std::int64_t nRelated = NO_OPER;
+        for (const TEOperObject& obj : listObj)
+            m_held.ForOverlaps(obj, [&](const PlaceOpers& opers) {
+                if (opers.IsEmpty())
+                    return;
+                if (bExclusive)
+                    opers.Lowest(nAny);
+                opers.LowestIn(m_table.Exclusive(), nExclusive);
+                for (const OperSpans* const pSpans : blockers)
+                    opers.LowestIn(*pSpans, nRelated);
+            });
+
+        // Deliberate: a configured code of 0 is returned by the first test, and means "not in the
+        // way" to the other two.
+        if (nAny != NO_OPER) {
+            nResult = CodeOfBlocker_nolock(static_cast<int>(nAny));
+            return;
+        }
+        unsigned long nCode = 0;
+        if (nExclusive != NO_OPER)
+            nCode = CodeOfBlocker_nolock(static_cast<int>(nExclusive));
+        if (nCode == 0 && nRelated != NO_OPER)
+            nCode = CodeOfBlocker_nolock(static_cast<int>(nRelated));
+        if (nCode == 0 && !blockers.IsRegistered())
+            NSTN_util::Report("No Mutex Operations Register for: %d", nOper);
+        if (nCode == 0)
+            Record_nolock(nOper, listObj);
+        nResult = nCode;
+    });
+    return nResult;
+}
+
+unsigned long TEMutexOperMgrImpl::AcquireMutexOper(int nOper, const TEOperObject& obj) {
+    unsigned long nResult = ERR_MUTEX_NO_ERRORCODE;
+    NSTN_util::GuardedCall(
+        [&] { nResult = AcquireMutexOper(nOper, std::list<TEOperObject>{obj}); });
+    return nResult;
+}
+
+unsigned long TEMutexOperMgrImpl::CodeOfBlocker_nolock(int nBlocker) {
+    const auto it = m_mapErrorCode.find(nBlocker);
+    if (it != m_mapErrorCode.end())
+        return it->second;
+    NSTN_util::Report("Can't find match error of operation(%d)", nBlocker);
+    return ERR_MUTEX_NO_ERRORCODE;
+}
+
+void TEMutexOperMgrImpl::Record_nolock(int nOper, const std::list<TEOperObject>& listObj) {
+    if (!listObj.empty()) {
+        m_held.Add(nOper, listObj);
+        m_setRunsOnNone.erase(nOper);
+    } else if (!m_held.Holds(nOper)) {
+        m_setRunsOnNone.insert(nOper);
+    }
+}
+
+void TEMutexOperMgrImpl::ReleaseMutexOper(int nOper, const std::list<TEOperObject>& listObj) {
+    NSTN_util::GuardedCall([&] {
+        ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+        for (const TEOperObject& obj : listObj)
+            ReleaseOne_nolock(nOper, obj);
+    });
+}
+
+void TEMutexOperMgrImpl::ReleaseMutexOper(int nOper, const TEOperObject& obj) {
+    // Without a list: memory for one might be lacking, and the object would stay held.
+    NSTN_util::GuardedCall([&] {
+        ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+        ReleaseOne_nolock(nOper, obj);
+    });
+}
+
+void TEMutexOperMgrImpl::ReleaseOne_nolock(int nOper, const TEOperObject& obj) {
+    if (m_held.Remove(nOper, obj))
+        return;
+    if (IsRunning_nolock(nOper))
+        NSTN_util::Report("ReleaseMutexOper warning:listIter end!");
+    else
+        NSTN_util::ReportAssert(ASSERT_RELEASE_NOT_RUNNING);
+}
+
+bool TEMutexOperMgrImpl::IsRunning_nolock(int nOper) const {
+    return m_held.Holds(nOper) || m_setRunsOnNone.count(nOper) != 0;
+}
+
+bool TEMutexOperMgrImpl::IsOperRunning(int nOper) {
+    ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+    return IsRunning_nolock(nOper);
+}
+
+bool TEMutexOperMgrImpl::HasRunningOper() {
+    ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+    return !m_held.IsEmpty() || !m_setRunsOnNone.empty();
+}
+
+}  // namespace NSTE_util

@@ -1,0 +1,242 @@
+#include "task/tnprogressimpl.h"
+
+#include "trace/assert_point.h"
+#include "trace/guarded_call.h"
+#include "trace/singleton.h"
+
+#include "zemb/task.h"
+
+#include <iostream>
+#include <limits>
+
+namespace NSTE_util {
+
+namespace {
+
+using NSTN_util::GuardedCall;
+using NSTN_util::ReportAssert;
+using NSTN_util::TNAssertPoint;
+
+constexpr TNAssertPoint ASSERT_REQUEST = {"tnprogressimpl", 48, "pReqMsg != __null"};
+constexpr TNAssertPoint ASSERT_SET_SCALE = {"tnprogressimpl", 205, "pTask != __null"};
+constexpr TNAssertPoint ASSERT_RESTORE_SCALE = {"tnprogressimpl", 238, "pTask != __null"};
+constexpr TNAssertPoint ASSERT_STEP = {"tnprogressimpl", 360, "pTask != __null"};
+constexpr int RANGE_MAX = 100;
+
+// Towards zero; what no int holds becomes the nearest one, and what is no number 0.
+int Truncated(float fPercent) {
+    constexpr float MOST = 2147483648.0F;  // 2^31, the first float that is too large
+    if (fPercent >= MOST)
+        return std::numeric_limits<int>::max();
+    if (fPercent < -MOST)
+        return std::numeric_limits<int>::min();
+    return fPercent == fPercent ? static_cast<int>(fPercent) : 0;
+}
+
+void Send(ZembGnlTask* pTask, int nPercent, const char* szDesc) {
+    ProgressMgr::Instance()->SendProgress(pTask, nPercent, TaskProgressInfo(szDesc));
+}
+
+}  // namespace
+
+std::atomic<TNProgressIF*> TNProgressIF::m_pInstance{nullptr};
+
+TNProgressIF* TNProgressIF::Instance() {
+    return NSTN_util::CreateOnce(m_pInstance, [] { return new TNProgressImpl; });
+}
+
+void TNProgressIF::Destroy() {
+    NSTN_util::DestroyOnce(m_pInstance);
+}
+
+TNProgressIF::~TNProgressIF() = default;
+
+TNProgressImpl::Guard::Guard(TNProgressImpl& progress) : m_owner(progress.m_owner) {
+    if (m_owner.load(std::memory_order_relaxed) == pthread_self())
+        return;
+    m_guard.emplace(progress.m_lock);
+    m_owner.store(pthread_self(), std::memory_order_relaxed);
+}
+
+TNProgressImpl::Guard::~Guard() {
+    if (m_guard)
+        m_owner.store(pthread_t{}, std::memory_order_relaxed);
+}
+
+TNProgressImpl::TNProgressImpl() = default;
+
+TNProgressImpl::~TNProgressImpl() = default;
+
+const ClientMissionID* TNProgressImpl::FindMission(ZembGnlTask* pTask) {
+    const auto it = m_mapTaskMission.find(pTask);
+    if (it == m_mapTaskMission.end())
+        return nullptr;
+    if (m_mapTaskId[pTask] == pTask->GetTaskId())
+        return &it->second;
+    Forget(pTask);
+    return nullptr;
+}
+
+void TNProgressImpl::Forget(ZembGnlTask* pTask) {
+    m_mapTaskMission.erase(pTask);
+    m_mapTaskSection.erase(pTask);
+    m_mapTaskId.erase(pTask);
+}
+
+void TNProgressImpl::Register(long lMission, ZembGnlTask* pTask) {
+    if (pTask == nullptr)
+        return;
+    GuardedCall([&] {
+        const Guard guard(*this);
+        const ZembCmdMSG* const pReqMsg = pTask->GetCurReqMsg();
+        if (pReqMsg == nullptr)
+            ReportAssert(ASSERT_REQUEST);
+        const ClientMissionID mission(static_cast<std::uint32_t>(lMission), pReqMsg);
+        ProgressMgr::Instance()->Register(mission, pTask);
+        // Deliberate: the first registration stays.
+        if (FindMission(pTask) != nullptr)
+            return;
+        m_mapTaskId[pTask] = pTask->GetTaskId();
+        m_mapTaskMission.emplace(pTask, mission);
+    });
+}
+
+void TNProgressImpl::UnRegister(ZembGnlTask* pTask) {
+    if (pTask == nullptr)
+        return;
+    GuardedCall([&] {
+        const Guard guard(*this);
+        ProgressMgr::Instance()->UnRegister(pTask);
+        Forget(pTask);
+    });
+}
+
+bool TNProgressImpl::IsAbort() {
+    bool bAbort = false;
+    GuardedCall([&] {
+        const Guard guard(*this);
+        ZembGnlTask* const pTask = ZembGetCurrentTask();
+        bAbort = pTask != nullptr && ProgressMgr::Instance()->IsAbort(pTask);
+    });
+    return bAbort;
+}
+
+void TNProgressImpl::SendProgress(int nPercent, const char* szDesc) {
+    GuardedCall([&] {
+        const Guard guard(*this);
+        if (ZembGnlTask* const pTask = ZembGetCurrentTask())
+            Send(pTask, nPercent, szDesc);
+    });
+}
+
+bool TNProgressImpl::SendProgressWithAbort(int nPercent, const char* szDesc) {
+    bool bAbort = false;
+    GuardedCall([&] {
+        const Guard guard(*this);
+        ZembGnlTask* const pTask = ZembGetCurrentTask();
+        if (pTask == nullptr)
+            return;
+        bAbort = ProgressMgr::Instance()->IsAbort(pTask);
+        if (!bAbort)
+            Send(pTask, nPercent, szDesc);
+    });
+    return bAbort;
+}
+
+void TNProgressImpl::SetProgressScale(int nScale) {
+    GuardedCall([&] {
+        const Guard guard(*this);
+        ZembGnlTask* const pTask = ZembGetCurrentTask();
+        if (pTask == nullptr)
+            return ReportAssert(ASSERT_SET_SCALE);
+        if (FindMission(pTask) != nullptr)
+            ProgressMgr::Instance()->SetScale(pTask, static_cast<float>(nScale));
+    });
+}
+
+void TNProgressImpl::RestoreProgressScale() {
+    GuardedCall([&] {
+        const Guard guard(*this);
+        ZembGnlTask* const pTask = ZembGetCurrentTask();
+        if (pTask == nullptr)
+            return ReportAssert(ASSERT_RESTORE_SCALE);
+        if (FindMission(pTask) != nullptr)
+            ProgressMgr::Instance()->RestoreScale(pTask);
+    });
+}
+
+void TNProgressImpl::SetProgressSection(int nRange, int nSteps) {
+    if (nRange > RANGE_MAX || nSteps < 1)
+        return;
+    GuardedCall([&] {
+        const Guard guard(*this);
+        ZembGnlTask* const pTask = ZembGetCurrentTask();
+        int nPercent = 0;
+        float fScale = 0;
+        if (FindMission(pTask) != nullptr &&
+            ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale))
+            m_mapTaskSection[pTask] = {nRange, nPercent, fScale, nSteps, 0};
+    });
+}
+
+void TNProgressImpl::SendSectionStep(const char* szDesc) {
+    GuardedCall([&] {
+        const Guard guard(*this);
+        ZembGnlTask* const pTask = ZembGetCurrentTask();
+        if (FindMission(pTask) == nullptr)
+            return;
+        const auto it = m_mapTaskSection.find(pTask);
+        if (it == m_mapTaskSection.end())
+            return;
+        TNProgressSection& section = it->second;
+        if (section.nCurStep >= section.nSteps)
+            return;
+        ++section.nCurStep;
+        // In exactly this order, each step rounded to a float.
+        const float fPercent = static_cast<float>(section.nCurStep) *
+                                   static_cast<float>(section.nRange) /
+                                   static_cast<float>(section.nSteps) * section.fScale +
+                               static_cast<float>(section.nBase);
+        Send(pTask, Truncated(fPercent), szDesc);
+    });
+}
+
+void TNProgressImpl::SendStep(int nStep, const char* szDesc) {
+    GuardedCall([&] {
+        const Guard guard(*this);
+        ZembGnlTask* const pTask = ZembGetCurrentTask();
+        if (pTask == nullptr)
+            return ReportAssert(ASSERT_STEP);
+        int nPercent = 0;
+        float fScale = 0;
+        if (FindMission(pTask) != nullptr &&
+            ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale))
+            Send(pTask,
+                 Truncated(static_cast<float>(nStep) * fScale + static_cast<float>(nPercent)),
+                 szDesc);
+    });
+}
+
+unsigned int TNProgressImpl::GetMissionID() {
+    unsigned int nMission = 0;
+    GuardedCall([&] {
+        const Guard guard(*this);
+        if (const ClientMissionID* const pMission = FindMission(ZembGetCurrentTask()))
+            nMission = pMission->nMission;
+    });
+    return nMission;
+}
+
+int TNProgressImpl::GetCurProgress() {
+    int nPercent = 0;
+    GuardedCall([&] {
+        const Guard guard(*this);
+        ZembGnlTask* const pTask = ZembGetCurrentTask();
+        float fScale = 0;
+        if (FindMission(pTask) != nullptr)
+            ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale);
+    });
+    return nPercent;
+}
+
+}  // namespace NSTE_util

@@ -1,0 +1,145 @@
+#include "check/item_check.h"
+
+#include "check/line_file.h"
+#include "view/output.h"
+
+#include "tovelkarin/nml_commondataapi.h"
+#include "tovelkarin/nml_filemgr.h"
+#include "tovelkarin/stringutil.h"
+
+#include "zemb/text.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+// The format: docs/formats/item-file.md.
+namespace host {
+
+namespace {
+
+// Files whose keys are known, by their names.
+const std::map<std::string, std::vector<std::string>> KNOWN_FILES = {
+    {"ems.cfg",
+     {"bEnableInt3", "bEnableLog", "bEnableAsnLog", "bEnableMmlTrace", "overtime_low",
+      "overtime_mid", "overtime_high"}},
+    {"trans_ems.cfg", {"VCNExportInterval", "modules"}},
+    {"common.cfg", {"AdvanceAsnTrace", "bExplicityTrace"}},
+};
+constexpr const char* TEXT_KEY = "modules";  // of the known ones; all others are numbers
+constexpr const char* CLAMPED_KEY = "VCNExportInterval";
+constexpr int CLAMPED_BELOW = 300;
+
+bool LooksLikeNumber(const std::string& strValue) {
+    return strValue.find_first_of("0123456789") == (strValue.find_first_of("+-") == 0 ? 1U : 0U);
+}
+
+// Whether 32 bits do not hold a number of digits alone.
+bool Wraps(const std::string& strNumber) {
+    const bool bHex = strNumber.size() > 1 && (strNumber[1] == 'x' || strNumber[1] == 'X');
+    const std::size_t nFirst = strNumber.find_first_not_of('0', bHex ? 2 : 0);
+    const std::size_t nDigits = nFirst == std::string::npos ? 0 : strNumber.size() - nFirst;
+    return nDigits > 10 || (bHex && nDigits > 8) ||
+           (!bHex && NSTN_util::HexDecStr2LongLong(strNumber) > 4294967295LL);
+}
+
+class ItemCheck {
+public:
+    explicit ItemCheck(const std::string& strFile) : m_file(strFile) {
+        const auto it = KNOWN_FILES.find(NSTN_util::GetFileNameFromPath(strFile));
+        if (it != KNOWN_FILES.end())
+            m_pKnown = &it->second;
+    }
+
+    std::vector<Finding> Findings() {
+        for (const TextLine& line : m_file.vecLine) {
+            CheckLine(line.place);
+            if (line.strRaw.size() <= ITEM_LINE_MAX)
+                continue;
+            Add(ESeverity::ERROR, line.place, 0,
+                "line of " + Counted(line.strRaw.size(), "character") +
+                    ": the reading ends here, and what follows is not read",
+                "at most 1022");
+            break;
+        }
+        return std::move(m_file.vecFinding);
+    }
+
+private:
+    void Add(ESeverity eSeverity, const Place& place, std::size_t nOffset,
+             const std::string& strWhat, const std::string& strExpected = "") {
+        m_file.vecFinding.push_back(FindingAt(eSeverity, place, nOffset, strWhat, strExpected));
+    }
+
+    void CheckLine(Place place) {
+        place.strText = NSTN_util::Trim(place.strText.c_str());  // as the reader: to a zero byte
+        if (place.strText.empty() || place.strText.front() == '#')
+            return;
+        std::string strKey;
+        std::string strValue;
+        if (!NSTN_util::SplitStrBySeparator(place.strText, "=", strKey, strValue))
+            return Add(ESeverity::ERROR, place, 0, "no '=': the line is left out", "key = value");
+        const std::size_t nValue =
+            strValue.empty() ? place.strText.size() : place.strText.size() - strValue.size();
+        if (strKey.empty())
+            Add(ESeverity::WARNING, place, 0, "the key is empty", "key = value");
+        const auto [it, bNew] = m_mapKey.emplace(strKey, place);
+        if (!bNew) {
+            Add(ESeverity::WARNING, place, 0,
+                "'" + strKey + "' again: this line counts, not the one at " + it->second.Text());
+            it->second = place;
+        }
+        if (m_pKnown != nullptr && strKey == TEXT_KEY)
+            return CheckModules(place, strValue, nValue);
+        if ((m_pKnown != nullptr || LooksLikeNumber(strValue)) && !NSTN_util::isHexDecStr(strValue))
+            Add(ESeverity::WARNING, place, nValue,
+                "'" + strValue + "' is read as text only, not as an integer",
+                "decimal digits, or hexadecimal ones behind 0x");
+        else if (LooksLikeNumber(strValue) && Wraps(strValue))
+            Add(ESeverity::WARNING, place, nValue,
+                "'" + strValue + "' is read as " +
+                    std::to_string(NSTN_util::HexDecStr2Int(strValue)) + ", its low 32 bits",
+                "a number that 32 bits hold");
+        CheckKnown(place, strKey, strValue, nValue);
+    }
+
+    // Shared objects by plain names are the loader's to find, and what is under the root is not
+    // known here.
+    void CheckModules(const Place& place, const std::string& strValue, std::size_t nValue) {
+        for (const std::string& strPiece : NSTE_util::Token(strValue, ',')) {
+            const std::string strName = NSTN_util::Trim(strPiece.c_str());
+            if (!strName.empty() && strName.front() == '/' && !NSTN_util::IsFile(strName))
+                Add(ESeverity::ERROR, place, nValue + strPiece.find(strName),
+                    "'" + strName + "' is no file: the start fails",
+                    "shared objects, separated by commas");
+            nValue += strPiece.size() + 1;
+        }
+    }
+
+    void CheckKnown(const Place& place, const std::string& strKey, const std::string& strValue,
+                    std::size_t nValue) {
+        if (m_pKnown == nullptr)
+            return;
+        if (std::find(m_pKnown->begin(), m_pKnown->end(), strKey) == m_pKnown->end()) {
+            const std::string strNearest = LineFile::Nearest(strKey, *m_pKnown);
+            return Add(ESeverity::WARNING, place, 0, "nobody reads '" + strKey + "'",
+                       strNearest.empty() ? "" : "perhaps " + strNearest);
+        }
+        const int nNumber = NSTN_util::HexDecStr2Int(strValue);
+        if (strKey == CLAMPED_KEY && nNumber > 0 && nNumber < CLAMPED_BELOW)
+            Add(ESeverity::WARNING, place, nValue, "'" + strValue + "' is raised to 300",
+                "300 or more, or 0");
+    }
+
+    LineFile m_file;
+    const std::vector<std::string>* m_pKnown = nullptr;
+    std::map<std::string, Place> m_mapKey;
+};
+
+}  // namespace
+
+std::vector<Finding> CheckItemFile(const std::string& strFile) {
+    return ItemCheck(strFile).Findings();
+}
+
+}  // namespace host

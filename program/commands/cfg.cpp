@@ -1,0 +1,103 @@
+#include "check/item_check.h"
+#include "command.h"
+#include "commands/item_writer.h"
+
+#include "tovelkarin/tnreadcfg.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace host {
+
+namespace {
+
+struct CfgArguments {
+    std::string strFile;
+    std::string strKey;
+    std::string strValue;
+    bool bInt = false;
+    bool bNew = false;
+    int nWait = 30;
+};
+
+// The reader of a file, the same one throughout a run: it looks at the file as a process does.
+NSTN_util::TNReadCfg& ReaderOf(Session& session, const std::string& strFile) {
+    const auto [it, bNew] = session.mapCfg.try_emplace(strFile);
+    if (bNew && !it->second.SetFileName(strFile)) {
+        session.mapCfg.erase(it);
+        throw CommandError(SYSTEM_FAILED, strFile + ": no such file");
+    }
+    std::map<std::string, std::string> mapIgnored;
+    if (bNew && !it->second.LoadCfgItemFromFile(mapIgnored)) {
+        session.mapCfg.erase(it);
+        throw CommandError(SYSTEM_FAILED, strFile + ": the file cannot be read");
+    }
+    return it->second;
+}
+
+int Show(Session& session, const CfgArguments& args) {
+    if (args.strFile.empty())
+        throw CommandError(WRONG_USAGE, "cfg: which FILE?");
+    NSTN_util::TNReadCfg& cfg = ReaderOf(session, args.strFile);
+    Json::Value record(Json::objectValue);
+    if (args.strKey.empty()) {
+        std::map<std::string, std::string> mapItem;
+        cfg.GetAllCfgItem(mapItem);
+        std::string strText;
+        for (const auto& [strKey, strValue] : mapItem) {
+            record[strKey] = strValue;
+            strText += (strText.empty() ? "" : "\n") + strKey + " = " + strValue;
+        }
+        session.out.Put(strText.empty() ? "no items" : strText, record);
+        return DONE;
+    }
+    std::string strValue;
+    if (!cfg.GetItemValue(args.strKey, strValue))
+        throw CommandError(ANSWER_NO, args.strFile + ": no item '" + args.strKey + "'");
+    int nValue = 0;
+    const bool bNumber = cfg.GetItemValue(args.strKey, nValue);
+    if (args.bInt && !bNumber)
+        throw CommandError(ANSWER_NO, args.strFile + ": '" + args.strKey + "' is '" + strValue +
+                                          "', which is not read as an integer");
+    record["key"] = args.strKey;
+    record["value"] = strValue;
+    if (bNumber)
+        record["number"] = nValue;
+    session.out.Put(args.bInt ? std::to_string(nValue) : strValue, record);
+    return DONE;
+}
+
+int Set(const Session& session, const CfgArguments& args) {
+    const std::string strBefore =
+        SetItem(args.strFile, args.strKey, args.strValue, args.bNew, args.nWait);
+    Json::Value record;
+    record["file"] = args.strFile;
+    record["key"] = args.strKey;
+    record["value"] = args.strValue;
+    session.out.Put(args.strFile + ": " + args.strKey + " = " + args.strValue + strBefore, record);
+    return DONE;
+}
+
+}  // namespace
+
+Runner DefineCfg(CLI::App& app) {
+    const auto pArgs = std::make_shared<CfgArguments>();
+    app.add_option("FILE", pArgs->strFile, "a configuration-item file");
+    app.add_option("KEY", pArgs->strKey, "one item; none: all");
+    app.add_flag("--int", pArgs->bInt, "as the integer getter reads it");
+    CLI::App* const pSet = app.add_subcommand(
+        "set", "change or add one item; comments and order stay, the file is replaced whole");
+    pSet->add_option("FILE", pArgs->strFile, "a configuration-item file")->required();
+    pSet->add_option("KEY", pArgs->strKey, "the key")->required();
+    pSet->add_option("VALUE", pArgs->strValue, "its new value")->required();
+    pSet->add_flag("--new", pArgs->bNew, "make the file if there is none");
+    pSet->add_option("--wait", pArgs->nWait, "seconds, at most, for others who have it locked")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
+    return [pArgs, pSet](Session& session) {
+        return pSet->parsed() ? Set(session, *pArgs) : Show(session, *pArgs);
+    };
+}
+
+}  // namespace host

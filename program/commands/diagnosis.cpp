@@ -1,0 +1,176 @@
+#include "command.h"
+#include "commands/asn_json.h"
+#include "commands/backup_text.h"
+#include "view/texts.h"
+
+#include "tovelkarin/nml_commondataapi.h"
+#include "tovelkarin/stringutil.h"
+#include "tovelkarin/tnthreadmgr.h"
+#include "tovelkarin/tntraceif.h"
+
+#include "zemb/asn.h"
+#include "zemb/event.h"
+#include "zemb/operlog.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstring>
+#include <memory>
+
+namespace host {
+
+namespace {
+
+using NSTN_util::TNThreadMgr;
+
+constexpr std::int64_t LONG_SECONDS = 300;
+
+int ShowThreads(const Session& session) {
+    std::vector<std::vector<std::string>> vecRow = {{"LABEL", "NESTING", "SECONDS", ""}};
+    for (const auto& [nThreadId, info] : TNThreadMgr::Instance()->GetAllInfo()) {
+        const std::int64_t nSeconds = zemb::NowSeconds() - info.m_nStartTime;
+        Json::Value record;
+        record["thread"] = static_cast<Json::UInt64>(nThreadId);
+        record["label"] = info.m_strLable;
+        record["nesting"] = info.m_nUseCount;
+        record["seconds"] = static_cast<Json::Int64>(nSeconds);
+        record["long"] = nSeconds > LONG_SECONDS;
+        if (session.out.IsJson())
+            session.out.Put("", record);
+        vecRow.push_back({OnOneLine(info.m_strLable), std::to_string(info.m_nUseCount),
+                          std::to_string(nSeconds), nSeconds > LONG_SECONDS ? "long" : ""});
+    }
+    session.out.Say(vecRow.size() == 1 ? "no thread is registered" : Table(vecRow));
+    return DONE;
+}
+
+// Runs fn while the log lines it writes are shown.
+template <class Fn>
+void WithLines(const Session& session, Fn fn) {
+    if (session.IsEchoing())
+        return fn();
+    const zemb::ScopedDebugSink sink(
+        [&](const zemb::DebugLine& line) {
+            Json::Value record;
+            record["module"] = line.strModule;
+            record["kind"] = line.strKind;
+            record["text"] = line.strText;
+            session.out.Put(line.strText, record);
+        },
+        true);
+    fn();
+}
+
+struct AsnArguments {
+    std::string strFile;
+    int nMode = 0;
+    int nOption = 0;
+    bool bText = false;
+};
+
+int TraceAsn(const Session& session, const AsnArguments& args) {
+    const std::shared_ptr<const AsnType> pValue = ReadAsn(args.strFile, ReadWhole(args.strFile));
+    if (args.bText) {
+        Json::Value record;
+        const std::string strText = NSTE_util::toString(*pValue);
+        record["text"] = strText;
+        session.out.Put(strText.substr(0, strText.size() - 1), record);
+        return DONE;
+    }
+    int nResult = 0;
+    WithLines(session,
+              [&] { nResult = NSTN_util::AdvAsnTrace(pValue.get(), args.nMode, args.nOption); });
+    if (nResult != 0)
+        throw CommandError(SYSTEM_FAILED, args.strFile + ": the trace failed");
+    return DONE;
+}
+
+struct EventArguments {
+    int nEvent = 0;
+    ZembLogInfo info;
+    std::string strText;
+    std::string strObject;
+    std::string strAddress = "127.0.0.1";
+};
+
+template <std::size_t SIZE>
+void Copy(char (&szField)[SIZE], const std::string& strText) {
+    if (strText.size() >= SIZE)
+        throw CommandError(WRONG_USAGE, "event: a text of " + Counted(strText.size(), "byte") +
+                                            "; at most " + std::to_string(SIZE - 1));
+    std::memcpy(szField, strText.data(), strText.size());
+}
+
+int SendEvent(const Session& session, EventArguments& args, bool bData) {
+    args.info.nIpAddr = ReadAddress(args.strAddress);
+    Copy(args.info.szDesc, args.strText);
+    Copy(args.info.szObject, args.strObject);
+    const int nHandled =
+        TEEventMgr::Instance()->SendEvent(args.nEvent, bData ? &args.info : nullptr);
+    Json::Value record;
+    record["event"] = args.nEvent;
+    record["handled"] = nHandled;
+    session.out.Put("event " + std::to_string(args.nEvent) + ": " +
+                        Counted(static_cast<std::size_t>(nHandled), "handler") + " answered 0",
+                    record);
+    return nHandled == 0 ? ANSWER_NO : DONE;
+}
+
+}  // namespace
+
+Runner DefineThreads(CLI::App& app) {
+    const auto pLabel = std::make_shared<std::string>();
+    const auto pSeconds = std::make_shared<int>(0);
+    CLI::App* const pEnter = app.add_subcommand("enter", "register the thread of the commands");
+    pEnter->add_option("LABEL", *pLabel, "what it is busy with")->required();
+    CLI::App* const pLeave = app.add_subcommand("leave", "take one registration back");
+    CLI::App* const pWait = app.add_subcommand("wait", "wait until no thread is registered");
+    pWait->add_option("SECONDS", *pSeconds, "at most; negative: 360")->required();
+    return [=](Session& session) {
+        if (pEnter->parsed() || pLeave->parsed()) {
+            WithLines(session, [&] {
+                if (pEnter->parsed())
+                    TNThreadMgr::Instance()->Regist_Thread(*pLabel);
+                else
+                    TNThreadMgr::Instance()->UnRegist_Thread();
+            });
+            return DONE;
+        }
+        if (!pWait->parsed())
+            return ShowThreads(session);
+        bool bEmpty = false;
+        WithLines(session, [&] { bEmpty = TNThreadMgr::Instance()->WaitingThreadExit(*pSeconds); });
+        return bEmpty ? DONE : ANSWER_NO;
+    };
+}
+
+Runner DefineAsn(CLI::App& app) {
+    const auto pArgs = std::make_shared<AsnArguments>();
+    app.add_option("FILE", pArgs->strFile,
+                   "a value as JSON (docs/formats/asn-trace.md); -: standard input")
+        ->required();
+    app.add_option("--mode", pArgs->nMode,
+                   "0 by the switch, 1 full, 2 summary, 3 and 4 in sections, -1 in sections when "
+                   "the switch is 3")
+        ->capture_default_str();
+    app.add_option("--option", pArgs->nOption, "other than 0: without any indentation")
+        ->capture_default_str();
+    app.add_flag("--text", pArgs->bText, "only show the value's text");
+    return [pArgs](Session& session) { return TraceAsn(session, *pArgs); };
+}
+
+Runner DefineEvent(CLI::App& app) {
+    const auto pArgs = std::make_shared<EventArguments>();
+    app.add_option("NUMBER", pArgs->nEvent, "the event; 51 writes an operation-log entry")
+        ->required();
+    CLI::Option* const pText = app.add_option("TEXT", pArgs->strText, "description of the entry");
+    app.add_option("--user", pArgs->info.nUserId, "user of the entry");
+    app.add_option("--address", pArgs->strAddress, "client of the entry")->capture_default_str();
+    app.add_option("--command", pArgs->info.nCmd, "command of the entry");
+    app.add_option("--object", pArgs->strObject, "object of the entry");
+    return [pArgs, pText](Session& session) {
+        return SendEvent(session, *pArgs, pText->count() != 0);
+    };
+}
+
+}  // namespace host

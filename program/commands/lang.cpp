@@ -1,0 +1,131 @@
+#include "check/lang_file.h"
+#include "command.h"
+#include "commands/root_files.h"
+#include "view/texts.h"
+
+#include "tovelkarin/telangresmgr.h"
+
+#include "zemb/settings.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <memory>
+
+namespace host {
+
+namespace {
+
+struct LangArguments {
+    std::string strDir = LANG_UNDER_ROOT;
+    std::string strLanguage;
+    std::vector<std::string> vecFile;
+    Texts keys;
+    bool bLoad = false;
+    std::string strFirst;
+    std::string strSecond;
+};
+
+struct Loaded {
+    std::string strFolder;
+    std::size_t nFiles;
+    std::size_t nMissing;
+};
+
+Loaded LoadTexts(const LangArguments& args) {
+    if (!args.strLanguage.empty())
+        zemb::SetLanguage(args.strLanguage);
+    const std::string strFolder = NSTE_util::GetZEMBRootPath() + args.strDir +
+                                  Zembcommon::ZembMsg::instance()->getLanguage() + "/";
+    const std::vector<std::string> vecFile =
+        args.vecFile.empty() ? FilesOf(strFolder) : args.vecFile;
+    std::vector<const char*> vecName;
+    std::size_t nMissing = 0;
+    for (const std::string& strFile : vecFile) {
+        vecName.push_back(strFile.c_str());
+        std::error_code ignored;
+        if (std::filesystem::is_regular_file(strFolder + strFile, ignored))
+            continue;
+        Complain(strFolder + strFile + ": missing");
+        ++nMissing;
+    }
+    vecName.push_back(nullptr);
+    if (NSTN_util::TELangResMgr::Instance()->LoadLangFile(args.strDir.c_str(), vecName.data()) == 0)
+        throw CommandError(SYSTEM_FAILED, "lang: there is no usable installation root");
+    return {strFolder, vecFile.size() - nMissing, nMissing};
+}
+
+int Load(const Session& session, const LangArguments& args) {
+    const Loaded loaded = LoadTexts(args);
+    Json::Value record;
+    record["folder"] = loaded.strFolder;
+    record["files"] = static_cast<Json::UInt64>(loaded.nFiles);
+    session.out.Put("loaded " + Counted(loaded.nFiles, "file") + " of " + loaded.strFolder, record);
+    return loaded.nMissing == 0 ? DONE : ANSWER_NO;
+}
+
+void Get(const Session& session, const LangArguments& args, const std::string& strKey) {
+    const std::string strText = NSTN_util::TELangResMgr::Instance()->GetResourceStr(strKey);
+    if (strText.empty())
+        throw CommandError(ANSWER_NO, strKey + ": no text of that key is loaded" +
+                                          (args.bLoad ? "" : "; 'lang load', or --load, loads"));
+    Json::Value record;
+    record["key"] = strKey;
+    record["text"] = strText;
+    session.out.Put(strText, record);
+}
+
+int Missing(const Session& session, const LangArguments& args) {
+    const std::string strRoot = NSTE_util::GetZEMBRootPath();
+    const LangFolder first(strRoot + args.strDir + args.strFirst);
+    const LangFolder second(strRoot + args.strDir + args.strSecond);
+    std::size_t nMissing = 0;
+    const auto Put = [&](const LangFolder& with, const LangFolder& without,
+                         const std::string& strLanguage) {
+        for (const auto& [strKey, place] : with.mapKey)
+            if (without.mapKey.count(strKey) == 0) {
+                Json::Value record;
+                record["key"] = strKey;
+                record["missing_in"] = strLanguage;
+                session.out.Put(
+                    strKey + " is missing in " + strLanguage + " (" + place.Text() + ")", record);
+                ++nMissing;
+            }
+    };
+    Put(first, second, args.strSecond);
+    Put(second, first, args.strFirst);
+    session.out.Say(nMissing == 0 ? "no key is missing" : Counted(nMissing, "key") + " missing");
+    return nMissing == 0 ? DONE : ANSWER_NO;
+}
+
+}  // namespace
+
+Runner DefineLang(CLI::App& app) {
+    const auto pArgs = std::make_shared<LangArguments>();
+    app.add_option("--dir", pArgs->strDir, "folder of the languages under the root")
+        ->capture_default_str();
+    CLI::App* const pLoad = app.add_subcommand("load", "load the texts of the process language");
+    pLoad->add_option("FILE", pArgs->vecFile, "names in the language folder; none: all");
+    pLoad->add_option("--language", pArgs->strLanguage, "make this the language of the process");
+    CLI::App* const pGet = app.add_subcommand("get", "look a key up in what is loaded");
+    pArgs->keys.Define(*pGet, "a key, exactly");
+    pGet->add_flag("--load", pArgs->bLoad, "load the texts of the process language first");
+    CLI::App* const pMissing =
+        app.add_subcommand("missing", "list the keys that one of two languages lacks");
+    pMissing->add_option("LANGUAGE", pArgs->strFirst, "a language folder")->required();
+    pMissing->add_option("OTHER", pArgs->strSecond, "another one")->required();
+    app.require_subcommand(1);
+    return [pArgs, pLoad, pGet](Session& session) {
+        if (pLoad->parsed())
+            return Load(session, *pArgs);
+        if (pGet->parsed()) {
+            if (pArgs->bLoad)
+                LoadTexts(*pArgs);
+            return pArgs->keys.Each(
+                [&](const std::string& strKey) { Get(session, *pArgs, strKey); });
+        }
+        return Missing(session, *pArgs);
+    };
+}
+
+}  // namespace host

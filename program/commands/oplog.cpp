@@ -1,0 +1,433 @@
+#include "command.h"
+#include "commands/new_file.h"
+#include "console/interrupt.h"
+#include "view/progress_line.h"
+#include "view/texts.h"
+
+#include "tovelkarin/nml_commondataapi.h"
+#include "tovelkarin/stringutil.h"
+#include "tovelkarin/teoperationlog.h"
+
+#include "zemb/operlog_store.h"
+
+#include <CLI/CLI.hpp>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+namespace host {
+
+namespace {
+
+constexpr long long PROGRESS_ROWS = 100000;
+constexpr std::size_t LAST_MOST = 1000000000;
+
+const std::vector<std::pair<std::string, int>> KINDS = {{"ok", 0}, {"partly", 1}, {"failed", 2}};
+
+struct OpLogArguments {
+    zemb::OperLogFilter filter;
+    int nUser = 0;
+    std::uint64_t nCmd = 0;
+    std::string strResult;
+    std::string strObject;
+    std::string strText;
+    std::size_t nLast = 50;
+    std::size_t nCount = 0;
+    long long nId = 0;
+    std::string strFile;
+    std::string strBefore;
+    std::string strAddress = "127.0.0.1";
+    int nResult = 0;
+    bool bCsv = false;
+    bool bDryRun = false;
+};
+
+std::string KindText(int nKind) {
+    for (const auto& [strName, nOf] : KINDS)
+        if (nOf == nKind)
+            return strName;
+    return std::to_string(nKind);
+}
+
+Json::Value ToJson(const zemb::OperLogRow& row) {
+    Json::Value record;
+    record["id"] = static_cast<Json::Int64>(row.nId);
+    record["time"] = row.strTime;
+    record["user"] = row.nUserId;
+    record["address"] = AddressText(row.nIpAddr);
+    record["command"] = static_cast<Json::UInt64>(row.nCmd);
+    record["object"] = row.strObject;
+    record["result"] = KindText(row.nResultKind);
+    record["code"] = static_cast<Json::UInt64>(row.nResult);
+    record["text"] = row.strDesc;
+    record["level"] = row.nLevel;
+    record["category"] = row.nCategory;
+    record["process"] = row.nProcess;
+    return record;
+}
+
+std::string ResultText(const zemb::OperLogRow& row) {
+    return KindText(row.nResultKind) + (row.nResult == 0 ? "" : " " + Hex(row.nResult));
+}
+
+std::string LineText(const zemb::OperLogRow& row) {
+    return row.strTime + "  " + std::to_string(row.nId) + "  user " + std::to_string(row.nUserId) +
+           " from " + AddressText(row.nIpAddr) + "  command " + std::to_string(row.nCmd) + "  " +
+           OnOneLine(row.strObject) + "  " + ResultText(row) + "  " + OnOneLine(row.strDesc);
+}
+
+// On one line, as in lists, so that a text can neither look like another entry nor steer a
+// terminal.
+std::string CsvField(const std::string& strText) {
+    std::string strField = OnOneLine(strText);
+    // A spreadsheet takes what begins so for a formula.
+    if (strField.find_first_of("=+-@") == 0)
+        strField.insert(0, 1, '\'');
+    if (strField.find_first_of(",\"") == std::string::npos)
+        return strField;
+    NSTN_util::TransWildcardForSql("\"", "\"\"", strField);
+    return "\"" + strField + "\"";
+}
+
+constexpr const char* CSV_HEADING =
+    "id,time,user,address,command,object,result,code,text,level,category,process";
+
+std::string CsvLine(const zemb::OperLogRow& row) {
+    return std::to_string(row.nId) + "," + row.strTime + "," + std::to_string(row.nUserId) + "," +
+           AddressText(row.nIpAddr) + "," + std::to_string(row.nCmd) + "," +
+           CsvField(row.strObject) + "," + KindText(row.nResultKind) + "," +
+           std::to_string(row.nResult) + "," + CsvField(row.strDesc) + "," +
+           std::to_string(row.nLevel) + "," + std::to_string(row.nCategory) + "," +
+           std::to_string(row.nProcess);
+}
+
+void RequireLog() {
+    if (zemb::OperLogFile().empty())
+        throw CommandError(WRONG_USAGE, "oplog: where? give --state DIR or --root DIR");
+}
+
+void Read(const zemb::OperLogFilter& filter,
+          const std::function<bool(const zemb::OperLogRow&)>& take) {
+    RequireLog();
+    std::string strError;
+    if (!zemb::ReadOperLog(filter, take, strError))
+        throw CommandError(SYSTEM_FAILED, strError);
+}
+
+int List(const Session& session, const OpLogArguments& args) {
+    zemb::OperLogFilter filter = args.filter;
+    filter.nLast = args.nLast;
+    if (args.bCsv && session.out.IsJson())
+        throw CommandError(WRONG_USAGE, "oplog list: --csv or --json, not both");
+    if (args.bCsv)
+        session.out.Say(CSV_HEADING);
+    std::vector<std::vector<std::string>> vecRow = {
+        {"ID", "TIME", "USER", "ADDRESS", "COMMAND", "OBJECT", "RESULT", "TEXT"}};
+    Read(filter, [&](const zemb::OperLogRow& row) {
+        if (args.bCsv)
+            session.out.Say(CsvLine(row));
+        else if (session.out.IsJson())
+            session.out.Put("", ToJson(row));
+        else
+            vecRow.push_back({std::to_string(row.nId), row.strTime, std::to_string(row.nUserId),
+                              AddressText(row.nIpAddr), std::to_string(row.nCmd),
+                              OnOneLine(row.strObject), ResultText(row), OnOneLine(row.strDesc)});
+        return true;
+    });
+    if (!args.bCsv)
+        session.out.Say(vecRow.size() == 1 ? "no entries" : Table(vecRow));
+    return DONE;
+}
+
+int Show(const Session& session, const OpLogArguments& args) {
+    zemb::OperLogFilter filter;
+    filter.nAfterId = args.nId - 1;
+    bool bFound = false;
+    Read(filter, [&](const zemb::OperLogRow& row) {
+        bFound = row.nId == args.nId;
+        if (bFound)
+            session.out.Put(Table({{"entry", std::to_string(row.nId)},
+                                   {"time", row.strTime},
+                                   {"user", std::to_string(row.nUserId)},
+                                   {"address", AddressText(row.nIpAddr)},
+                                   {"command", std::to_string(row.nCmd)},
+                                   {"object", OnOneLine(row.strObject)},
+                                   {"result", ResultText(row)},
+                                   {"text", OnOneLine(row.strDesc)},
+                                   {"level", std::to_string(row.nLevel)},
+                                   {"category", std::to_string(row.nCategory)},
+                                   {"process", std::to_string(row.nProcess)}}),
+                            ToJson(row));
+        return false;
+    });
+    if (!bFound)
+        throw CommandError(ANSWER_NO, "no entry " + std::to_string(args.nId));
+    return DONE;
+}
+
+// Shows the last entries and each new one, until it is interrupted or has shown enough.
+int Follow(const Session& session, const OpLogArguments& args) {
+    zemb::OperLogFilter filter = args.filter;
+    filter.nLast = args.nLast;
+    std::size_t nShown = 0;
+    const auto Put = [&](const zemb::OperLogRow& row) {
+        session.out.Put(LineText(row), ToJson(row));
+        filter.nAfterId = row.nId;
+        return ++nShown != args.nCount;
+    };
+    const Interruptible interruptible;
+    ino_t nFile = 0;
+    do {
+        struct stat status {};
+        if (stat(zemb::OperLogFile().c_str(), &status) == 0 && status.st_ino != nFile) {
+            if (nFile != 0)
+                filter.nAfterId = 0;  // another database took its place
+            nFile = status.st_ino;
+        }
+        Read(filter, Put);
+        filter.nLast = 0;
+    } while ((args.nCount == 0 || nShown < args.nCount) && !interruptible.Pause());
+    return DONE;
+}
+
+// Calls put with each line of the export; returns how many entries there were.
+long long ExportTo(const OpLogArguments& args, const std::function<void(const std::string&)>& put) {
+    const ProgressLine line;
+    if (args.bCsv)
+        put(std::string(CSV_HEADING) + "\n");
+    long long nRows = 0;
+    Read(args.filter, [&](const zemb::OperLogRow& row) {
+        put((args.bCsv ? CsvLine(row) : JsonLine(ToJson(row))) + "\n");
+        if (++nRows % PROGRESS_ROWS == 0)
+            line.Show(std::to_string(nRows) + " entries");
+        return true;
+    });
+    return nRows;
+}
+
+// An open file of the process itself, which the system shows as a link.
+bool IsOwnFile(const std::string& strFile) {
+    static const std::string OPEN_FILES = "/dev/fd/";
+    return strFile == "/dev/stdout" || strFile == "/dev/stderr" ||
+           (strFile.rfind(OPEN_FILES, 0) == 0 &&
+            strFile.find('/', OPEN_FILES.size()) == std::string::npos);
+}
+
+// To a pipe, a terminal or a device, which stays what it is.
+long long ExportInto(const OpLogArguments& args) {
+    const int nLinks = IsOwnFile(args.strFile) ? 0 : O_NOFOLLOW;
+    const int nFile = open(args.strFile.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | nLinks);
+    if (nFile == -1)
+        FailWithErrno(args.strFile);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pFile(fdopen(nFile, "w"), std::fclose);
+    if (pFile == nullptr)
+        throw CommandError(SYSTEM_FAILED, args.strFile + ": no memory");
+    const long long nRows = ExportTo(args, [&](const std::string& strLine) {
+        if (std::fputs(strLine.c_str(), pFile.get()) < 0)
+            FailWithErrno(args.strFile);
+    });
+    if (std::fflush(pFile.get()) != 0)
+        FailWithErrno(args.strFile);
+    return nRows;
+}
+
+// To a file that nobody may read who may not read the log.
+long long ExportToNew(const OpLogArguments& args) {
+    struct stat log {};
+    const bool bLog = stat(zemb::OperLogFile().c_str(), &log) == 0;
+    NewFile file(args.strFile, bLog ? log.st_mode & 0666 : S_IRUSR | S_IWUSR);
+    const long long nRows =
+        ExportTo(args, [&](const std::string& strLine) { file.Write(strLine); });
+    file.PutInPlace();
+    return nRows;
+}
+
+int Export(const Session& session, const OpLogArguments& args) {
+    namespace fs = std::filesystem;
+    if (args.strFile == "-")
+        throw CommandError(WRONG_USAGE,
+                           "oplog export: to standard output: oplog list --last 0 --csv, "
+                           "or --json oplog list --last 0");
+    std::error_code error;
+    const fs::file_status status = fs::symlink_status(args.strFile, error);
+    if (fs::is_symlink(status) && !IsOwnFile(args.strFile))
+        throw CommandError(SYSTEM_FAILED,
+                           args.strFile + ": a link; name the file that it leads to");
+    const bool bNew = !fs::exists(status) || fs::is_regular_file(status);
+    const long long nRows = bNew ? ExportToNew(args) : ExportInto(args);
+    Json::Value record;
+    record["file"] = args.strFile;
+    record["entries"] = static_cast<Json::Int64>(nRows);
+    session.out.Put(
+        Counted(static_cast<std::size_t>(nRows), "entry", "entries") + " to " + args.strFile,
+        record);
+    return DONE;
+}
+
+int Verify(const Session& session) {
+    RequireLog();
+    std::error_code error;
+    if (!std::filesystem::exists(zemb::OperLogFile(), error))
+        throw CommandError(ANSWER_NO, zemb::OperLogFile() + ": " +
+                                          (error ? error.message() : "there is no operation log"));
+    const std::vector<std::string> vecProblem = zemb::VerifyOperLog();
+    for (const std::string& strProblem : vecProblem) {
+        Json::Value record;
+        record["problem"] = strProblem;
+        session.out.Put(strProblem, record);
+    }
+    if (vecProblem.empty()) {
+        Json::Value record;
+        record["whole"] = true;
+        session.out.Put(zemb::OperLogFile() + ": whole", record);
+    }
+    return vecProblem.empty() ? DONE : ANSWER_NO;
+}
+
+int Prune(const Session& session, const OpLogArguments& args) {
+    long long nDeleted = 0;
+    if (args.bDryRun) {
+        zemb::OperLogFilter filter;
+        filter.strTo = args.strBefore;
+        Read(filter, [&](const zemb::OperLogRow&) { return ++nDeleted > 0; });
+    } else {
+        RequireLog();
+        std::string strError;
+        if (!zemb::PruneOperLog(args.strBefore, nDeleted, strError))
+            throw CommandError(SYSTEM_FAILED, strError);
+    }
+    Json::Value record;
+    record["entries"] = static_cast<Json::Int64>(nDeleted);
+    record["deleted"] = !args.bDryRun;
+    session.out.Put(Counted(static_cast<std::size_t>(nDeleted), "entry", "entries") +
+                        " from before " + args.strBefore +
+                        (args.bDryRun ? " would be deleted" : " deleted"),
+                    record);
+    return DONE;
+}
+
+int Write(const Session& session, const OpLogArguments& args) {
+    const std::uint32_t nAddress = ReadAddress(args.strAddress);
+    NSTN_util::TNCommonLog log;  // a long text becomes several entries
+    log.SetOperInfo(args.strText);
+    log.SetOperObject(args.strObject);
+    if (log.AddOperationLog(args.nCmd, nAddress, args.nUser, args.nResult, 0UL, 0, 0) != 0)
+        throw CommandError(WRONG_USAGE, "oplog write: command 0 is illegal");
+    if (args.nUser == 0 && nAddress == 0)
+        throw CommandError(ANSWER_NO, "not written: neither user nor address");
+    if (zemb::FlushOperLog() != 0)
+        throw CommandError(SYSTEM_FAILED, "not written: " + zemb::OperLogFile() +
+                                              " cannot be; log/zembedded.log tells why");
+    Json::Value answer;
+    answer["written"] = true;
+    session.out.Put("written", answer);
+    return DONE;
+}
+
+std::string LikeOf(std::string strWildcard) {
+    NSTN_util::TransWildcardForSqlLikeNotRepeatEx(strWildcard, false, true);
+    return strWildcard;
+}
+
+struct FilterOptions {
+    CLI::Option* pUser;
+    CLI::Option* pCmd;
+};
+
+std::string CheckTime(const std::string& strTime) {
+    return zemb::IsOperLogTime(strTime)
+               ? ""
+               : "'" + strTime + "' is no time; expected such as 2026-03-01 or 2026-03-01 08:30";
+}
+
+FilterOptions AddFilter(CLI::App& app, OpLogArguments& args) {
+    FilterOptions options{};
+    options.pUser = app.add_option("--user", args.nUser, "of this user");
+    options.pCmd = app.add_option("--command", args.nCmd, "of this command");
+    app.add_option("--from", args.filter.strFrom, "not before this UTC time, or a beginning of it")
+        ->check(CheckTime);
+    app.add_option("--to", args.filter.strTo, "before this UTC time")->check(CheckTime);
+    app.add_option("--object", args.strObject, "object, such as 'NE 5*'; * and ? are wildcards");
+    app.add_option("--text", args.strText, "description; * and ? are wildcards");
+    app.add_option("--result", args.strResult, "ok, partly or failed")
+        ->check(CLI::IsMember({"ok", "partly", "failed"}));
+    return options;
+}
+
+void FillFilter(OpLogArguments& args, const FilterOptions& options) {
+    if (options.pUser->count() != 0)
+        args.filter.nUserId = args.nUser;
+    if (options.pCmd->count() != 0)
+        args.filter.nCmd = args.nCmd;
+    args.filter.strObjectLike = LikeOf(args.strObject);
+    args.filter.strDescLike = LikeOf(args.strText);
+    for (const auto& [strName, nKind] : KINDS)
+        if (strName == args.strResult)
+            args.filter.nResultKind = nKind;
+}
+
+}  // namespace
+
+Runner DefineOpLog(CLI::App& app) {
+    const auto pArgs = std::make_shared<OpLogArguments>();
+    CLI::App* const pList = app.add_subcommand("list", "the last entries that fit");
+    const FilterOptions listOptions = AddFilter(*pList, *pArgs);
+    pList->add_option("--last", pArgs->nLast, "how many at most; 0: all")
+        ->check(CLI::Range(std::size_t{0}, LAST_MOST))
+        ->capture_default_str();
+    pList->add_flag("--csv", pArgs->bCsv, "comma-separated, with a heading");
+    CLI::App* const pShow = app.add_subcommand("show", "one entry with all its fields");
+    pShow->add_option("ID", pArgs->nId, "its number")->required()->check(CLI::PositiveNumber);
+    CLI::App* const pFollow =
+        app.add_subcommand("follow", "the last entries, and new ones as they come");
+    const FilterOptions followOptions = AddFilter(*pFollow, *pArgs);
+    pFollow->add_option("--count", pArgs->nCount, "end after so many");
+    CLI::App* const pExport =
+        app.add_subcommand("export", "write entries to a file: a JSON object a line");
+    pExport->add_option("FILE", pArgs->strFile, "the file; replaced when it is there")->required();
+    const FilterOptions exportOptions = AddFilter(*pExport, *pArgs);
+    pExport->add_flag("--csv", pArgs->bCsv, "comma-separated, with a heading");
+    CLI::App* const pVerify = app.add_subcommand("verify", "check that the database is whole");
+    CLI::App* const pPrune = app.add_subcommand("prune", "delete old entries");
+    pPrune->add_option("--before", pArgs->strBefore, "UTC time, or a beginning of it: 2026-01")
+        ->required()
+        ->check(CheckTime);
+    pPrune->add_flag("--dry-run", pArgs->bDryRun, "only tell how many");
+    CLI::App* const pWrite = app.add_subcommand("write", "write an entry");
+    pWrite->add_option("TEXT", pArgs->strText, "description")->required();
+    pWrite->add_option("--user", pArgs->nUser, "user");
+    pWrite->add_option("--address", pArgs->strAddress, "client")->capture_default_str();
+    pWrite->add_option("--command", pArgs->nCmd, "command number")->required();
+    pWrite->add_option("--object", pArgs->strObject, "object");
+    pWrite->add_option("--result", pArgs->nResult, "result code; 0: success")
+        ->check(CLI::NonNegativeNumber);
+    app.require_subcommand(1);
+    return [=](Session& session) {
+        if (pList->parsed()) {
+            FillFilter(*pArgs, listOptions);
+            return List(session, *pArgs);
+        }
+        if (pFollow->parsed()) {
+            FillFilter(*pArgs, followOptions);
+            return Follow(session, *pArgs);
+        }
+        if (pExport->parsed()) {
+            FillFilter(*pArgs, exportOptions);
+            return Export(session, *pArgs);
+        }
+        if (pShow->parsed())
+            return Show(session, *pArgs);
+        if (pVerify->parsed())
+            return Verify(session);
+        if (pPrune->parsed())
+            return Prune(session, *pArgs);
+        return Write(session, *pArgs);
+    };
+}
+
+}  // namespace host

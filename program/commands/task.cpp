@@ -1,0 +1,202 @@
+#include "command.h"
+#include "commands/task_runner.h"
+#include "view/progress_line.h"
+
+#include "tovelkarin/tedebugcommandmgr.h"
+
+#include "zemb/error_log.h"
+#include "zemb/progress_view.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace host {
+
+namespace {
+
+TaskRunner& RunnerOf(Session& session) {
+    if (session.pTaskRunner == nullptr)
+        session.pTaskRunner = std::make_shared<TaskRunner>();
+    return *session.pTaskRunner;
+}
+
+std::string TitleOf(const TaskOrder& order) {
+    return "operation " + std::to_string(order.nOper) + " on NE " + std::to_string(order.nNe);
+}
+
+int RunTask(Session& session, const TaskOrder& order) {
+    unsigned long nResult = 0;
+    {
+        const ProgressLine line;
+        const zemb::ScopedProgressListener listener(
+            [&](const ZembGnlTask*, int nPercent, const std::string& strDesc) {
+                if (line.IsShown() && !session.out.IsJson())
+                    return line.Show(TitleOf(order) + ": " + std::to_string(nPercent) + " %  " +
+                                     OnOneLine(strDesc));
+                Json::Value record;
+                record["percent"] = nPercent;
+                record["text"] = strDesc;
+                session.out.Put("  " + std::to_string(nPercent) + " %  " + strDesc, record);
+            });
+        nResult = RunnerOf(session).Run(order);
+    }
+    Json::Value record;
+    record["result"] = static_cast<Json::UInt64>(nResult);
+    session.out.Put(TitleOf(order) + (nResult == 0 ? ": done" : ": ended with " + Hex(nResult)),
+                    record);
+    return nResult == 0 ? DONE : ANSWER_NO;
+}
+
+int ListTasks(Session& session, int nOnly = 0) {
+    std::vector<std::vector<std::string>> vecRow = {{"TASK", "OPERATION", "NE", "USER", "STATE"}};
+    for (const TaskRunner::Row& row : RunnerOf(session).All()) {
+        if (nOnly != 0 && row.nId != nOnly)
+            continue;
+        Json::Value record;
+        record["task"] = row.nId;
+        record["operation"] = row.order.nOper;
+        record["ne"] = row.order.nNe;
+        record["user"] = row.order.nUser;
+        record["state"] = row.strState;
+        if (session.out.IsJson())
+            session.out.Put("", record);
+        vecRow.push_back({std::to_string(row.nId), std::to_string(row.order.nOper),
+                          std::to_string(row.order.nNe), std::to_string(row.order.nUser),
+                          row.strState});
+    }
+    session.out.Say(vecRow.size() == 1 ? "no tasks" : Table(vecRow));
+    return DONE;
+}
+
+int StartTask(Session& session, const TaskOrder& order) {
+    TaskRunner& runner = RunnerOf(session);
+    const int nId = runner.Start(order);
+    for (const TaskRunner::Row& row : runner.All())
+        if (row.nId == nId && row.strState == "running")
+            session.ledger.AddTask(
+                nId, order.nOper, {order.nNe, 0, 0},
+                "task " + std::to_string(nId) + " of user " + std::to_string(order.nUser));
+    return ListTasks(session, nId);
+}
+
+int EndTask(Session& session, int nId, bool bAbort) {
+    TaskRunner& runner = RunnerOf(session);
+    if (!(bAbort ? runner.Abort(nId) : runner.GoOn(nId)))
+        throw CommandError(ANSWER_NO, "task " + std::to_string(nId) + " does not run");
+    session.ledger.RemoveTask(nId);
+    return ListTasks(session, nId);
+}
+
+int ShowProgress(const Session& session) {
+    std::vector<std::vector<std::string>> vecRow = {{"MISSION", "PERCENT", "SCALE", "", "TEXT"}};
+    for (const zemb::TaskProgress& progress : zemb::AllProgress())
+        for (const NSTE_util::ClientMissionID& mission : progress.vecMission) {
+            Json::Value record;
+            record["mission"] = mission.nMission;
+            record["percent"] = progress.nPercent;
+            record["scale"] = progress.fScale;
+            record["abort"] = progress.bAbort;
+            record["text"] = progress.strDesc;
+            if (session.out.IsJson())
+                session.out.Put("", record);
+            vecRow.push_back({std::to_string(mission.nMission), std::to_string(progress.nPercent),
+                              std::to_string(static_cast<long>(progress.fScale)),
+                              progress.bAbort ? "to abort" : "", OnOneLine(progress.strDesc)});
+        }
+    session.out.Say(vecRow.size() == 1 ? "no missions" : Table(vecRow));
+    return DONE;
+}
+
+int ShowErrors(const Session& session) {
+    std::vector<std::vector<std::string>> vecRow = {{"TIME", "USER", "CODE", "NUMBERS", "TEXT"}};
+    for (const zemb::OperError& error : zemb::OperErrors()) {
+        Json::Value record;
+        record["time"] = error.strTime;
+        record["user"] = error.nUserId;
+        record["task"] = error.nTaskId;
+        if (error.nCode)
+            record["code"] = static_cast<Json::UInt64>(*error.nCode);
+        std::string strNumbers;
+        for (const int nValue : error.listValue) {
+            record["numbers"].append(nValue);
+            strNumbers += (strNumbers.empty() ? "" : ",") + std::to_string(nValue);
+        }
+        record["text"] = error.strFirst;
+        record["second_text"] = error.strSecond;
+        if (session.out.IsJson())
+            session.out.Put("", record);
+        vecRow.push_back(
+            {error.strTime, std::to_string(error.nUserId), error.nCode ? Hex(*error.nCode) : "",
+             strNumbers,
+             OnOneLine(error.strFirst + (error.strSecond.empty() ? "" : "; ") + error.strSecond)});
+    }
+    session.out.Say(vecRow.size() == 1 ? "no errors" : Table(vecRow));
+    return DONE;
+}
+
+}  // namespace
+
+Runner DefineTask(CLI::App& app) {
+    const auto pOrder = std::make_shared<TaskOrder>();
+    const auto pId = std::make_shared<int>(0);
+    CLI::App* const pRun =
+        app.add_subcommand("run", "one operation on an NE, from the command to the log entry");
+    CLI::App* const pStart = app.add_subcommand(
+        "start", "the same in the background, stopped behind its first step; inside 'host'");
+    for (CLI::App* const pOne : {pRun, pStart}) {
+        pOne->add_option("OPERATION", pOrder->nOper, "operation number, the command")->required();
+        pOne->add_option("NE", pOrder->nNe, "the NE")->required();
+        pOne->add_option("--user", pOrder->nUser, "whose work it is")->capture_default_str();
+        pOne->add_option("--steps", pOrder->nSteps, "steps of its progress")
+            ->check(CLI::Range(1, 1000))
+            ->capture_default_str();
+        pOne->add_flag("--fail", pOrder->bFail, "the NE does not answer in time");
+    }
+    CLI::App* const pList = app.add_subcommand("list", "what was started in the background");
+    CLI::App* const pAbort = app.add_subcommand("abort", "ask a task to stop, and wait for it");
+    CLI::App* const pFinish = app.add_subcommand("finish", "let a task go on to its end");
+    for (CLI::App* const pOne : {pAbort, pFinish})
+        pOne->add_option("TASK", *pId, "its number")->required();
+    app.require_subcommand(1);
+    return [=](Session& session) {
+        if (pRun->parsed())
+            return RunTask(session, *pOrder);
+        if (pStart->parsed())
+            return StartTask(session, *pOrder);
+        if (pList->parsed())
+            return ListTasks(session);
+        return EndTask(session, *pId, pAbort->parsed());
+    };
+}
+
+Runner DefineProgress(CLI::App& /*app*/) {
+    return [](Session& session) { return ShowProgress(session); };
+}
+
+Runner DefineDebugCmd(CLI::App& app) {
+    const auto pText = std::make_shared<std::string>();
+    app.add_option("COMMAND", *pText, "the command")->required();
+    return [pText](Session& session) {
+        const std::string strAnswer = NSTN_util::TEDebugCommandMgr::Instance()->Excute(*pText);
+        Json::Value record;
+        record["answer"] = strAnswer;
+        session.out.Put(
+            strAnswer.empty() ? "(no answer: no debug command is ever registered)" : strAnswer,
+            record);
+        return DONE;
+    };
+}
+
+Runner DefineErrors(CLI::App& app) {
+    const auto pClear = std::make_shared<bool>(false);
+    app.add_flag("--clear", *pClear, "forget them");
+    return [pClear](Session& session) {
+        if (!*pClear)
+            return ShowErrors(session);
+        zemb::ClearOperErrors();
+        return DONE;
+    };
+}
+
+}  // namespace host

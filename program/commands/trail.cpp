@@ -1,0 +1,100 @@
+#include "command.h"
+#include "commands/trail_holder.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+
+namespace host {
+
+namespace {
+
+std::string NumbersText(const std::list<int>& listNumber) {
+    std::string strText;
+    for (const int nNumber : listNumber)
+        strText += (strText.empty() ? "" : ", ") + std::to_string(nNumber);
+    return strText.empty() ? "none" : strText;
+}
+
+Json::Value ToJson(const std::list<int>& listNumber) {
+    Json::Value array(Json::arrayValue);
+    for (const int nNumber : listNumber)
+        array.append(nNumber);
+    return array;
+}
+
+struct TrailArguments {
+    std::string strHolder;
+    std::vector<int> vecTrail;
+};
+
+int Take(Session& session, const TrailArguments& args) {
+    if (session.mapTrail.count(args.strHolder) != 0)
+        throw CommandError(WRONG_USAGE, args.strHolder + " holds trails already");
+    auto pHolder = std::make_unique<TrailHolder>(args.vecTrail);
+    const unsigned long nCode = pHolder->GetResult();
+    Json::Value record;
+    record["holder"] = args.strHolder;
+    record["granted"] = nCode == 0;
+    if (nCode != 0) {
+        record["code"] = static_cast<Json::UInt64>(nCode);
+        record["busy"] = ToJson(pHolder->Registered());
+        session.out.Put(
+            "refused " + Hex(nCode) + ": busy are " + NumbersText(pHolder->Registered()), record);
+        return ANSWER_NO;
+    }
+    record["trails"] = ToJson(pHolder->Registered());
+    session.out.Put("granted: " + args.strHolder + " has " + NumbersText(pHolder->Registered()),
+                    record);
+    session.mapTrail.emplace(args.strHolder, std::move(pHolder));
+    return DONE;
+}
+
+int Give(Session& session, const TrailArguments& args) {
+    const auto it = session.mapTrail.find(args.strHolder);
+    if (it == session.mapTrail.end())
+        throw CommandError(ANSWER_NO, args.strHolder + " holds no trails; see 'trail list'");
+    Json::Value record;
+    record["holder"] = args.strHolder;
+    record["trails"] = ToJson(it->second->Registered());
+    const std::string strText =
+        args.strHolder + " gave back " + NumbersText(it->second->Registered());
+    session.mapTrail.erase(it);
+    session.out.Put(strText, record);
+    return DONE;
+}
+
+int List(const Session& session) {
+    std::vector<std::vector<std::string>> vecRow = {{"HOLDER", "TRAILS"}};
+    for (const auto& [strHolder, pHolder] : session.mapTrail) {
+        vecRow.push_back({strHolder, NumbersText(pHolder->Registered())});
+        Json::Value record;
+        record["holder"] = strHolder;
+        record["trails"] = ToJson(pHolder->Registered());
+        if (session.out.IsJson())
+            session.out.Put("", record);
+    }
+    vecRow.push_back({"busy", NumbersText(TrailHolder::Busy())});
+    session.out.Say(Table(vecRow));
+    return DONE;
+}
+
+}  // namespace
+
+Runner DefineTrail(CLI::App& app) {
+    const auto pArgs = std::make_shared<TrailArguments>();
+    CLI::App* const pTake = app.add_subcommand("take", "mark trails as busy, all or none");
+    pTake->add_option("HOLDER", pArgs->strHolder, "a name of your choice")->required();
+    pTake->add_option("TRAIL", pArgs->vecTrail, "trail numbers")->required();
+    CLI::App* const pGive = app.add_subcommand("give", "give back a holder's trails");
+    pGive->add_option("HOLDER", pArgs->strHolder, "the name given to 'take'")->required();
+    app.add_subcommand("list", "show holders and busy trails");
+    app.require_subcommand(1);
+    return [pArgs, pTake, pGive](Session& session) {
+        if (pTake->parsed())
+            return Take(session, *pArgs);
+        return pGive->parsed() ? Give(session, *pArgs) : List(session);
+    };
+}
+
+}  // namespace host
