@@ -1,5 +1,6 @@
 #include "tests/system_calls.h"
 
+#include <sys/file.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -56,8 +57,9 @@ REPLACED int fdatasync(int nFile) {
 }
 
 REPLACED int flock(int nFile, int nOperation) noexcept {
-    return support::Passes("flock", nFile) ? static_cast<int>(syscall(SYS_flock, nFile, nOperation))
-                                           : -1;
+    const char* const szCall = (nOperation & LOCK_EX) != 0 ? "flock exclusive" : "flock shared";
+    return support::Passes(szCall, nFile) ? static_cast<int>(syscall(SYS_flock, nFile, nOperation))
+                                          : -1;
 }
 
 REPLACED int renameat2(int nFrom, const char* szFrom, int nTo, const char* szTo,

@@ -3,8 +3,12 @@
 #include "embedded/database_wal.h"
 #include "embedded/escape.h"
 #include "embedded/state_folder.h"
+#include "zemb/debug.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -19,19 +23,29 @@ namespace zemb {
 // What stands behind a Database and its statements. It outlives them in a child process, where
 // those of other threads are never destroyed.
 struct Connection {
-    explicit Connection(sqlite3* pHandleOf) : pHandle(pHandleOf), process(ThisProcess()) {}
+    Connection(sqlite3* pHandleOf, const std::string& strFileOf)
+        : pHandle(pHandleOf), strFile(strFileOf), process(ThisProcess()) {}
 
     sqlite3* pHandle;  // null once it is closed
+    const std::string strFile;
     const ProcessMark process;
 };
 
 namespace {
 
+constexpr int TRACE_LEVEL = 3;
+constexpr auto CLOSING_WAIT = std::chrono::seconds(2);
+constexpr auto LOCK_LOOK = std::chrono::milliseconds(1);
+
 using Connections = std::vector<std::shared_ptr<Connection>>;
 
-// Changed inside the gate only, so that a child finds both as they should be.
+// Changed inside the gate only, so that a child finds both as they should be. Never destroyed:
+// threads may still work while the process ends.
 std::mutex g_lock;
-Connections g_vecOpen;
+Connections& OpenOnes() {
+    static Connections& vecOpen = *new Connections;
+    return vecOpen;
+}
 
 void CloseQuietly(Connection& connection) {
     // What is in the write-ahead log stays there, and nobody is waited for.
@@ -43,26 +57,37 @@ void CloseQuietly(Connection& connection) {
     connection.pHandle = nullptr;
 }
 
-// SQLite believes that this process has the locks of its parent, on each file that the parent had
-// open, until the last connection to it is closed. Closing one that was not in the midst of a
-// change writes nothing, and the parent keeps its own locks.
+// SQLite believes that a child has the locks of its parent, on each file that the parent had open,
+// until the last connection to it is closed; and it would take a descriptor that the child has
+// closed, and got again for something else, for its own. So they are closed before fork() returns
+// in the child. None is in the midst of a change then, so nothing is written, and the parent keeps
+// its own locks.
 void CloseInherited() {
+    for (const std::shared_ptr<Connection>& pConnection : OpenOnes())
+        CloseQuietly(*pConnection);
+    OpenOnes().clear();
+}
+
+const bool g_bOnFork = (OnFork(CloseInherited), true);
+
+// A process that was made without the gate, since it was held for too long or by a call other than
+// fork(), can neither use what it inherited nor close it.
+void RefuseInherited() {
     const ForkGate gate;
     std::lock_guard<std::mutex> guard(g_lock);
     const ProcessMark process = ThisProcess();
-    for (const std::shared_ptr<Connection>& pConnection : g_vecOpen)
-        if (pConnection->process != process &&
-            sqlite3_txn_state(pConnection->pHandle, nullptr) == SQLITE_TXN_WRITE)
+    for (const std::shared_ptr<Connection>& pConnection : OpenOnes())
+        if (pConnection->process != process)
             throw DatabaseError(SQLITE_MISUSE,
-                                "this process was forked in the midst of a change of a database");
-    const auto IsInherited = [&](const std::shared_ptr<Connection>& pConnection) {
-        if (pConnection->process == process)
-            return false;
-        CloseQuietly(*pConnection);
-        return true;
-    };
-    g_vecOpen.erase(std::remove_if(g_vecOpen.begin(), g_vecOpen.end(), IsInherited),
-                    g_vecOpen.end());
+                                "this process was forked while its databases were in use");
+}
+
+// Others may open and close a database at the same time, but not while it is exchanged.
+std::unique_ptr<ExchangeLock> NotExchanged(const std::string& strFile, Database::Access access,
+                                           Database::Deadline deadline) {
+    if (access == Database::Access::Frozen)
+        return nullptr;
+    return std::make_unique<ExchangeLock>(strFile, ExchangeLock::Kind::Shared, deadline);
 }
 
 // What is behind "//" up to the next "/" would be a host.
@@ -99,9 +124,39 @@ Identity IdentityOf(const std::string& strFile) {
                                                : Identity();
 }
 
+ExchangeLock::ExchangeLock(const std::string& strDatabase, Kind kind, Database::Deadline deadline)
+    : m_nFile(open((strDatabase + ".exchange").c_str(),
+                   O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, STATE_FILE_MODE)) {
+    // Who may not make it, or not read it, can exchange nothing, nor be the last who closes.
+    if (m_nFile == -1 && kind == Kind::Shared && (errno == EACCES || errno == EROFS))
+        return;
+    struct stat status {};
+    if (m_nFile != -1 && geteuid() == 0 && stat(strDatabase.c_str(), &status) == 0 &&
+        fchown(m_nFile, status.st_uid, status.st_gid) != 0)
+        errno = 0;  // as SQLite does with its files: the owner may not be able to take it then
+    const int nLock = (kind == Kind::Shared ? LOCK_SH : LOCK_EX) | LOCK_NB;
+    while (m_nFile == -1 || flock(m_nFile, nLock) != 0) {
+        if (m_nFile == -1 || errno != EWOULDBLOCK || std::chrono::steady_clock::now() >= deadline) {
+            const int nError = errno;
+            if (m_nFile != -1)
+                close(m_nFile);
+            throw std::system_error(nError, std::generic_category(), strDatabase + ".exchange");
+        }
+        std::this_thread::sleep_for(LOCK_LOOK);
+    }
+}
+
+ExchangeLock::~ExchangeLock() {
+    if (m_nFile != -1)
+        close(m_nFile);
+}
+
 Database::Database(const std::string& strFile, Access access, Deadline deadline)
     : m_strFile(strFile), m_deadline(deadline) {
-    CloseInherited();
+    RefuseInherited();
+    if (access == Access::Write)
+        MakeStateFolder(std::filesystem::path(strFile).parent_path().string());
+    const std::unique_ptr<ExchangeLock> pLock = NotExchanged(strFile, access, deadline);
     if (access == Access::Write)
         PlaceNewFile(strFile, [](int) {});
     if (access != Access::Frozen) {
@@ -133,25 +188,42 @@ void Database::Open(Access access) {
     if (access == Access::Read && bWal)
         sqlite3_db_config(pHandle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     try {
-        m_pConnection = std::make_shared<Connection>(pHandle);
+        m_pConnection = std::make_shared<Connection>(pHandle, m_strFile);
         std::lock_guard<std::mutex> guard(g_lock);
-        g_vecOpen.push_back(m_pConnection);
+        OpenOnes().push_back(m_pConnection);
     } catch (const std::bad_alloc&) {
         sqlite3_close(pHandle);
         throw;
     }
 }
 
+// The last connection to a database deletes its companions by their names: not while the file is
+// exchanged, and not those of another file that has its name.
 Database::~Database() {
     const ForkGate gate;
     if (m_pConnection->pHandle == nullptr || m_pConnection->process != ThisProcess())
-        return;  // closed when this process opens another one
+        return;
     {
         std::lock_guard<std::mutex> guard(g_lock);
-        g_vecOpen.erase(std::find(g_vecOpen.begin(), g_vecOpen.end(), m_pConnection));
+        OpenOnes().erase(std::find(OpenOnes().begin(), OpenOnes().end(), m_pConnection));
     }
+    std::unique_ptr<ExchangeLock> pLock;
+    try {
+        pLock = std::make_unique<ExchangeLock>(m_strFile, ExchangeLock::Kind::Shared,
+                                               std::chrono::steady_clock::now() + CLOSING_WAIT);
+    } catch (const std::exception&) {
+        // Nothing is known of others then.
+    }
+    if (pLock == nullptr || !IsInPlace())
+        sqlite3_db_config(m_pConnection->pHandle, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
     sqlite3_close_v2(m_pConnection->pHandle);
     m_pConnection->pHandle = nullptr;
+    std::lock_guard<std::mutex> guard(g_lock);
+    const auto IsOfThisFile = [&](const std::shared_ptr<Connection>& pConnection) {
+        return pConnection->strFile == m_strFile;
+    };
+    if (std::none_of(OpenOnes().begin(), OpenOnes().end(), IsOfThisFile))
+        ForgetWal(m_strFile);
 }
 
 sqlite3* Database::Handle() const {
@@ -290,6 +362,15 @@ Transaction::~Transaction() {
 void Transaction::Commit() {
     m_database.Run("COMMIT");
     m_bOpen = false;
+}
+
+void TellOfDatabase(const char* szWhat, const std::string& strText) noexcept {
+    try {
+        if (TEDebugInterface* const pDebug = NSTE_util::GetDefaultDebugInterface())
+            pDebug->Trace(TRACE_LEVEL, (szWhat + strText).c_str());
+    } catch (...) {
+        NSTE_util::WriteException("a line about a database could not be written");
+    }
 }
 
 }  // namespace zemb

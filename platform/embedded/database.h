@@ -20,7 +20,7 @@
 // while it is written. So nobody but SQLite opens or closes the file of a database once it stands
 // under its name; it is made under another name, and looked at with stat(). Nor does a connection
 // outlive a fork(): locks are not inherited, but SQLite's belief that it has them is. A child
-// closes what it inherited, without touching the file, before it opens anything.
+// closes what it inherited, without touching the file, before fork() returns there.
 namespace zemb {
 
 // What SQLite answered, with the file and its text.
@@ -86,6 +86,24 @@ private:
     std::shared_ptr<Connection> m_pConnection;
     Identity m_identity;
     Deadline m_deadline;
+};
+
+// A line about a database in the default channel. The caller holds no lock.
+void TellOfDatabase(const char* szWhat, const std::string& strText) noexcept;
+
+// Holds those off who would exchange a database (Exclusive), or lets several open and close it at a
+// time that nobody exchanges it (Shared). Throws std::system_error after the deadline.
+class ExchangeLock {
+public:
+    enum class Kind { Shared, Exclusive };
+
+    ExchangeLock(const std::string& strDatabase, Kind kind, Database::Deadline deadline);
+    ~ExchangeLock();
+    ExchangeLock(const ExchangeLock&) = delete;
+    ExchangeLock& operator=(const ExchangeLock&) = delete;
+
+private:
+    const int m_nFile;
 };
 
 // A prepared statement.

@@ -14,8 +14,8 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <mutex>
-#include <set>
 #include <system_error>
 #include <vector>
 
@@ -26,8 +26,9 @@
 // be, in a log that nobody has damaged, the beginning of a change that was being written when its
 // process died: one frame at most that is not whole, and never the frame that ends a change. A last
 // frame of a change of this generation behind the end therefore tells of damage, and so does a
-// whole frame that ends the file and is wrong. (After a failed synchronisation and a smaller change
-// in its place it may be a false alarm; what was kept then does no harm.)
+// whole frame that ends the file and is wrong. It may be a false alarm where a large change was
+// never acknowledged, since its process was killed or the disk failed, and a smaller one was
+// written over its beginning; what was kept then does no harm.
 namespace zemb {
 
 namespace {
@@ -171,24 +172,13 @@ private:
     Sum m_sum{};
 };
 
-// What a process has looked at.
+// The generation of each log that a process has looked at last. Locked through a look: another
+// thread must not begin to write what is still being copied.
 struct Seen {
     std::mutex lock;
-    std::set<std::string> setLog;
+    std::map<std::string, std::string> mapGeneration;
 };
 PerProcess<Seen> g_seen;
-
-bool IsSeen(const std::string& strLog) {
-    Seen& seen = g_seen.Get();
-    std::lock_guard<std::mutex> guard(seen.lock);
-    return !seen.setLog.insert(strLog).second;
-}
-
-void Forget(const std::string& strLog) {
-    Seen& seen = g_seen.Get();
-    std::lock_guard<std::mutex> guard(seen.lock);
-    seen.setLog.erase(strLog);
-}
 
 std::string CopyName(const std::string& strDatabase) {
     return strDatabase + ".damaged-wal-";
@@ -207,10 +197,53 @@ void Copy(const WalFile& file, int nTarget, const std::string& strTarget) {
     }
 }
 
+bool HasSameContent(const WalFile& file, const WalFile& other) {
+    if (file.Size() != other.Size())
+        return false;
+    std::vector<Octets> vecPart(COPIED_AT_ONCE);
+    std::vector<Octets> vecOther(COPIED_AT_ONCE);
+    for (std::uint64_t nAt = 0; nAt < file.Size(); nAt += COPIED_AT_ONCE) {
+        const std::size_t nPart =
+            static_cast<std::size_t>(std::min<std::uint64_t>(COPIED_AT_ONCE, file.Size() - nAt));
+        if (!file.Read(nAt, vecPart.data(), nPart) || !other.Read(nAt, vecOther.data(), nPart) ||
+            std::memcmp(vecPart.data(), vecOther.data(), nPart) != 0)
+            return false;
+    }
+    return true;
+}
+
+// Keeps a log under the first name that is free, and returns it; "" when it is kept already.
+std::string Keep(const WalFile& file, const std::string& strName) {
+    for (int n = 1;; ++n) {
+        const std::string strCopy = n == 1 ? strName : strName + "-" + std::to_string(n);
+        if (PlaceNewFile(strCopy, [&](int nTarget) { Copy(file, nTarget, strCopy); }))
+            return strCopy;
+        if (HasSameContent(file, WalFile(strCopy)))
+            return "";
+    }
+}
+
+std::string NoticeOf(const std::string& strFile, const Damage& damage, const std::string& strCopy) {
+    return strFile + "-wal is damaged at " +
+           (damage.nFrame == 0 ? "its beginning" : "frame " + std::to_string(damage.nFrame)) +
+           (damage.nChanges == 0 ? ""
+                                 : ": " + std::to_string(damage.nChanges) + " changes behind") +
+           "; it is kept as " + strCopy;
+}
+
+// Two looks that find the same, in the same generation: a process may have written what the first
+// one met half done, or have begun a new generation, whose header is written before its frames.
+bool FindDamage(WalReader& reader, const std::string& strGeneration, Damage& damage) {
+    Damage first;
+    return reader.FindDamage(first) && reader.FindDamage(damage) && damage.nFrame == first.nFrame &&
+           reader.Generation() == strGeneration;
+}
+
 }  // namespace
 
-bool IsDamagedWalOf(const std::string& strDatabase, const std::string& strFile) {
-    return strFile.compare(0, CopyName(strDatabase).size(), CopyName(strDatabase)) == 0;
+bool IsDamagedWalOf(const std::string& strDatabase, const std::string& strName) {
+    const std::string strBegin = CopyName(strDatabase.substr(strDatabase.find_last_of('/') + 1));
+    return strName.compare(0, strBegin.size(), strBegin) == 0;
 }
 
 std::string KeepDamagedWal(const std::string& strFile) {
@@ -219,27 +252,23 @@ std::string KeepDamagedWal(const std::string& strFile) {
         return "";
     WalReader reader(file);
     const std::string strGeneration = reader.Generation();
-    const std::string strSeen = strFile + " " + strGeneration;
-    if (strGeneration.empty() || IsSeen(strSeen))
+    Seen& seen = g_seen.Get();
+    const std::lock_guard<std::mutex> guard(seen.lock);
+    std::string& strSeen = seen.mapGeneration[strFile];
+    if (strGeneration.empty() || strSeen == strGeneration)
         return "";
-    // A second look: a process may have written what the first one met half done, or have begun a
-    // new generation, whose header is written before its frames.
     Damage damage;
-    if (!reader.FindDamage(damage) || !reader.FindDamage(damage) ||
-        reader.Generation() != strGeneration)
-        return "";
-    const std::string strCopy = CopyName(strFile) + strGeneration;
-    try {
-        PlaceNewFile(strCopy, [&](int nTarget) { Copy(file, nTarget, strCopy); });
-    } catch (...) {
-        Forget(strSeen);  // the next one tries again
-        throw;
-    }
-    return strFile + "-wal is damaged at " +
-           (damage.nFrame == 0 ? "its beginning" : "frame " + std::to_string(damage.nFrame)) +
-           (damage.nChanges == 0 ? ""
-                                 : ": " + std::to_string(damage.nChanges) + " changes behind") +
-           "; it is kept as " + strCopy;
+    std::string strCopy;
+    if (FindDamage(reader, strGeneration, damage))
+        strCopy = Keep(file, CopyName(strFile) + strGeneration);
+    strSeen = strGeneration;
+    return strCopy.empty() ? "" : NoticeOf(strFile, damage, strCopy);
+}
+
+void ForgetWal(const std::string& strFile) noexcept {
+    Seen& seen = g_seen.Get();
+    const std::lock_guard<std::mutex> guard(seen.lock);
+    seen.mapGeneration.erase(strFile);
 }
 
 }  // namespace zemb

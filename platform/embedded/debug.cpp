@@ -2,6 +2,7 @@
 
 #include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
+#include "embedded/fork_gate.h"
 #include "embedded/log_file.h"
 #include "zemb/control.h"
 
@@ -63,6 +64,7 @@ public:
             return true;
         std::vector<std::shared_ptr<const Tap>> vecTap;
         {
+            const zemb::ForkGate gate;
             std::shared_lock<std::shared_mutex> guard(m_lock);
             vecTap = m_vecTap;
         }
@@ -149,6 +151,7 @@ private:
 class Channels {
 public:
     Channel* Get(std::string_view strModule) {
+        const zemb::ForkGate gate;
         {
             std::shared_lock<std::shared_mutex> guard(m_lock);
             const auto it = m_mapChannel.find(strModule);

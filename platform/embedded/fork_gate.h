@@ -9,10 +9,11 @@
 // whose locks a thread of the parent may have held.
 namespace zemb {
 
-// Held, by any number of threads at once, while SQLite works for one of them and from the beginning
-// of a change to its end. fork() waits until nobody holds it (a few seconds at most), so that a
-// child finds SQLite idle. The same thread may hold several. Nothing of somebody else's is called
-// while it is held.
+// Held, by any number of threads at once, while SQLite works for one of them, from the beginning of
+// a change to its end, and while a lock is held that a child needs: of the paths and of the logs.
+// fork() waits until nobody holds it (a few seconds at most), so that a child finds SQLite idle and
+// these locks free. The same thread may hold several. Nothing of somebody else's is called while it
+// is held.
 class ForkGate {
 public:
     ForkGate();
@@ -34,6 +35,14 @@ struct ProcessMark {
 };
 ProcessMark ThisProcess();
 unsigned long Forks();  // the first part of it, without a call of the system
+
+// Has fnChild called in each child process that began with the gate closed, before fork() returns
+// there. For one function, when the platform is loaded.
+void OnFork(void (*fnChild)());
+
+// Has fnChild called in each child process that began with the gate closed, before fork() returns
+// there. For one function, when the platform is loaded.
+void OnFork(void (*fnChild)());
 
 // One object for each process: a child makes its own at its first use, and leaves its parent's
 // alone. Lives to the end of the process.

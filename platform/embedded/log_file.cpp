@@ -1,6 +1,7 @@
 #include "embedded/log_file.h"
 
 #include "embedded/escape.h"
+#include "embedded/fork_gate.h"
 #include "embedded/line_file.h"
 #include "zemb/control.h"
 
@@ -125,6 +126,7 @@ std::shared_ptr<LogFileSink> LogFile::Open() {
 }
 
 void LogFile::Write(std::string_view strKind, std::string_view strText) noexcept {
+    const ForkGate gate;
     try {
         if (const std::shared_ptr<LogFileSink> pSink = Open()) {
             pSink->Write(strKind, strText);

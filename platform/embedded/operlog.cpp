@@ -23,7 +23,6 @@ namespace {
 constexpr int DEFAULT_WAIT = 2000;  // milliseconds
 constexpr auto RETRY_PAUSE = std::chrono::seconds(1);
 constexpr std::size_t DEFAULT_ROOM = 10000;
-constexpr int TRACE_LEVEL = 3;
 
 std::atomic<bool> g_bFullSync{true};
 std::atomic<int> g_nWait{DEFAULT_WAIT};
@@ -149,7 +148,8 @@ private:
             try {
                 OpenIfNeeded(deadline, identity, vecLine);
                 m_pDatabase->SetDeadline(deadline);
-                return m_pDatabase->Insert(vecEntry);
+                m_pDatabase->Insert(vecEntry);
+                return m_pDatabase->LimitWal();
             } catch (const DatabaseError& error) {
                 if (!IsDamaged(error) || nTry == 2)
                     throw;
@@ -214,12 +214,7 @@ PerProcess<Store> g_store;
 }  // namespace
 
 void TellOfOperLog(const std::string& strText) noexcept {
-    try {
-        if (TEDebugInterface* const pDebug = NSTE_util::GetDefaultDebugInterface())
-            pDebug->Trace(TRACE_LEVEL, ("operation log: " + strText).c_str());
-    } catch (...) {
-        NSTE_util::WriteException("operation log: a line could not be written");
-    }
+    TellOfDatabase("operation log: ", strText);
 }
 
 Database::Deadline LongestWait() {

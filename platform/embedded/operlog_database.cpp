@@ -1,10 +1,8 @@
 #include "embedded/operlog_database.h"
 
-#include "embedded/state_folder.h"
 #include "zemb/control.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,6 +18,9 @@ namespace zemb {
 namespace {
 
 constexpr int SCHEMA_VERSION = 1;
+constexpr unsigned CHANGES_BETWEEN_LOOKS = 256;
+constexpr off_t LARGE_WAL = off_t{64} << 20;
+constexpr auto LIMIT_WAIT = std::chrono::milliseconds(200);
 constexpr const char* SCHEMA =
     "CREATE TABLE operlog ("
     "id INTEGER PRIMARY KEY AUTOINCREMENT, time TEXT NOT NULL, user INTEGER NOT NULL, "
@@ -47,26 +48,6 @@ std::string_view TextOf(const char (&szText)[SIZE]) {
     return {szText, nSize};
 }
 
-// Holds other processes off while a damaged database is exchanged.
-class ExchangeLock {
-public:
-    explicit ExchangeLock(const std::string& strFile)
-        : m_nFile(
-              open(strFile.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, STATE_FILE_MODE)) {
-        if (m_nFile != -1)
-            flock(m_nFile, LOCK_EX);
-    }
-    ~ExchangeLock() {
-        if (m_nFile != -1)
-            close(m_nFile);
-    }
-    ExchangeLock(const ExchangeLock&) = delete;
-    ExchangeLock& operator=(const ExchangeLock&) = delete;
-
-private:
-    const int m_nFile;
-};
-
 }  // namespace
 
 bool IsDamaged(const DatabaseError& error) {
@@ -74,7 +55,7 @@ bool IsDamaged(const DatabaseError& error) {
 }
 
 std::string MoveAside(const std::string& strFile, const Identity& identity) {
-    const ExchangeLock lock(strFile + ".exchange");
+    const ExchangeLock lock(strFile, ExchangeLock::Kind::Exclusive, LongestWait());
     if (IdentityOf(strFile) != identity)
         return "";
     std::string strStamp = FormatTime(NowMicroseconds()).substr(0, 19);
@@ -117,6 +98,7 @@ LogDatabase::LogDatabase(const std::string& strFile, Database::Deadline deadline
 }
 
 void LogDatabase::Insert(const std::vector<LogEntry*>& vecEntry) {
+    m_nFirstNew = 0;
     try {
         if (vecEntry.size() == 1)  // a transaction of its own
             return Insert(*vecEntry.front());
@@ -127,6 +109,20 @@ void LogDatabase::Insert(const std::vector<LogEntry*>& vecEntry) {
     } catch (...) {
         m_pInsert->Reset();
         throw;
+    }
+}
+
+void LogDatabase::LimitWal() noexcept {
+    if (++m_nChanges % CHANGES_BETWEEN_LOOKS != 0)
+        return;
+    struct stat status {};
+    if (stat((m_strFile + "-wal").c_str(), &status) != 0 || status.st_size < LARGE_WAL)
+        return;
+    try {
+        m_database.SetDeadline(std::chrono::steady_clock::now() + LIMIT_WAIT);
+        m_database.Run("PRAGMA wal_checkpoint(TRUNCATE)");
+    } catch (const std::exception&) {
+        // The next time, then.
     }
 }
 
@@ -162,12 +158,18 @@ void LogDatabase::Insert(LogEntry& entry) {
 }
 
 // What did not come as far as to have a row may still be there under the one of an earlier try.
-void LogDatabase::KeepRow(LogEntry& entry) const {
-    if (const std::int64_t nRow = m_database.LastRow(); nRow != 0)
-        entry.nRow = nRow;
+void LogDatabase::KeepRow(LogEntry& entry) {
+    const std::int64_t nRow = m_database.LastRow();
+    if (nRow == 0)
+        return;
+    if (m_nFirstNew == 0 && nRow != entry.nRow)
+        m_nFirstNew = nRow;
+    entry.nRow = nRow;
 }
 
 bool LogDatabase::IsThere(const LogEntry& entry) {
+    if (m_nFirstNew != 0 && entry.nRow >= m_nFirstNew)
+        return false;  // the row of another entry of this change, which may look the same
     if (m_pFind == nullptr)
         m_pFind = std::make_unique<Statement>(m_database, FIND);
     BindFields(*m_pFind, entry);

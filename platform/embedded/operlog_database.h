@@ -52,10 +52,14 @@ public:
     // keeps the row that it had, and one that is found there is written again in its place.
     void Insert(const std::vector<LogEntry*>& vecEntry);
 
+    // Where many write without pause nobody finds the moment to begin the write-ahead log anew:
+    // once it is large, now and then others are held up for a moment to do so.
+    void LimitWal() noexcept;
+
 private:
     void Prepare();
     void Insert(LogEntry& entry);
-    void KeepRow(LogEntry& entry) const;
+    void KeepRow(LogEntry& entry);
     bool IsThere(const LogEntry& entry);
     void BindFields(Statement& statement, const LogEntry& entry);
 
@@ -64,7 +68,9 @@ private:
     Database m_database;
     std::unique_ptr<Statement> m_pInsert;
     std::unique_ptr<Statement> m_pFind;
-    std::string m_strTime;  // bound while a statement runs
+    unsigned m_nChanges = 0;       // since the last look at the write-ahead log
+    std::int64_t m_nFirstNew = 0;  // row of the change that is being made; 0: none yet
+    std::string m_strTime;         // bound while a statement runs
 };
 
 }  // namespace zemb

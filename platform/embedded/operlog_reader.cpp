@@ -147,10 +147,10 @@ std::vector<std::string> KeptWals() {
     std::vector<std::string> vecKept;
     const std::string strFile = OperLogFile();
     std::error_code ignored;
-    for (const auto& entry :
-         std::filesystem::directory_iterator(std::filesystem::path(strFile).parent_path(), ignored))
-        if (IsDamagedWalOf(strFile, entry.path().string()))
-            vecKept.push_back("acknowledged entries may be in " + entry.path().string() +
+    std::filesystem::directory_iterator it(std::filesystem::path(strFile).parent_path(), ignored);
+    for (; !ignored && it != std::filesystem::directory_iterator(); it.increment(ignored))
+        if (IsDamagedWalOf(strFile, it->path().filename().string()))
+            vecKept.push_back("acknowledged entries may be in " + it->path().string() +
                               ", a write-ahead log that was found damaged, and nowhere else");
     return vecKept;
 }

@@ -2,6 +2,7 @@
 
 #include "base/cancel_hold.h"
 #include "embedded/fault_point.h"
+#include "embedded/fork_gate.h"
 #include "embedded/item_line.h"
 #include "embedded/log_file.h"
 #include "zemb/control.h"
@@ -39,12 +40,14 @@ public:
     explicit Place(const char* szVariable) : m_szVariable(szVariable) {}
 
     void Set(std::optional<std::string> strPath) {
+        const zemb::ForkGate gate;
         std::lock_guard<std::mutex> guard(m_lock);
         m_strPath = std::move(strPath);
         ++g_nGeneration;
     }
 
     std::string Get() {
+        const zemb::ForkGate gate;
         std::lock_guard<std::mutex> guard(m_lock);
         if (m_strPath)
             return *m_strPath;

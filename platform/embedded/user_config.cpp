@@ -17,6 +17,7 @@ namespace zemb {
 
 namespace {
 
+constexpr const char* WHAT = "user values: ";
 constexpr auto WAIT_MOST = std::chrono::seconds(2);
 
 std::string FileOf() {
@@ -30,6 +31,12 @@ Database::Deadline LongestWait() {
     return std::chrono::steady_clock::now() + WAIT_MOST;
 }
 
+// What was wrong with the write-ahead log: values in what was kept of it may be nowhere else.
+void TellNotice(const Database& database) {
+    if (!database.Notice().empty())
+        TellOfDatabase(WHAT, database.Notice());
+}
+
 bool HasValues(Database& database) {
     return database.Number("SELECT count(*) FROM sqlite_master WHERE name = 'usercfg'") != 0;
 }
@@ -37,8 +44,18 @@ bool HasValues(Database& database) {
 class KeptReader {
 public:
     bool Get(const std::string& strSection, const std::string& strKey, std::string& strValue) {
+        std::string strNotice;
+        const bool bFound = Find(strSection, strKey, strValue, strNotice);
+        if (!strNotice.empty())
+            TellOfDatabase(WHAT, strNotice);
+        return bFound;
+    }
+
+private:
+    bool Find(const std::string& strSection, const std::string& strKey, std::string& strValue,
+              std::string& strNotice) {
         std::lock_guard<std::mutex> guard(m_lock);
-        if (!OpenIfNeeded(FileOf()))
+        if (!OpenIfNeeded(FileOf(), strNotice))
             return false;
         m_pDatabase->SetDeadline(LongestWait());
         try {
@@ -56,9 +73,8 @@ public:
         }
     }
 
-private:
     // False when there are no values.
-    bool OpenIfNeeded(const std::string& strFile) {
+    bool OpenIfNeeded(const std::string& strFile, std::string& strNotice) {
         if (m_pFind != nullptr && strFile == m_strFile && m_pDatabase->IsInPlace())
             return true;
         m_pFind.reset();
@@ -67,6 +83,7 @@ private:
             return false;
         m_strFile = strFile;
         m_pDatabase = std::make_unique<Database>(strFile, Database::Access::Read, LongestWait());
+        strNotice = m_pDatabase->Notice();
         if (HasValues(*m_pDatabase))
             m_pFind = std::make_unique<Statement>(
                 *m_pDatabase, "SELECT value FROM usercfg WHERE section = ?1 AND key = ?2");
@@ -87,6 +104,7 @@ bool SetUserCfg(const UserCfgItem& item, std::string& strError) {
     const base::CancelHold hold;
     try {
         Database database(FileOf(), Database::Access::Write, LongestWait());
+        TellNotice(database);
         database.UseWal();
         database.Run(
             "CREATE TABLE IF NOT EXISTS usercfg (section TEXT, key TEXT, value TEXT, PRIMARY KEY "
@@ -109,6 +127,7 @@ bool ReadUserCfg(std::vector<UserCfgItem>& vecItem, std::string& strError) {
         if (!std::filesystem::exists(FileOf()))
             return true;
         Database database(FileOf(), Database::Access::Read, LongestWait());
+        TellNotice(database);
         if (!HasValues(database))
             return true;
         Statement statement(database,

@@ -337,6 +337,13 @@ private:
         std::error_code error;
         if (zemb::GetStatePath().empty() || !fs::exists(UserConfigFile(), error))
             return Good("user values", "none yet");
+        for (const fs::directory_entry& entry : fs::directory_iterator(zemb::GetStatePath(), error))
+            if (entry.path().filename().string().find("usercfg.db.damaged-wal-") == 0)
+                Warn("user values",
+                     entry.path().string() +
+                         " is a write-ahead log that was found damaged: accepted "
+                         "values may be in it, and nowhere else",
+                     "strings " + Quoted(entry.path().string()));
         std::vector<zemb::UserCfgItem> vecItem;
         std::string strError;
         if (zemb::ReadUserCfg(vecItem, strError))

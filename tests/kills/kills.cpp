@@ -232,7 +232,6 @@ int main(int argc, char** argv) {
     if (mkdtemp(szFolder) == nullptr || prctl(PR_SET_CHILD_SUBREAPER, 1) != 0)
         return 1;
     zemb::SetStatePath(szFolder);
-    zemb::ScopedDebugSink sink([](const zemb::DebugLine&) {});  // locks that a child would inherit
     g_pNumbers = new (mmap(nullptr, sizeof(Numbers), PROT_READ | PROT_WRITE,
                            MAP_SHARED | MAP_ANONYMOUS, -1, 0)) Numbers;
     int arrPipe[2];
