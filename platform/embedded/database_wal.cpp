@@ -215,7 +215,7 @@ bool HasSameContent(const WalFile& file, const WalFile& other) {
 // Keeps a log under the first name that is free, and returns it; "" when it is kept already.
 std::string Keep(const WalFile& file, const std::string& strName) {
     for (int n = 1;; ++n) {
-        const std::string strCopy = n == 1 ? strName : strName + "-" + std::to_string(n);
+        std::string strCopy = n == 1 ? strName : strName + "-" + std::to_string(n);
         if (PlaceNewFile(strCopy, [&](int nTarget) { Copy(file, nTarget, strCopy); }))
             return strCopy;
         if (HasSameContent(file, WalFile(strCopy)))
