@@ -34,11 +34,9 @@ void Sync(const std::string& strFolder) {
 // A file under another name beside the one that it is to get; gone with the object.
 class Draft {
 public:
-    explicit Draft(const std::string& strFile) {
-        static std::atomic<unsigned> s_nDrafts{0};
-        m_strDraft =
-            strFile + ".new-" + std::to_string(getpid()) + "-" + std::to_string(++s_nDrafts);
-        m_nFile = open(m_strDraft.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC,
+    explicit Draft(const std::string& strFile) : m_strDraft(NameFor(strFile)) {
+        unlink(m_strDraft.c_str());  // of a process of this number that was killed
+        m_nFile = open(m_strDraft.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                        STATE_FILE_MODE);
         if (m_nFile == -1)
             Fail(m_strDraft);
@@ -74,7 +72,12 @@ public:
     }
 
 private:
-    std::string m_strDraft;
+    static std::string NameFor(const std::string& strFile) {
+        static std::atomic<unsigned> s_nDrafts{0};
+        return strFile + ".new-" + std::to_string(getpid()) + "-" + std::to_string(++s_nDrafts);
+    }
+
+    const std::string m_strDraft;
     int m_nFile = -1;
 };
 
