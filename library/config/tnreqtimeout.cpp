@@ -1,8 +1,8 @@
 #include "config/tnreqtimeoutimpl.h"
 
 #include "base/cancel_hold.h"
+#include "base/read_number.h"
 #include "files/read_file.h"
-#include "text/read_number.h"
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/held_lines.h"
@@ -43,7 +43,7 @@ bool ReadBehindEqual(std::string_view strLine, int& nValue) {
     const std::size_t nEqual = strLine.find('=');
     if (nEqual == std::string_view::npos)
         return false;
-    nValue = CutToInt(NSTN_util::ReadLong(strLine.substr(nEqual + 1), 10).nValue);
+    nValue = CutToInt(base::ReadLong(strLine.substr(nEqual + 1), 10).nValue);
     return true;
 }
 
@@ -173,7 +173,7 @@ void TNReqTimeoutImpl::LoadCommands(const NSTN_util::SectionLines& mapSection,
         return;
     auto itNext = mapSeconds.end();  // commands that rise need no search
     for (const std::string_view strLine : itSection->second) {
-        const NSTN_util::LongRead cmd = NSTN_util::ReadLong(strLine, 10);
+        const base::LongRead cmd = base::ReadLong(strLine, 10);
         int nSeconds = 0;
         if (cmd.nEnd == 0 || !ReadBehindEqual(strLine, nSeconds))
             continue;

@@ -1,7 +1,7 @@
 #include "files/item_file.h"
 
-#include "files/bounded_lines.h"
-#include "text/trim.h"
+#include "base/bounded_lines.h"
+#include "base/trim.h"
 #include "trace/trace_line.h"
 
 #include <algorithm>
@@ -95,7 +95,7 @@ void PutByRank(const std::vector<Item>& vecItem, const std::vector<Rank>& vecRan
 
 // One line; false when it holds no item.
 bool ReadItem(std::string_view strLine, Item& item) {
-    strLine = TrimBlanks(strLine);
+    strLine = base::TrimBlanks(strLine);
     if (strLine.empty() || strLine.front() == '#')
         return false;
     const std::size_t nEqual = strLine.find('=');
@@ -103,8 +103,8 @@ bool ReadItem(std::string_view strLine, Item& item) {
         Report(" TNReadCfg_SplitStrBySeparator (%s) error! ", std::string(strLine));
         return false;
     }
-    item.strKey = TrimBlanks(strLine.substr(0, nEqual));
-    item.strValue = TrimBlanks(strLine.substr(nEqual + 1));
+    item.strKey = base::TrimBlanks(strLine.substr(0, nEqual));
+    item.strValue = base::TrimBlanks(strLine.substr(nEqual + 1));
     return true;
 }
 
@@ -113,7 +113,7 @@ bool ReadItem(std::string_view strLine, Item& item) {
 void ReadItems(std::string_view strText, std::map<std::string, std::string>& mapItem) {
     std::vector<Item> vecItem;
     bool bSorted = true;
-    BoundedLines lines(strText, ITEM_LINE_MAX);
+    base::BoundedLines lines(strText, ITEM_LINE_MAX);
     Item item;
     for (std::string_view strLine; lines.Next(strLine);) {
         if (!ReadItem(strLine, item))

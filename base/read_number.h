@@ -7,7 +7,7 @@
 #include <limits>
 #include <string_view>
 
-namespace NSTN_util {
+namespace base {
 
 constexpr std::array<unsigned char, 256> DIGIT_VALUES = [] {
     std::array<unsigned char, 256> arrValue{};
@@ -114,4 +114,4 @@ inline std::string_view ViewOf(const char* szText) {
     return szText == nullptr ? std::string_view() : std::string_view(szText);
 }
 
-}  // namespace NSTN_util
+}  // namespace base

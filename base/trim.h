@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace NSTN_util {
+namespace base {
 
 // What files and users put around words: blank, tab, line feed, carriage return.
 constexpr bool IsTrimmed(char c) {
@@ -25,4 +25,4 @@ inline std::string_view TrimBlanks(std::string_view strText) {
     return TrimBlanksLeft(TrimBlanksRight(strText));
 }
 
-}  // namespace NSTN_util
+}  // namespace base
