@@ -4,7 +4,7 @@
 #include "tovelkarin/telangresmgr.h"
 
 #include "base/number_text.h"
-#include "base/read_number.h"
+#include "base/view_of.h"
 #include "trace/assert_point.h"
 
 namespace NSTN_util {

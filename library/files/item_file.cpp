@@ -95,7 +95,7 @@ void PutByRank(const std::vector<Item>& vecItem, const std::vector<Rank>& vecRan
 
 // One line; false when it holds no item.
 bool ReadItem(std::string_view strLine, Item& item) {
-    strLine = base::TrimBlanks(strLine);
+    strLine = base::Trim(strLine);
     if (strLine.empty() || strLine.front() == '#')
         return false;
     const std::size_t nEqual = strLine.find('=');
@@ -103,8 +103,8 @@ bool ReadItem(std::string_view strLine, Item& item) {
         Report(" TNReadCfg_SplitStrBySeparator (%s) error! ", std::string(strLine));
         return false;
     }
-    item.strKey = base::TrimBlanks(strLine.substr(0, nEqual));
-    item.strValue = base::TrimBlanks(strLine.substr(nEqual + 1));
+    item.strKey = base::Trim(strLine.substr(0, nEqual));
+    item.strValue = base::Trim(strLine.substr(nEqual + 1));
     return true;
 }
 

@@ -217,7 +217,7 @@ std::string DateTimeText(const char* szFormat, const std::tm& parts) {
 }  // namespace
 
 void ConvertPathSplit(std::string& strPath) {
-    const std::string_view strTrimmed = base::TrimBlanks(strPath);
+    const std::string_view strTrimmed = base::Trim(strPath);
     if (strTrimmed.size() != strPath.size())
         strPath = std::string(strTrimmed);
     for (std::size_t n = 0; (n = strPath.find('\\', n)) != std::string::npos;)

@@ -3,6 +3,7 @@
 #include "base/number_text.h"
 #include "base/read_number.h"
 #include "base/text_search.h"
+#include "base/view_of.h"
 #include "text/number_list.h"
 #include "trace/trace_line.h"
 

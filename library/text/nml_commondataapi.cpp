@@ -4,6 +4,7 @@
 #include "base/plain_ip.h"
 #include "base/read_number.h"
 #include "base/text_search.h"
+#include "base/view_of.h"
 #include "text/number_list.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/trace_line.h"
@@ -22,10 +23,6 @@ namespace {
 constexpr const char* FILE_WORD = "nml_commondataapi";
 constexpr int LINE_NUM_LIST = 335;  // message text, like the one below
 constexpr int LINE_OID = 350;
-
-bool BeginsHex(std::string_view strText) {
-    return strText.size() > 1 && strText[0] == '0' && (strText[1] == 'x' || strText[1] == 'X');
-}
 
 bool IsX(char c) {
     return c == 'x' || c == 'X';
@@ -60,7 +57,7 @@ bool ReadForward(std::string_view strText, unsigned nBase, Sum& sum) {
 template <class Number>
 Number HexDecNumber(std::string_view strText) {
     using Sum = typename Wrapping<Number>::Type;
-    const unsigned nBase = BeginsHex(strText) ? 16 : 10;
+    const unsigned nBase = base::BeginsHex(strText) ? 16 : 10;
     // Of a double the order of the additions shows in the last bits.
     if (Sum sumForward = 0; std::is_integral_v<Number> && ReadForward(strText, nBase, sumForward))
         return static_cast<Number>(sumForward);
@@ -132,7 +129,7 @@ bool isHexDecChar(int nBase, char c) {
 }
 
 bool isHexDecStr(const std::string& strText) {
-    const unsigned nBase = BeginsHex(strText) ? 16 : 10;
+    const unsigned nBase = base::BeginsHex(strText) ? 16 : 10;
     for (std::size_t i = strText.size(); i > 0; --i) {
         if (IsX(strText[i - 1]))
             return true;

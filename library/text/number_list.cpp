@@ -2,6 +2,7 @@
 
 #include "base/gatherer.h"
 #include "base/read_number.h"
+#include "base/trim.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/guarded_call.h"
 

@@ -4,6 +4,7 @@
 #include "base/plain_ip.h"
 #include "base/read_number.h"
 #include "base/trim.h"
+#include "base/view_of.h"
 #include "text/number_list.h"
 #include "text/related_sort.h"
 #include "trace/guarded_call.h"
@@ -44,8 +45,7 @@ StreamRead ReadFromStream(std::string_view strText, unsigned nBase, unsigned lon
     const bool bMinus = strText[nAt] == '-';
     if (bMinus || strText[nAt] == '+')
         ++nAt;
-    if (nBase == 16 && nAt + 1 < strText.size() && strText[nAt] == '0' &&
-        (strText[nAt + 1] == 'x' || strText[nAt + 1] == 'X'))
+    if (nBase == 16 && base::BeginsHex(strText.substr(nAt)))
         nAt += 2;
     const base::DigitRun run = base::ReadDigits(strText.substr(nAt), nBase);
     if (run.bTooLarge || run.nValue > nMost) {
@@ -112,7 +112,7 @@ std::string ConvertedText(Integer nValue, bool bPlain) {
 
 bool AllDigits(std::string_view strText) {
     for (const char c : strText)
-        if (c < '0' || c > '9')
+        if (!base::IsDigit(c))
             return false;
     return true;
 }
@@ -359,15 +359,15 @@ void TERela3WaySort(std::vector<int>& vecA, std::vector<int>& vecB, std::vector<
 }
 
 std::string RTrim(const std::string& strText) {
-    return std::string(base::TrimBlanksRight(strText));
+    return std::string(base::TrimRight(strText));
 }
 
 std::string LTrim(const std::string& strText) {
-    return std::string(base::TrimBlanksLeft(strText));
+    return std::string(base::TrimLeft(strText));
 }
 
 std::string Trim(const std::string& strText) {
-    return std::string(base::TrimBlanks(strText));
+    return std::string(base::Trim(strText));
 }
 
 std::string StrToUpper(std::string strText) {

@@ -1,13 +1,14 @@
 #include "zemb/debug.h"
 
 #include "base/cancel_hold.h"
+#include "base/number_text.h"
+#include "base/view_of.h"
 #include "embedded/fault_point.h"
 #include "embedded/log_file.h"
 #include "zemb/control.h"
 
 #include <algorithm>
 #include <atomic>
-#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -105,15 +106,13 @@ public:
             return;
         if (nLevel < m_nLevel.load(std::memory_order_relaxed))
             return;
-        char szKind[16];
-        const char* const pEnd = std::to_chars(szKind, szKind + sizeof szKind, nLevel).ptr;
-        Write({szKind, static_cast<std::size_t>(pEnd - szKind)}, szText == nullptr ? "" : szText);
+        Write(base::IntegerText(nLevel), base::ViewOf(szText));
     }
 
     void Assert(const char* szText) override {
         if (zemb::IsFaulty("Assert"))
             return;
-        Write(KIND_ASSERT, WithoutLineEnd(szText == nullptr ? "" : szText));
+        Write(KIND_ASSERT, WithoutLineEnd(base::ViewOf(szText)));
     }
 
     int Printf(const char* szFormat, ...) override __attribute__((format(printf, 2, 3))) {
@@ -190,7 +189,7 @@ TEDebugInterface* GetDefaultDebugInterface() {
 
 void WriteException(const char* szText) noexcept {
     try {
-        AllChannels().Get(DEFAULT_CHANNEL)->Write(KIND_EXCEPTION, szText == nullptr ? "" : szText);
+        AllChannels().Get(DEFAULT_CHANNEL)->Write(KIND_EXCEPTION, base::ViewOf(szText));
     } catch (...) {
         // The sink of the host threw again: there is nobody left to tell.
     }

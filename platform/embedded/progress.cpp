@@ -1,6 +1,7 @@
 #include "zemb/progress.h"
 
 #include "base/cancel_hold.h"
+#include "base/view_of.h"
 #include "embedded/fault_point.h"
 #include "embedded/thrown.h"
 #include "zemb/message.h"
@@ -37,8 +38,7 @@ bool operator==(const ClientMissionID& a, const ClientMissionID& b) {
     return a.nMission == b.nMission && a.arrRequest == b.arrRequest;
 }
 
-TaskProgressInfo::TaskProgressInfo(const char* szDesc)
-    : m_strDesc(szDesc == nullptr ? "" : szDesc) {}
+TaskProgressInfo::TaskProgressInfo(const char* szDesc) : m_strDesc(base::ViewOf(szDesc)) {}
 
 TaskProgressInfo::~TaskProgressInfo() = default;
 

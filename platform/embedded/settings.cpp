@@ -1,13 +1,13 @@
 #include "zemb/settings.h"
 
 #include "base/cancel_hold.h"
+#include "base/read_number.h"
 #include "embedded/fault_point.h"
 #include "embedded/item_line.h"
 #include "embedded/log_file.h"
 #include "zemb/control.h"
 
 #include <atomic>
-#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -80,18 +80,15 @@ bool ReadNumber(std::string_view strText, int& nValue) {
     const bool bMinus = !strText.empty() && strText.front() == '-';
     if (bMinus)
         strText.remove_prefix(1);
-    int nBase = 10;
-    if (strText.size() > 2 && strText[0] == '0' && (strText[1] == 'x' || strText[1] == 'X')) {
+    const bool bHex = base::BeginsHex(strText);
+    if (bHex)
         strText.remove_prefix(2);
-        nBase = 16;
-    }
-    unsigned long nRead = 0;
-    const char* const pEnd = strText.data() + strText.size();
-    const auto [pStop, err] = std::from_chars(strText.data(), pEnd, nRead, nBase);
+    const base::DigitRun run = base::ReadDigits(strText, bHex ? 16 : 10);
     const unsigned long nMost = std::numeric_limits<int>::max() + (bMinus ? 1UL : 0UL);
-    if (err != std::errc() || pStop != pEnd || nRead > nMost)
+    if (run.nLength == 0 || run.nLength != strText.size() || run.nValue > nMost)
         return false;
-    nValue = static_cast<int>(bMinus ? -static_cast<long>(nRead) : static_cast<long>(nRead));
+    const auto nRead = static_cast<long>(run.nValue);
+    nValue = static_cast<int>(bMinus ? -nRead : nRead);
     return true;
 }
 
