@@ -1,6 +1,7 @@
 #include "zemb/debug.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
 #include "base/number_text.h"
 #include "base/view_of.h"
 #include "embedded/fault_point.h"
@@ -84,8 +85,8 @@ private:
 };
 
 Taps& AllTaps() {
-    static Taps& taps = *new Taps;
-    return taps;
+    static base::Immortal<Taps> taps;
+    return *taps;
 }
 
 std::atomic<int> g_nNoChannel{0};
@@ -169,8 +170,8 @@ private:
 };
 
 Channels& AllChannels() {
-    static Channels& channels = *new Channels;
-    return channels;
+    static base::Immortal<Channels> channels;
+    return *channels;
 }
 
 }  // namespace

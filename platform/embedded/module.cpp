@@ -1,6 +1,7 @@
 #include "zemb/module.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
 #include "base/trim.h"
 #include "embedded/fault_point.h"
 #include "embedded/item_line.h"
@@ -225,11 +226,11 @@ private:
 
 // Neither is ever destroyed: modules register before main and may ask after it.
 ModuleMgr* ModuleMgr::Instance() {
-    static ModuleMgr* const pInstance = new ModuleMgrImpl;
-    return pInstance;
+    static base::Immortal<ModuleMgrImpl> manager;
+    return &*manager;
 }
 
 ZembTaskCreator* ZembTaskCreator::Instance() {
-    static ZembTaskCreator* const pInstance = new ZembTaskCreatorImpl;
-    return pInstance;
+    static base::Immortal<ZembTaskCreatorImpl> creator;
+    return &*creator;
 }

@@ -1,6 +1,7 @@
 #include "zemb/progress.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
 #include "base/view_of.h"
 #include "embedded/fault_point.h"
 #include "embedded/thrown.h"
@@ -195,8 +196,8 @@ private:
 };
 
 ProgressMgrImpl& TheManager() {
-    static ProgressMgrImpl& manager = *new ProgressMgrImpl;
-    return manager;
+    static base::Immortal<ProgressMgrImpl> manager;
+    return *manager;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "zemb/settings.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
 #include "base/read_number.h"
 #include "embedded/fault_point.h"
 #include "embedded/item_line.h"
@@ -60,20 +61,20 @@ private:
 
 // Both live from first use to the end of the process: they are asked before main and after it.
 Place& Root() {
-    static Place& place = *new Place("ZEMB_ROOT");
-    return place;
+    static base::Immortal<Place> place("ZEMB_ROOT");
+    return *place;
 }
 
 Place& State() {
-    static Place& place = *new Place("ZEMB_STATE");
-    return place;
+    static base::Immortal<Place> place("ZEMB_STATE");
+    return *place;
 }
 
 constexpr const char* DEFAULT_LANGUAGE = "en";
 
 Place& Language() {
-    static Place& place = *new Place("ZEMB_LANG");
-    return place;
+    static base::Immortal<Place> place("ZEMB_LANG");
+    return *place;
 }
 
 bool ReadNumber(std::string_view strText, int& nValue) {
@@ -113,8 +114,8 @@ void EmfGetServerPath(std::string& strPath) {
 }
 
 Zembcommon::ZembMsg* Zembcommon::ZembMsg::instance() {
-    static ZembMsg* const pInstance = new ZembMsg;
-    return pInstance;
+    static ZembMsg message;  // without a destructor to run
+    return &message;
 }
 
 std::string Zembcommon::ZembMsg::getLanguage() const {
