@@ -9,7 +9,6 @@
 #include "zemb/progress_view.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <map>
 #include <memory>
@@ -23,12 +22,9 @@ namespace NSTE_util {
 
 ClientMissionID::ClientMissionID(std::uint32_t nMissionOf, const ZembCmdMSG* pReqMsg)
     : nMission(pReqMsg == nullptr ? std::numeric_limits<std::uint32_t>::max() : nMissionOf) {
-    if (pReqMsg == nullptr)
-        return;
-    for (std::size_t i = 0; i < arrRequest.size(); ++i)
-        std::memcpy(&arrRequest[i],
-                    reinterpret_cast<const char*>(pReqMsg) + ZEMB_MSG_REQUEST_WORDS[i],
-                    sizeof arrRequest[i]);
+    if (pReqMsg != nullptr)
+        arrRequest = {pReqMsg->nClientAddr, pReqMsg->nHandle, pReqMsg->nReplyHandle,
+                      pReqMsg->nRequest};
 }
 
 bool operator<(const ClientMissionID& a, const ClientMissionID& b) {
