@@ -3,9 +3,9 @@
 #include "tovelkarin/stringutil.h"
 #include "tovelkarin/telangresmgr.h"
 
-#include "text/read_number.h"
+#include "base/number_text.h"
+#include "base/view_of.h"
 #include "trace/assert_point.h"
-#include "trace/number_text.h"
 
 namespace NSTN_util {
 
@@ -15,10 +15,11 @@ bool LookUpText(TELangResMgr* pRes, const TNAssertPoint& pointWithout, const cha
         ReportAssert(pointWithout);
         return false;
     }
-    std::string strKey(ViewOf(szKey));
+    std::string strKey(base::ViewOf(szKey));
     if (nIndex >= 0) {
-        char szIndex[INTEGER_ROOM];
-        strKey += TextOf(szIndex, WriteHex(szIndex, static_cast<unsigned long>(nIndex), 'A'));
+        char szIndex[base::INTEGER_ROOM];
+        strKey +=
+            base::TextOf(szIndex, base::WriteHex(szIndex, static_cast<unsigned long>(nIndex), 'A'));
     }
     strText = pRes->GetResourceStr(strKey);
     return true;

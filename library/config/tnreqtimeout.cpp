@@ -1,8 +1,9 @@
 #include "config/tnreqtimeoutimpl.h"
 
 #include "base/cancel_hold.h"
+#include "base/cut_to_int.h"
+#include "base/read_number.h"
 #include "files/read_file.h"
-#include "text/read_number.h"
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/held_lines.h"
@@ -12,9 +13,7 @@
 #include <ace/Guard_T.h>
 #include <ace/OS_NS_stdio.h>
 
-#include <algorithm>
 #include <iterator>
-#include <limits>
 #include <memory>
 
 // The format: docs/formats/timeout-file.md.
@@ -33,22 +32,17 @@ constexpr const char* SECTION_DUAL = "cmdreq_timedual_do";
 using ReadGuard = ACE_Read_Guard<ACE_RW_Thread_Mutex>;
 using WriteGuard = ACE_Write_Guard<ACE_RW_Thread_Mutex>;
 
-int CutToInt(long nValue) {
-    return static_cast<int>(
-        std::clamp<long>(nValue, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
-}
-
 // The integer behind the first "=", 0 without one; false without "=".
 bool ReadBehindEqual(std::string_view strLine, int& nValue) {
     const std::size_t nEqual = strLine.find('=');
     if (nEqual == std::string_view::npos)
         return false;
-    nValue = CutToInt(NSTN_util::ReadLong(strLine.substr(nEqual + 1), 10).nValue);
+    nValue = base::CutToInt(base::ReadLong(strLine.substr(nEqual + 1), 10).nValue);
     return true;
 }
 
 int PositiveOrDefault(long nSeconds) {
-    return nSeconds > 0 ? CutToInt(nSeconds) : DEFAULT_TIMEOUT;
+    return nSeconds > 0 ? base::CutToInt(nSeconds) : DEFAULT_TIMEOUT;
 }
 
 std::unordered_map<int, int> IndexOf(const std::map<int, int>& mapSeconds) {
@@ -173,11 +167,12 @@ void TNReqTimeoutImpl::LoadCommands(const NSTN_util::SectionLines& mapSection,
         return;
     auto itNext = mapSeconds.end();  // commands that rise need no search
     for (const std::string_view strLine : itSection->second) {
-        const NSTN_util::LongRead cmd = NSTN_util::ReadLong(strLine, 10);
+        const base::LongRead cmd = base::ReadLong(strLine, 10);
         int nSeconds = 0;
         if (cmd.nEnd == 0 || !ReadBehindEqual(strLine, nSeconds))
             continue;
-        itNext = std::next(mapSeconds.insert_or_assign(itNext, CutToInt(cmd.nValue), nSeconds));
+        itNext =
+            std::next(mapSeconds.insert_or_assign(itNext, base::CutToInt(cmd.nValue), nSeconds));
     }
 }
 

@@ -1,6 +1,6 @@
 #include "diagnosis/asn_sections.h"
 
-#include "trace/number_text.h"
+#include "base/number_text.h"
 #include "trace/trace_line.h"
 
 #include "zemb/asn.h"
@@ -55,9 +55,9 @@ void PrintSections(const std::string& strText, unsigned nSections) {
         std::string strLine;
         strLine.reserve(SECTION + 64);
         if (nCount == 1)
-            strLine.append("Total Size: ").append(IntegerText(nSize)).append(" ");
-        strLine.append(" >>> Section(").append(IntegerText(nStart)).append(" ~ ");
-        strLine.append(IntegerText(nEnd)).append(")\n");
+            strLine.append("Total Size: ").append(base::IntegerText(nSize)).append(" ");
+        strLine.append(" >>> Section(").append(base::IntegerText(nStart)).append(" ~ ");
+        strLine.append(base::IntegerText(nEnd)).append(")\n");
         if (nSections != 0 && nCount > nSections)
             return Trace(strLine.append(" ...More Asn Not Print..."));
         // Deliberate: the text says 1000.

@@ -1,6 +1,6 @@
 #include "tovelkarin/tncallchain.h"
 
-#include "trace/number_text.h"
+#include "base/number_text.h"
 #include "trace/trace_line.h"
 
 #include "zemb/callchain.h"
@@ -90,7 +90,7 @@ std::string BeginCallChain(const std::string& strName) {
         Chain chain;
         // Without a manager it has no id and no records, but an end as every other.
         if (Manager("BeginCallChain") != nullptr)
-            chain.strId = IntegerText(getpid()) + "-" + IntegerText(++g_nLastChain);
+            chain.strId = base::IntegerText(getpid()) + "-" + base::IntegerText(++g_nLastChain);
         chain.nTaskId = CurrentTaskId();
         chain.strParent = t_dequeChain.empty() ? "" : t_dequeChain.back().strId;
         chain.strName = strName;

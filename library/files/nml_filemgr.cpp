@@ -1,9 +1,9 @@
 #include "tovelkarin/nml_filemgr.h"
 
+#include "base/trim.h"
 #include "files/file_writer.h"
 #include "files/item_file.h"
 #include "files/read_file.h"
-#include "text/trim.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/trace_line.h"
 
@@ -217,7 +217,7 @@ std::string DateTimeText(const char* szFormat, const std::tm& parts) {
 }  // namespace
 
 void ConvertPathSplit(std::string& strPath) {
-    const std::string_view strTrimmed = TrimBlanks(strPath);
+    const std::string_view strTrimmed = base::Trim(strPath);
     if (strTrimmed.size() != strPath.size())
         strPath = std::string(strTrimmed);
     for (std::size_t n = 0; (n = strPath.find('\\', n)) != std::string::npos;)

@@ -1,6 +1,6 @@
 #include "files/section_file.h"
 
-#include "text/trim.h"
+#include "base/trim.h"
 
 #include <algorithm>
 #include <iostream>
@@ -17,7 +17,7 @@ bool IsHeader(std::string_view strLine, std::string_view& strName) {
     const std::size_t nClose = strLine.find(']', nOpen);
     if (nClose == std::string_view::npos)
         return false;
-    strName = TrimBlanks(strLine.substr(nOpen + 1, nClose - nOpen - 1));
+    strName = base::Trim(strLine.substr(nOpen + 1, nClose - nOpen - 1));
     return true;
 }
 
@@ -30,7 +30,7 @@ SectionLines SectionsOf(std::string_view strText) {
         const std::size_t nEnd = std::min(strText.find('\n'), strText.size());
         std::string_view strLine = strText.substr(0, nEnd);
         strText.remove_prefix(std::min(nEnd + 1, strText.size()));
-        strLine = TrimBlanks(strLine.substr(0, strLine.find('#')));
+        strLine = base::Trim(strLine.substr(0, strLine.find('#')));
         std::string_view strName;
         if (strLine.empty())
             continue;

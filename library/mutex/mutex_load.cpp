@@ -1,4 +1,4 @@
-#include "files/bounded_lines.h"
+#include "base/bounded_lines.h"
 #include "files/read_file.h"
 #include "mutex/temutexopermgrimpl.h"
 #include "trace/trace_line.h"
@@ -46,7 +46,7 @@ bool TEMutexOperMgrImpl::LoadMutexCfg(const std::string& strFile) {
 bool TEMutexOperMgrImpl::LoadLines_nolock(std::string_view strText) {
     bool bResult = true;
     ESection eSection = ESection::NONE;
-    NSTN_util::BoundedLines lines(strText, LINE_MAX_CHARS);
+    base::BoundedLines lines(strText, LINE_MAX_CHARS);
     for (std::string_view strRaw; lines.Next(strRaw);) {
         const std::string strLine = Trim(std::string(strRaw));
         if (strLine.empty() || strLine.front() == '#')

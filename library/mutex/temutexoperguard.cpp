@@ -6,7 +6,6 @@
 #include "zemb/task.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iostream>
 #include <iterator>
 
@@ -55,7 +54,7 @@ unsigned long AcquireNEs(const NeIds& neIds, int& nOper, std::list<TEOperObject>
     const ZembCmdMSG* const pMsg = CurrentRequest();
     if (pMsg == nullptr)
         return ERR_MUTEX_NO_REQUEST;
-    std::memcpy(&nOper, reinterpret_cast<const char*>(pMsg) + ZEMB_MSG_CMD, sizeof nOper);
+    nOper = static_cast<int>(pMsg->nCmd);
     for (const int nNeId : neIds)
         listObj.push_back({nNeId, 0, 0});
     return Acquire(nOper, listObj);

@@ -1,9 +1,9 @@
 #include "tovelkarin/tnotnlevelpathutil.h"
 
+#include "base/gatherer.h"
+#include "base/number_text.h"
+#include "base/read_number.h"
 #include "object/otn_level_table.h"
-#include "text/gatherer.h"
-#include "text/read_number.h"
-#include "trace/number_text.h"
 #include "trace/trace_line.h"
 
 #include <algorithm>
@@ -27,7 +27,7 @@ void ReportText(std::string_view strText, int nLine) {
 }
 
 long NumberOf(std::string_view strText) {
-    return ReadLong(strText, 10).nValue;
+    return base::ReadLong(strText, 10).nValue;
 }
 
 // Calls take with each piece between "-"; with none for "".
@@ -128,7 +128,7 @@ bool LevelsOf(std::uint32_t nLocationID, unsigned short n,
 template <class Unknown>
 std::string TextOfLevels(const std::list<OTNLevelAndPathID>& listLevel, Unknown unknown) {
     std::string strPath;
-    Gatherer<256> out(strPath);
+    base::Gatherer<256> out(strPath);
     bool bFirst = true;
     for (const OTNLevelAndPathID& level : listLevel) {
         const std::string_view strName = NameOfLevel(level.level);
@@ -150,9 +150,9 @@ std::string QuietTextOf(const std::list<OTNLevelAndPathID>& listLevel) {
 }
 
 std::string TextOfLocation(std::uint32_t nLocationID) {
-    char szText[INTEGER_ROOM] = "0x";
-    const char* const pEnd = WriteHex(szText + 2, nLocationID, 'A');
-    return TextOf(szText, pEnd);
+    char szText[base::INTEGER_ROOM] = "0x";
+    const char* const pEnd = base::WriteHex(szText + 2, nLocationID, 'A');
+    return base::TextOf(szText, pEnd);
 }
 
 }  // namespace

@@ -1,9 +1,10 @@
 #include "tovelkarin/tnbackupobjstr.h"
 
+#include "base/number_text.h"
+#include "base/read_number.h"
+#include "base/text_search.h"
+#include "base/view_of.h"
 #include "text/number_list.h"
-#include "text/read_number.h"
-#include "text/text_search.h"
-#include "trace/number_text.h"
 #include "trace/trace_line.h"
 
 #include <cstring>
@@ -81,13 +82,13 @@ bool InsertItem(std::string& strObj, std::string_view strName, std::string_view 
 
 // A writer's steps around the value's text.
 bool AddItem(std::string& strObj, const char* szName, std::string_view strValue, bool bQuoted) {
-    const std::string_view strName = ViewOf(szName);
+    const std::string_view strName = base::ViewOf(szName);
     return !strName.empty() && InsertItem(strObj, strName, strValue, bQuoted);
 }
 
 bool AddNumber(std::string& strObj, const char* szName, int nValue, bool bQuoted) {
-    char szText[INTEGER_ROOM];
-    const char* const pEnd = WriteInteger(szText, nValue);
+    char szText[base::INTEGER_ROOM];
+    const char* const pEnd = base::WriteInteger(szText, nValue);
     return AddItem(strObj, szName, {szText, static_cast<std::size_t>(pEnd - szText)}, bQuoted);
 }
 
@@ -116,9 +117,9 @@ bool IsItem(std::string_view strAttributes, std::size_t nAt, std::string_view st
 // Key by key, as a name with "=" in it overlaps with itself; one without overlaps with nothing.
 std::size_t FindOddItem(std::string_view strAttributes, std::string_view strName, bool bQuoted) {
     const std::string strKey = Joined({strName, "="});
-    std::size_t nAt = FindText(strAttributes, strKey, 0);
+    std::size_t nAt = base::FindText(strAttributes, strKey, 0);
     while (nAt != 0 && nAt != NPOS && !IsItem(strAttributes, nAt, strName, bQuoted))
-        nAt = FindText(strAttributes, strKey, nAt + strKey.size());
+        nAt = base::FindText(strAttributes, strKey, nAt + strKey.size());
     return nAt;
 }
 
@@ -127,8 +128,8 @@ std::size_t FindItem(std::string_view strAttributes, std::string_view strName, b
     if (strName.empty() || std::memchr(strName.data(), '=', strName.size()) != nullptr)
         return FindOddItem(strAttributes, strName, bQuoted);
     const std::size_t nBefore = strName.size() - 1;
-    for (std::size_t nEnd = FindPair(strAttributes, strName.back(), '=', nBefore); nEnd != NPOS;
-         nEnd = FindPair(strAttributes, strName.back(), '=', nEnd + 2)) {
+    for (std::size_t nEnd = base::FindPair(strAttributes, strName.back(), '=', nBefore);
+         nEnd != NPOS; nEnd = base::FindPair(strAttributes, strName.back(), '=', nEnd + 2)) {
         const std::size_t nAt = nEnd - nBefore;
         // Deliberate: the first item of the list is taken whether its value is quoted or not.
         if ((nAt == 0 || IsItem(strAttributes, nAt, strName, bQuoted)) &&
@@ -148,9 +149,9 @@ bool IsEscaped(std::string_view strText, std::size_t nQuote) {
 }
 
 std::size_t FindClosingQuote(std::string_view strText) {
-    std::size_t nQuote = FindPair(strText, '"', ',', 0);
+    std::size_t nQuote = base::FindPair(strText, '"', ',', 0);
     while (nQuote != 0 && nQuote != NPOS && IsEscaped(strText, nQuote))
-        nQuote = FindPair(strText, '"', ',', nQuote + 1);
+        nQuote = base::FindPair(strText, '"', ',', nQuote + 1);
     if (nQuote != 0 && nQuote != NPOS)
         return nQuote;
     Report("FindStringEnd failed,the string is %s", std::string(strText));
@@ -188,13 +189,13 @@ bool FindValue(std::string_view strObj, std::string_view strName, bool bQuoted,
 // A reader's steps up to the value's text.
 bool ReadItem(std::string_view strObj, const char* szName, bool bQuoted,
               std::string_view& strValue) {
-    const std::string_view strName = ViewOf(szName);
+    const std::string_view strName = base::ViewOf(szName);
     return !strName.empty() &&
            (FindValue(strObj, strName, bQuoted, strValue) || AttributeMissing());
 }
 
 int NumberOf(std::string_view strText) {
-    return static_cast<int>(ReadLong(strText, 10).nValue);
+    return static_cast<int>(base::ReadLong(strText, 10).nValue);
 }
 
 bool ReadInt(std::string_view strObj, const char* szName, int& nValue) {
@@ -210,7 +211,7 @@ bool ReadInt(std::string_view strObj, const char* szName, int& nValue) {
 // An int converted to Value; one more line on failure.
 template <class Value>
 bool ReadConverted(std::string_view strObj, const char* szName, Value& value) {
-    if (ViewOf(szName).empty())
+    if (base::ViewOf(szName).empty())
         return false;
     int nValue = 0;
     if (!ReadInt(strObj, szName, nValue))
@@ -237,7 +238,7 @@ void AppendNumbers(std::string_view strValue, std::vector<Number>& vecNumber) {
     const char* const pEnd = p + strValue.size();
     for (;; ++p) {
         std::uint32_t nValue = 0;
-        const char* pStop = ReadShortDigits(p, pEnd, nValue);
+        const char* pStop = base::ReadShortDigits(p, pEnd, nValue);
         if (pStop == p || (pStop != pEnd && *pStop != '&')) {
             const std::string_view strRest(p, static_cast<std::size_t>(pEnd - p));
             const std::string_view strElement = strRest.substr(0, strRest.find('&'));
@@ -416,8 +417,8 @@ bool TNBackupObjStr::GetAttributePara(const char* name, std::vector<int>& value)
 bool TNBackupObjStr::GetObjStrByObjName(const std::string& varName, const std::string& objName,
                                         std::vector<std::string>& objs) const {
     const std::string_view strObj = m_objStr;
-    const std::size_t nGroup = FindText(strObj, Joined({"<", varName, ">"}), 0);
-    const std::size_t nGroupEnd = FindText(strObj, Joined({"</", varName, ">"}), 0);
+    const std::size_t nGroup = base::FindText(strObj, Joined({"<", varName, ">"}), 0);
+    const std::size_t nGroupEnd = base::FindText(strObj, Joined({"</", varName, ">"}), 0);
     if (nGroup == NPOS || nGroupEnd == NPOS) {
         Report("not finding valiableName ");
         return false;
@@ -427,8 +428,8 @@ bool TNBackupObjStr::GetObjStrByObjName(const std::string& varName, const std::s
         strObj.substr(nGroup, nGroupEnd - nGroup + varName.size() + 3);
     const std::string strBeginTag = Joined({"<", objName, ">"});
     const std::string strEndTag = Joined({"</", objName, ">"});
-    std::size_t nBegin = FindText(strGroup, strBeginTag, 0);
-    std::size_t nEnd = FindText(strGroup, strEndTag, 0);
+    std::size_t nBegin = base::FindText(strGroup, strBeginTag, 0);
+    std::size_t nEnd = base::FindText(strGroup, strEndTag, 0);
     if (nBegin == NPOS || nEnd == NPOS) {
         Report("not finding objectName ");
         return false;
@@ -440,8 +441,8 @@ bool TNBackupObjStr::GetObjStrByObjName(const std::string& varName, const std::s
                                            : std::string_view());
         // What was found behind the cut is still the first.
         if (nBegin < nBehind)
-            nBegin = FindText(strGroup, strBeginTag, nBehind);
-        nEnd = FindText(strGroup, strEndTag, nBehind);
+            nBegin = base::FindText(strGroup, strBeginTag, nBehind);
+        nEnd = base::FindText(strGroup, strEndTag, nBehind);
     }
     return true;
 }

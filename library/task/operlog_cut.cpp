@@ -1,5 +1,8 @@
 #include "task/operlog_cut.h"
 
+#include "base/read_number.h"
+#include "base/utf8.h"
+
 namespace NSTN_util {
 
 namespace {
@@ -7,12 +10,8 @@ namespace {
 constexpr std::size_t PART = 510;  // bytes
 
 bool IsPlace(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+    return base::IsLetterOrDigit(c) ||
            std::string_view(":,[]()- ").find(c) != std::string_view::npos;
-}
-
-bool IsContinuation(char c) {
-    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
 
 }  // namespace
@@ -28,7 +27,7 @@ std::string_view SafeCut(std::string_view strText, std::size_t nMost) {
 
 std::size_t SplitPoint(std::string_view strText) {
     std::size_t nCut = PART;
-    while (nCut > 0 && IsContinuation(strText[nCut]))
+    while (nCut > 0 && base::IsContinuation(strText[nCut]))
         --nCut;
     return nCut == 0 ? PART : nCut;  // no whole character: it must end, and lose nothing
 }

@@ -12,7 +12,6 @@
 #include <ace/OS_NS_stdio.h>
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <string_view>
 
@@ -74,12 +73,6 @@ int WriteObject(const Record& record) {
     }
     FrameUtil::WriteOperationLog(info, 0);
     return 0;
-}
-
-std::uint32_t WordAt(const void* pMessage, std::size_t nOffset) {
-    std::uint32_t nWord = 0;
-    std::memcpy(&nWord, static_cast<const char*>(pMessage) + nOffset, sizeof nWord);
-    return nWord;
 }
 
 int MessageMissing() {
@@ -206,24 +199,22 @@ int TNCommonLog::AddOperationLog(ZembCmdMSG* pCmdMsg, int nUserId, int nResult, 
                                  unsigned char ucLevel, unsigned int uiExtra) {
     if (pCmdMsg == nullptr)
         return MessageMissing();
-    return AddOperationLog(WordAt(pCmdMsg, ZEMB_MSG_CMD), pCmdMsg, nUserId, nResult, nNeId, ucLevel,
-                           uiExtra);
+    return AddOperationLog(pCmdMsg->nCmd, pCmdMsg, nUserId, nResult, nNeId, ucLevel, uiExtra);
 }
 
 int TNCommonLog::AddOperationLog(const TECmdMsg* pCmdMsg, int nUserId, int nResult,
                                  unsigned long nNeId, unsigned char ucLevel, unsigned int uiExtra) {
     if (pCmdMsg == nullptr)
         return MessageMissing();
-    return AddOperationLog(WordAt(pCmdMsg, ZEMB_MSG_CMD), WordAt(pCmdMsg, ZEMB_MSG_CLIENT_ADDR),
-                           nUserId, nResult, nNeId, ucLevel, uiExtra);
+    return AddOperationLog(pCmdMsg->msg.nCmd, pCmdMsg->msg.nClientAddr, nUserId, nResult, nNeId,
+                           ucLevel, uiExtra);
 }
 
 int TNCommonLog::AddOperationLog(unsigned long nCmd, ZembCmdMSG* pCmdMsg, int nUserId, int nResult,
                                  unsigned long nNeId, unsigned char ucLevel, unsigned int uiExtra) {
     if (pCmdMsg == nullptr)
         return MessageMissing();
-    return AddOperationLog(nCmd, WordAt(pCmdMsg, ZEMB_MSG_CLIENT_ADDR), nUserId, nResult, nNeId,
-                           ucLevel, uiExtra);
+    return AddOperationLog(nCmd, pCmdMsg->nClientAddr, nUserId, nResult, nNeId, ucLevel, uiExtra);
 }
 
 int TNWriteOperLogHandler::HandleEvent(int nEvent, void* pData) {

@@ -67,6 +67,32 @@ TNProgressImpl::TNProgressImpl() = default;
 
 TNProgressImpl::~TNProgressImpl() = default;
 
+template <class Work>
+void TNProgressImpl::Locked(Work fnWork) {
+    GuardedCall([&] {
+        const Guard guard(*this);
+        fnWork();
+    });
+}
+
+template <class Work>
+void TNProgressImpl::WithTask(const TNAssertPoint* pNoTask, Work fnWork) {
+    Locked([&] {
+        if (ZembGnlTask* const pTask = ZembGetCurrentTask())
+            fnWork(pTask);
+        else if (pNoTask != nullptr)
+            ReportAssert(*pNoTask);
+    });
+}
+
+template <class Work>
+void TNProgressImpl::WithMission(const TNAssertPoint* pNoTask, Work fnWork) {
+    WithTask(pNoTask, [&](ZembGnlTask* pTask) {
+        if (const ClientMissionID* const pMission = FindMission(pTask))
+            fnWork(pTask, *pMission);
+    });
+}
+
 const ClientMissionID* TNProgressImpl::FindMission(ZembGnlTask* pTask) {
     const auto it = m_mapTaskMission.find(pTask);
     if (it == m_mapTaskMission.end())
@@ -86,8 +112,7 @@ void TNProgressImpl::Forget(ZembGnlTask* pTask) {
 void TNProgressImpl::Register(long lMission, ZembGnlTask* pTask) {
     if (pTask == nullptr)
         return;
-    GuardedCall([&] {
-        const Guard guard(*this);
+    Locked([&] {
         const ZembCmdMSG* const pReqMsg = pTask->GetCurReqMsg();
         if (pReqMsg == nullptr)
             ReportAssert(ASSERT_REQUEST);
@@ -104,8 +129,7 @@ void TNProgressImpl::Register(long lMission, ZembGnlTask* pTask) {
 void TNProgressImpl::UnRegister(ZembGnlTask* pTask) {
     if (pTask == nullptr)
         return;
-    GuardedCall([&] {
-        const Guard guard(*this);
+    Locked([&] {
         ProgressMgr::Instance()->UnRegister(pTask);
         Forget(pTask);
     });
@@ -113,29 +137,18 @@ void TNProgressImpl::UnRegister(ZembGnlTask* pTask) {
 
 bool TNProgressImpl::IsAbort() {
     bool bAbort = false;
-    GuardedCall([&] {
-        const Guard guard(*this);
-        ZembGnlTask* const pTask = ZembGetCurrentTask();
-        bAbort = pTask != nullptr && ProgressMgr::Instance()->IsAbort(pTask);
-    });
+    WithTask(nullptr,
+             [&](ZembGnlTask* pTask) { bAbort = ProgressMgr::Instance()->IsAbort(pTask); });
     return bAbort;
 }
 
 void TNProgressImpl::SendProgress(int nPercent, const char* szDesc) {
-    GuardedCall([&] {
-        const Guard guard(*this);
-        if (ZembGnlTask* const pTask = ZembGetCurrentTask())
-            Send(pTask, nPercent, szDesc);
-    });
+    WithTask(nullptr, [&](ZembGnlTask* pTask) { Send(pTask, nPercent, szDesc); });
 }
 
 bool TNProgressImpl::SendProgressWithAbort(int nPercent, const char* szDesc) {
     bool bAbort = false;
-    GuardedCall([&] {
-        const Guard guard(*this);
-        ZembGnlTask* const pTask = ZembGetCurrentTask();
-        if (pTask == nullptr)
-            return;
+    WithTask(nullptr, [&](ZembGnlTask* pTask) {
         bAbort = ProgressMgr::Instance()->IsAbort(pTask);
         if (!bAbort)
             Send(pTask, nPercent, szDesc);
@@ -144,47 +157,30 @@ bool TNProgressImpl::SendProgressWithAbort(int nPercent, const char* szDesc) {
 }
 
 void TNProgressImpl::SetProgressScale(int nScale) {
-    GuardedCall([&] {
-        const Guard guard(*this);
-        ZembGnlTask* const pTask = ZembGetCurrentTask();
-        if (pTask == nullptr)
-            return ReportAssert(ASSERT_SET_SCALE);
-        if (FindMission(pTask) != nullptr)
-            ProgressMgr::Instance()->SetScale(pTask, static_cast<float>(nScale));
+    WithMission(&ASSERT_SET_SCALE, [&](ZembGnlTask* pTask, const ClientMissionID&) {
+        ProgressMgr::Instance()->SetScale(pTask, static_cast<float>(nScale));
     });
 }
 
 void TNProgressImpl::RestoreProgressScale() {
-    GuardedCall([&] {
-        const Guard guard(*this);
-        ZembGnlTask* const pTask = ZembGetCurrentTask();
-        if (pTask == nullptr)
-            return ReportAssert(ASSERT_RESTORE_SCALE);
-        if (FindMission(pTask) != nullptr)
-            ProgressMgr::Instance()->RestoreScale(pTask);
+    WithMission(&ASSERT_RESTORE_SCALE, [](ZembGnlTask* pTask, const ClientMissionID&) {
+        ProgressMgr::Instance()->RestoreScale(pTask);
     });
 }
 
 void TNProgressImpl::SetProgressSection(int nRange, int nSteps) {
     if (nRange > RANGE_MAX || nSteps < 1)
         return;
-    GuardedCall([&] {
-        const Guard guard(*this);
-        ZembGnlTask* const pTask = ZembGetCurrentTask();
+    WithMission(nullptr, [&](ZembGnlTask* pTask, const ClientMissionID&) {
         int nPercent = 0;
         float fScale = 0;
-        if (FindMission(pTask) != nullptr &&
-            ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale))
+        if (ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale))
             m_mapTaskSection[pTask] = {nRange, nPercent, fScale, nSteps, 0};
     });
 }
 
 void TNProgressImpl::SendSectionStep(const char* szDesc) {
-    GuardedCall([&] {
-        const Guard guard(*this);
-        ZembGnlTask* const pTask = ZembGetCurrentTask();
-        if (FindMission(pTask) == nullptr)
-            return;
+    WithMission(nullptr, [&](ZembGnlTask* pTask, const ClientMissionID&) {
         const auto it = m_mapTaskSection.find(pTask);
         if (it == m_mapTaskSection.end())
             return;
@@ -202,15 +198,10 @@ void TNProgressImpl::SendSectionStep(const char* szDesc) {
 }
 
 void TNProgressImpl::SendStep(int nStep, const char* szDesc) {
-    GuardedCall([&] {
-        const Guard guard(*this);
-        ZembGnlTask* const pTask = ZembGetCurrentTask();
-        if (pTask == nullptr)
-            return ReportAssert(ASSERT_STEP);
+    WithMission(&ASSERT_STEP, [&](ZembGnlTask* pTask, const ClientMissionID&) {
         int nPercent = 0;
         float fScale = 0;
-        if (FindMission(pTask) != nullptr &&
-            ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale))
+        if (ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale))
             Send(pTask,
                  Truncated(static_cast<float>(nStep) * fScale + static_cast<float>(nPercent)),
                  szDesc);
@@ -219,22 +210,16 @@ void TNProgressImpl::SendStep(int nStep, const char* szDesc) {
 
 unsigned int TNProgressImpl::GetMissionID() {
     unsigned int nMission = 0;
-    GuardedCall([&] {
-        const Guard guard(*this);
-        if (const ClientMissionID* const pMission = FindMission(ZembGetCurrentTask()))
-            nMission = pMission->nMission;
-    });
+    WithMission(nullptr,
+                [&](ZembGnlTask*, const ClientMissionID& mission) { nMission = mission.nMission; });
     return nMission;
 }
 
 int TNProgressImpl::GetCurProgress() {
     int nPercent = 0;
-    GuardedCall([&] {
-        const Guard guard(*this);
-        ZembGnlTask* const pTask = ZembGetCurrentTask();
+    WithMission(nullptr, [&](ZembGnlTask* pTask, const ClientMissionID&) {
         float fScale = 0;
-        if (FindMission(pTask) != nullptr)
-            ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale);
+        ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale);
     });
     return nPercent;
 }

@@ -2,6 +2,7 @@
 
 #include "tovelkarin/tnprogress.h"
 
+#include "trace/assert_point.h"
 #include "trace/spin_guard.h"
 
 #include "zemb/progress.h"
@@ -57,6 +58,17 @@ private:
         std::atomic<pthread_t>& m_owner;
         std::optional<NSTN_util::SpinGuard<ACE_Thread_Mutex>> m_guard;
     };
+
+    // Calls fnWork() with the lock held. Whatever is thrown ends here, as in those that follow.
+    template <class Work>
+    void Locked(Work fnWork);
+    // Calls fnWork(pTask) with the lock held, for the task of the calling thread. Without one, an
+    // assertion line of pNoTask, unless that is null.
+    template <class Work>
+    void WithTask(const NSTN_util::TNAssertPoint* pNoTask, Work fnWork);
+    // The same as fnWork(pTask, mission) when the task is registered, else nothing.
+    template <class Work>
+    void WithMission(const NSTN_util::TNAssertPoint* pNoTask, Work fnWork);
 
     // Of a task that is alive; what one that ended at its address has left behind is forgotten.
     const ClientMissionID* FindMission(ZembGnlTask* pTask);

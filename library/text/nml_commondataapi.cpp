@@ -1,11 +1,12 @@
 #include "tovelkarin/nml_commondataapi.h"
 
+#include "base/number_text.h"
+#include "base/plain_ip.h"
+#include "base/read_number.h"
+#include "base/text_search.h"
+#include "base/view_of.h"
 #include "text/number_list.h"
-#include "text/plain_ip.h"
-#include "text/read_number.h"
-#include "text/text_search.h"
 #include "tovelkarin/stringutil.h"
-#include "trace/number_text.h"
 #include "trace/trace_line.h"
 
 #include <algorithm>
@@ -22,10 +23,6 @@ namespace {
 constexpr const char* FILE_WORD = "nml_commondataapi";
 constexpr int LINE_NUM_LIST = 335;  // message text, like the one below
 constexpr int LINE_OID = 350;
-
-bool BeginsHex(std::string_view strText) {
-    return strText.size() > 1 && strText[0] == '0' && (strText[1] == 'x' || strText[1] == 'X');
-}
 
 bool IsX(char c) {
     return c == 'x' || c == 'X';
@@ -47,7 +44,7 @@ bool ReadForward(std::string_view strText, unsigned nBase, Sum& sum) {
     const bool bMinus = !strText.empty() && strText.front() == '-';
     std::size_t i = nBase == 16 ? 2 : bMinus ? 1 : 0;
     for (; i < strText.size(); ++i) {
-        const unsigned nDigit = DigitValue(strText[i]);
+        const unsigned nDigit = base::DigitValue(strText[i]);
         if (nDigit >= nBase)
             return false;
         sum = sum * static_cast<Sum>(nBase) + static_cast<Sum>(nDigit);
@@ -60,7 +57,7 @@ bool ReadForward(std::string_view strText, unsigned nBase, Sum& sum) {
 template <class Number>
 Number HexDecNumber(std::string_view strText) {
     using Sum = typename Wrapping<Number>::Type;
-    const unsigned nBase = BeginsHex(strText) ? 16 : 10;
+    const unsigned nBase = base::BeginsHex(strText) ? 16 : 10;
     // Of a double the order of the additions shows in the last bits.
     if (Sum sumForward = 0; std::is_integral_v<Number> && ReadForward(strText, nBase, sumForward))
         return static_cast<Number>(sumForward);
@@ -68,7 +65,7 @@ Number HexDecNumber(std::string_view strText) {
     Sum weight = 1;
     for (std::size_t i = strText.size(); i > 0; --i) {
         const char c = strText[i - 1];
-        const unsigned nDigit = DigitValue(c);
+        const unsigned nDigit = base::DigitValue(c);
         if (nDigit < nBase) {
             sum += static_cast<Sum>(nDigit) * weight;
             weight *= static_cast<Sum>(nBase);
@@ -111,32 +108,32 @@ std::vector<int> Sorted(std::vector<int> vec) {
 }  // namespace
 
 std::string Int2String(int nValue) {
-    return IntegerText(nValue);
+    return base::IntegerText(nValue);
 }
 
 std::string UInt2String(unsigned int nValue) {
-    return IntegerText(nValue);
+    return base::IntegerText(nValue);
 }
 
 std::string Double2String(double dValue) {
-    return RoundedText(dValue);
+    return base::RoundedText(dValue);
 }
 
 int XDigitCharToInt(char c) {
-    const unsigned nDigit = DigitValue(c);
+    const unsigned nDigit = base::DigitValue(c);
     return nDigit < 16 ? static_cast<int>(nDigit) : 0;
 }
 
 bool isHexDecChar(int nBase, char c) {
-    return (nBase == 10 || nBase == 16) && DigitValue(c) < static_cast<unsigned>(nBase);
+    return (nBase == 10 || nBase == 16) && base::DigitValue(c) < static_cast<unsigned>(nBase);
 }
 
 bool isHexDecStr(const std::string& strText) {
-    const unsigned nBase = BeginsHex(strText) ? 16 : 10;
+    const unsigned nBase = base::BeginsHex(strText) ? 16 : 10;
     for (std::size_t i = strText.size(); i > 0; --i) {
         if (IsX(strText[i - 1]))
             return true;
-        if (DigitValue(strText[i - 1]) >= nBase)
+        if (base::DigitValue(strText[i - 1]) >= nBase)
             return false;
     }
     return !strText.empty();
@@ -170,13 +167,14 @@ int IPString2Int(const std::string& strText) {
     if (strText.empty())
         return -1;
     std::uint32_t ip = 0;
-    if (ReadPlainIp(strText, ip))
+    if (base::ReadPlainIp(strText, ip))
         return static_cast<int>(ip);
     unsigned nShift = 24;
     std::string_view strRest = strText;
     for (std::size_t nDot = 0; nDot != std::string_view::npos; nShift = (nShift - 8) % 32) {
         nDot = strRest.find('.');
-        ip |= static_cast<std::uint32_t>(ReadLong(strRest.substr(0, nDot), 10).nValue) << nShift;
+        ip |= static_cast<std::uint32_t>(base::ReadLong(strRest.substr(0, nDot), 10).nValue)
+              << nShift;
         strRest.remove_prefix(nDot == std::string_view::npos ? strRest.size() : nDot + 1);
     }
     return static_cast<int>(ip);
@@ -198,12 +196,12 @@ std::string IPInt2String(int ip) {
 
 std::string MakeTopoLinkID(int nFirst, int nSecond) {
     // Deliberate: nothing stands between the numbers.
-    return "LTUNNELVIEW:" + IntegerText(nFirst) + IntegerText(nSecond);
+    return "LTUNNELVIEW:" + base::IntegerText(nFirst) + base::IntegerText(nSecond);
 }
 
 bool SplitStrBySeparator(const std::string& strText, const std::string& strSeparator,
                          std::string& strLeft, std::string& strRight) {
-    const std::size_t nAt = FindText(strText, strSeparator, 0);
+    const std::size_t nAt = base::FindText(strText, strSeparator, 0);
     if (strText.empty() || strSeparator.empty() || nAt == std::string::npos)
         return false;
     std::string strBefore = Trim(strText.substr(0, nAt));
@@ -220,7 +218,7 @@ bool StrToNumList(const std::string& strText, std::vector<int>& vec) {
 }
 
 bool StrToNumList(const char* szText, std::vector<int>& vec) {
-    return StrToNumList(std::string(ViewOf(szText)), vec);
+    return StrToNumList(std::string(base::ViewOf(szText)), vec);
 }
 
 bool StrOIDToVec(const std::string& strText, std::vector<int>& vec) {

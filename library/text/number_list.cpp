@@ -1,7 +1,8 @@
 #include "text/number_list.h"
 
-#include "text/gatherer.h"
-#include "text/read_number.h"
+#include "base/gatherer.h"
+#include "base/read_number.h"
+#include "base/trim.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/guarded_call.h"
 
@@ -36,13 +37,13 @@ void AppendSpan(std::vector<int>& vec, int nFirst, std::size_t nCount, int nStep
 // ReadShortDigits into an int.
 const char* FastDigits(const char* p, const char* pEnd, int& nValue) {
     std::uint32_t nRead = 0;
-    const char* const pStop = ReadShortDigits(p, pEnd, nRead);
+    const char* const pStop = base::ReadShortDigits(p, pEnd, nRead);
     nValue = static_cast<int>(nRead);
     return pStop;
 }
 
 bool AppendItem(std::string_view strItem, std::vector<int>& vec) {
-    strItem = TrimSpaces(strItem);
+    strItem = base::TrimSpaces(strItem);
     if (strItem.empty())
         return true;
     int nFirst = 0;
@@ -107,11 +108,11 @@ bool AppendBetween(std::vector<int>& vec, int nTo) {
 }
 
 bool ReadDigitItem(std::string_view strItem, int& nValue) {
-    strItem = TrimSpaces(strItem);
-    const DigitRun run = ReadDigits(strItem, 10);
+    strItem = base::TrimSpaces(strItem);
+    const base::DigitRun run = base::ReadDigits(strItem, 10);
     if (run.nLength == 0 || run.nLength != strItem.size())
         return false;
-    nValue = static_cast<int>(ReadLong(strItem, 10).nValue);
+    nValue = static_cast<int>(base::ReadLong(strItem, 10).nValue);
     return true;
 }
 
@@ -158,7 +159,7 @@ bool ReadList(std::string_view strText, char cItem, std::vector<int>& vec, Reade
 void WriteNumberList(const std::vector<int>& vec, const ListNotation& notation,
                      std::string& strOut) {
     strOut.clear();
-    Gatherer<1024> out(strOut);
+    base::Gatherer<1024> out(strOut);
     for (std::size_t i = 0; i < vec.size();) {
         std::size_t nEnd = i + 1;
         if (notation.nShortestRun != 0)
@@ -192,11 +193,11 @@ bool ReadAmpersandList(std::string_view strText, std::vector<int>& vec) {
 }
 
 bool ReadListNumber(std::string_view strText, int& nOut, int nBase) {
-    strText = TrimSpaces(strText);
+    strText = base::TrimSpaces(strText);
     if (strText.empty())
         return false;
     if (nBase >= 2 && nBase <= 36) {
-        const LongRead read = ReadLong(strText, static_cast<unsigned>(nBase));
+        const base::LongRead read = base::ReadLong(strText, static_cast<unsigned>(nBase));
         nOut = static_cast<int>(read.nValue);
         return read.nEnd == strText.size();
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "trace/number_text.h"
+#include "base/number_text.h"
 
 #include <cstddef>
 #include <string>

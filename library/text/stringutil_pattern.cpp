@@ -1,6 +1,6 @@
 #include "tovelkarin/stringutil.h"
 
-#include "text/text_search.h"
+#include "base/text_search.h"
 #include "trace/trace_line.h"
 
 #include "zemb/text.h"
@@ -28,7 +28,7 @@ bool Fits(std::string_view strName, std::string_view strPiece) {
 std::size_t FindPiece(std::string_view strName, std::string_view strPiece, std::size_t nFrom) {
     const std::size_t nMark = strPiece.find('?');
     if (nMark == NPOS)
-        return FindText(strName, strPiece, nFrom);
+        return base::FindText(strName, strPiece, nFrom);
     if (strName.size() - nFrom < strPiece.size())
         return NPOS;
     // The longest part without "?" at the beginning is looked for, the rest compared there.
@@ -38,7 +38,7 @@ std::size_t FindPiece(std::string_view strName, std::string_view strPiece, std::
     const std::string_view strTail = strPiece.substr(nEnd);
     const std::string_view strWithin = strName.substr(0, strName.size() - strTail.size());
     for (std::size_t nAt = nFrom + nLead;; ++nAt) {
-        nAt = FindText(strWithin, strLiteral, nAt);
+        nAt = base::FindText(strWithin, strLiteral, nAt);
         if (nAt == NPOS)
             return NPOS;
         if (Fits(strName.substr(nAt + strLiteral.size()), strTail))
@@ -82,7 +82,7 @@ public:
     // The first one at or after nFrom, or NPOS.
     std::size_t From(std::size_t nFrom) {
         if (!m_bKnown || (m_nNext != NPOS && m_nNext < nFrom)) {
-            m_nNext = FindText(m_strText, m_strPiece, nFrom);
+            m_nNext = base::FindText(m_strText, m_strPiece, nFrom);
             m_bKnown = true;
         }
         return m_nNext;
@@ -240,14 +240,14 @@ public:
         const std::string_view strText = rest.Text();
         if (m_bKnown && nPushed != 0) {
             const std::size_t nAt =
-                FindText(strText.substr(0, nPushed + m_strPiece.size() - 1), m_strPiece, 0);
+                base::FindText(strText.substr(0, nPushed + m_strPiece.size() - 1), m_strPiece, 0);
             if (nAt != NPOS)
                 return Remember(strText, nAt);
         }
         // What was remembered may have been eaten before the last characters were put in front.
         if (m_bKnown && (m_nToEnd == NPOS || m_nToEnd <= strText.size() - nPushed))
             return m_nToEnd == NPOS ? NPOS : strText.size() - m_nToEnd;
-        return Remember(strText, FindText(strText, m_strPiece, 0));
+        return Remember(strText, base::FindText(strText, m_strPiece, 0));
     }
 
 private:
@@ -295,7 +295,7 @@ void TransWildcardForSql(const std::string& strFrom, const std::string& strTo,
     if (strFrom.size() == 1)
         return ReplaceCharacter(strText, strFrom.front(), strTo);
     Rebuilt out(strText);
-    for (std::size_t nAt = 0; (nAt = FindText(strText, strFrom, nAt)) != NPOS;
+    for (std::size_t nAt = 0; (nAt = base::FindText(strText, strFrom, nAt)) != NPOS;
          nAt += strFrom.size())
         out.Put(nAt, strTo, strFrom.size());
     out.MoveTo(strText);
@@ -303,7 +303,7 @@ void TransWildcardForSql(const std::string& strFrom, const std::string& strTo,
 
 void TransWildcardForSqlNotRepeat(const std::string& strFrom, const std::string& strTo,
                                   std::string& strText) {
-    const std::size_t nOffset = FindText(strTo, strFrom, 0);
+    const std::size_t nOffset = base::FindText(strTo, strFrom, 0);
     if (strFrom.empty() || nOffset == NPOS)
         return TransWildcardForSql(strFrom, strTo, strText);
     // What lies ahead of the search point is still the text as it came, so it is searched there.
@@ -324,7 +324,8 @@ void TransWildcardForSqlSingleQuotes(std::string& strText) {
 void TransTwoWildcardForSql(const std::string& strFrom1, const std::string& strTo1,
                             const std::string& strFrom2, const std::string& strTo2,
                             std::string& strText) {
-    if (FindText(strFrom1, strFrom2, 0) != NPOS || FindText(strFrom2, strFrom1, 0) != NPOS)
+    if (base::FindText(strFrom1, strFrom2, 0) != NPOS ||
+        base::FindText(strFrom2, strFrom1, 0) != NPOS)
         return Report("Call TransTwoWildcardForSql error!\n");
     std::string strOut;
     strOut.reserve(strText.size());

@@ -1,7 +1,7 @@
 #include "tovelkarin/stringutil.h"
 
+#include "base/number_text.h"
 #include "trace/guarded_call.h"
-#include "trace/number_text.h"
 
 #include "zemb/time.h"
 
@@ -80,8 +80,8 @@ std::tm GetCurTmTime() {
 std::string GetCurrTimeStr() {
     ZembTime local{};
     GuardedCall([&] { local = ZembTZone::toZembTime(ZEMB_OS::time()); });
-    char szText[2 * INTEGER_ROOM];
-    char* const p = WriteInteger(szText, local.nYear);
+    char szText[2 * base::INTEGER_ROOM];
+    char* const p = base::WriteInteger(szText, local.nYear);
     // Deliberate: there is a "/" behind the day too.
     constexpr char REST[] = "/mm/dd/ HH:MM:SS";
     std::memcpy(p, REST, sizeof REST);
@@ -90,7 +90,7 @@ std::string GetCurrTimeStr() {
     WriteTwoDigits(p + 8, local.nHour);
     WriteTwoDigits(p + 11, local.nMinute);
     WriteTwoDigits(p + 14, local.nSecond);
-    return TextOf(szText, p + sizeof REST - 1);
+    return base::TextOf(szText, p + sizeof REST - 1);
 }
 
 long Local2UTC(std::tm parts) {
@@ -100,7 +100,7 @@ long Local2UTC(std::tm parts) {
 }
 
 std::string Local2UTCSTR(std::tm parts) {
-    return IntegerText(Local2UTC(parts));
+    return base::IntegerText(Local2UTC(parts));
 }
 
 std::tm UTC2Local(const long& nSeconds) {

@@ -1,9 +1,9 @@
 #include "tovelkarin/tnnereply.h"
 
 #include "base/cancel_hold.h"
-#include "text/read_number.h"
+#include "base/number_text.h"
+#include "base/read_number.h"
 #include "tovelkarin/stringutil.h"
-#include "trace/number_text.h"
 #include "trace/trace_line.h"
 
 #include "zemb/operlog.h"
@@ -107,9 +107,9 @@ void Ems2Asn(const std::list<int>& listNumber, AsnIntList& listAsn) {
 
 std::string GetVirtaulNodeIDByNeID(int nId) {
     if (!IsVirtualNodeID(nId))
-        return "NE=" + IntegerText(nId);
-    return std::string(VIRTUAL_NODE_BEGIN) + IntegerText(nId / VIRTUAL_NODE_PART) + "," +
-           IntegerText(nId % VIRTUAL_NODE_PART);
+        return "NE=" + base::IntegerText(nId);
+    return std::string(VIRTUAL_NODE_BEGIN) + base::IntegerText(nId / VIRTUAL_NODE_PART) + "," +
+           base::IntegerText(nId % VIRTUAL_NODE_PART);
 }
 
 bool IsVirtualNodeID(int nId) {
@@ -135,7 +135,7 @@ bool GetBoolIntEnvVarFromDB(const std::string& strSection, const std::string& st
     bool bRead = false;
     GuardedCall([&] { bRead = FrameUtil::GetUserCfgInfo(strSection, strKey, strValue); });
     if (bRead && !strSection.empty() && !strValue.empty() && strValue != " ") {
-        nValue = static_cast<int>(ReadLong(strValue, 10).nValue);
+        nValue = static_cast<int>(base::ReadLong(strValue, 10).nValue);
         return true;
     }
     Report(USER_CFG_ERROR);

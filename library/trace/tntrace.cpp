@@ -1,9 +1,9 @@
 #include "tovelkarin/tntrace.h"
 
+#include "base/number_text.h"
 #include "trace/assert_point.h"
 #include "trace/guarded_call.h"
 #include "trace/held_lines.h"
-#include "trace/number_text.h"
 
 #include "zemb/debug.h"
 
@@ -147,17 +147,17 @@ void FillSlots(unsigned int nMaxLen, std::string& strOut, const std::string& str
 
 // clang-format off
 // Deliberate: a character is a number, and a fraction is rounded away.
-TNString::TNString(char cValue) : m_strText(IntegerText(static_cast<signed char>(cValue))) {}
-TNString::TNString(short nValue) : m_strText(IntegerText(nValue)) {}
-TNString::TNString(int nValue) : m_strText(IntegerText(nValue)) {}
-TNString::TNString(unsigned char nValue) : m_strText(IntegerText(nValue)) {}
-TNString::TNString(unsigned short nValue) : m_strText(IntegerText(nValue)) {}
-TNString::TNString(unsigned int nValue) : m_strText(IntegerText(nValue)) {}
-TNString::TNString(long nValue) : m_strText(IntegerText(nValue)) {}
-TNString::TNString(unsigned long nValue) : m_strText(IntegerText(nValue)) {}
-TNString::TNString(long long nValue) : m_strText(IntegerText(nValue)) {}
-TNString::TNString(float fValue) : m_strText(RoundedText(static_cast<double>(fValue))) {}
-TNString::TNString(double dValue) : m_strText(RoundedText(dValue)) {}
+TNString::TNString(char cValue) : m_strText(base::IntegerText(static_cast<signed char>(cValue))) {}
+TNString::TNString(short nValue) : m_strText(base::IntegerText(nValue)) {}
+TNString::TNString(int nValue) : m_strText(base::IntegerText(nValue)) {}
+TNString::TNString(unsigned char nValue) : m_strText(base::IntegerText(nValue)) {}
+TNString::TNString(unsigned short nValue) : m_strText(base::IntegerText(nValue)) {}
+TNString::TNString(unsigned int nValue) : m_strText(base::IntegerText(nValue)) {}
+TNString::TNString(long nValue) : m_strText(base::IntegerText(nValue)) {}
+TNString::TNString(unsigned long nValue) : m_strText(base::IntegerText(nValue)) {}
+TNString::TNString(long long nValue) : m_strText(base::IntegerText(nValue)) {}
+TNString::TNString(float fValue) : m_strText(base::RoundedText(static_cast<double>(fValue))) {}
+TNString::TNString(double dValue) : m_strText(base::RoundedText(dValue)) {}
 TNString::TNString(const char* szText) : m_strText(szText == nullptr ? "" : szText) {}
 TNString::TNString(const std::string& strText) : m_strText(strText) {}
 // clang-format on

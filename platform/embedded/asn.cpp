@@ -1,6 +1,6 @@
 #include "zemb/asn.h"
 
-#include "embedded/escape.h"
+#include "base/escape.h"
 #include "zemb/debug.h"
 
 #include <algorithm>
@@ -18,11 +18,11 @@ void AppendPart(std::string& strOut, std::size_t nDepth, const std::string& strN
     for (std::size_t i = 0; i < nDepth; ++i)
         strOut += INDENT;
     strOut += LABEL;
-    zemb::AppendEscaped(strName, "", strOut);
+    base::AppendEscaped(strName, "", strOut);
     const std::string strType = pValue == nullptr ? "" : pValue->GetTypeName();
     if (!strType.empty()) {
         strOut += strName.empty() ? "(" : " (";
-        zemb::AppendEscaped(strType, "", strOut);
+        base::AppendEscaped(strType, "", strOut);
         strOut += ")";
     }
     if (pValue != nullptr)
@@ -40,13 +40,13 @@ void AsnInt::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
 void AsnOcts::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
     strOut += ": 0x";
     for (const char c : m_strData)
-        zemb::AppendHex(c, strOut);
+        base::AppendHex(c, strOut);
     strOut += "\n";
 }
 
 void AsnText::AppendText(std::string& strOut, std::size_t /*nDepth*/) const {
     strOut += ": \"";
-    zemb::AppendEscaped(m_strText, "", strOut);
+    base::AppendEscaped(m_strText, "", strOut);
     strOut += "\"\n";
 }
 

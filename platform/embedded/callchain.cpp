@@ -1,6 +1,7 @@
 #include "zemb/callchain.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
 #include "embedded/fault_point.h"
 #include "embedded/line_file.h"
 #include "zemb/control.h"
@@ -52,6 +53,6 @@ std::string CallChainLog() {
 }  // namespace zemb
 
 NSTE_util::CallChainMgr* NSTE_util::CallChainMgr::Instance() {
-    static CallChainMgr* const pInstance = new zemb::CallChainFile;
-    return zemb::g_bOn && !zemb::IsFaulty("CallChainMgr::Instance") ? pInstance : nullptr;
+    static base::Immortal<zemb::CallChainFile> file;
+    return zemb::g_bOn && !zemb::IsFaulty("CallChainMgr::Instance") ? &*file : nullptr;
 }

@@ -1,7 +1,7 @@
 #include "embedded/database.h"
 
+#include "base/escape.h"
 #include "embedded/database_wal.h"
-#include "embedded/escape.h"
 #include "embedded/state_folder.h"
 #include "zemb/debug.h"
 
@@ -96,7 +96,7 @@ std::string UriOf(const std::string& strPath) {
     for (const char c : strPath)
         if (c == '%' || c == '?' || c == '#') {
             strUri += '%';
-            AppendHex(c, strUri);
+            base::AppendHex(c, strUri);
         } else {
             strUri += c;
         }

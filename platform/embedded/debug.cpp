@@ -1,6 +1,9 @@
 #include "zemb/debug.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
+#include "base/number_text.h"
+#include "base/view_of.h"
 #include "embedded/fault_point.h"
 #include "embedded/fork_gate.h"
 #include "embedded/log_file.h"
@@ -8,7 +11,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -85,8 +87,8 @@ private:
 };
 
 Taps& AllTaps() {
-    static Taps& taps = *new Taps;
-    return taps;
+    static base::Immortal<Taps> taps;
+    return *taps;
 }
 
 std::atomic<int> g_nNoChannel{0};
@@ -107,15 +109,13 @@ public:
             return;
         if (nLevel < m_nLevel.load(std::memory_order_relaxed))
             return;
-        char szKind[16];
-        const char* const pEnd = std::to_chars(szKind, szKind + sizeof szKind, nLevel).ptr;
-        Write({szKind, static_cast<std::size_t>(pEnd - szKind)}, szText == nullptr ? "" : szText);
+        Write(base::IntegerText(nLevel), base::ViewOf(szText));
     }
 
     void Assert(const char* szText) override {
         if (zemb::IsFaulty("Assert"))
             return;
-        Write(KIND_ASSERT, WithoutLineEnd(szText == nullptr ? "" : szText));
+        Write(KIND_ASSERT, WithoutLineEnd(base::ViewOf(szText)));
     }
 
     int Printf(const char* szFormat, ...) override __attribute__((format(printf, 2, 3))) {
@@ -173,8 +173,8 @@ private:
 };
 
 Channels& AllChannels() {
-    static Channels& channels = *new Channels;
-    return channels;
+    static base::Immortal<Channels> channels;
+    return *channels;
 }
 
 }  // namespace
@@ -193,7 +193,7 @@ TEDebugInterface* GetDefaultDebugInterface() {
 
 void WriteException(const char* szText) noexcept {
     try {
-        AllChannels().Get(DEFAULT_CHANNEL)->Write(KIND_EXCEPTION, szText == nullptr ? "" : szText);
+        AllChannels().Get(DEFAULT_CHANNEL)->Write(KIND_EXCEPTION, base::ViewOf(szText));
     } catch (...) {
         // The sink of the host threw again: there is nobody left to tell.
     }

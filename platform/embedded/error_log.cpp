@@ -1,5 +1,6 @@
 #include "zemb/error_log.h"
 
+#include "base/immortal.h"
 #include "embedded/fault_point.h"
 #include "zemb/control.h"
 #include "zemb/operlog.h"
@@ -81,8 +82,8 @@ private:
 };
 
 ErrorLog& TheLog() {
-    static ErrorLog& log = *new ErrorLog;
-    return log;
+    static base::Immortal<ErrorLog> log;
+    return *log;
 }
 
 }  // namespace

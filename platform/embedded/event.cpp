@@ -1,6 +1,7 @@
 #include "zemb/event.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
 #include "embedded/fault_point.h"
 #include "embedded/thrown.h"
 
@@ -72,6 +73,6 @@ private:
 }  // namespace
 
 TEEventMgr* TEEventMgr::Instance() {
-    static TEEventMgr* const pInstance = new EventMgr;
-    return pInstance;
+    static base::Immortal<EventMgr> manager;
+    return &*manager;
 }

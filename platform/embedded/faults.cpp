@@ -1,5 +1,7 @@
 #include "embedded/fault_point.h"
 
+#include "base/immortal.h"
+
 #include <cerrno>
 #include <condition_variable>
 #include <mutex>
@@ -24,13 +26,13 @@ namespace {
 
 // Both outlive every plan: a call may be at its fault point while the plan goes.
 std::mutex& Lock() {
-    static std::mutex& lock = *new std::mutex;
-    return lock;
+    static base::Immortal<std::mutex> lock;
+    return *lock;
 }
 
 std::condition_variable& Changed() {
-    static std::condition_variable& changed = *new std::condition_variable;
-    return changed;
+    static base::Immortal<std::condition_variable> changed;
+    return *changed;
 }
 
 void Rest(ScopedFault::Plan& plan, std::unique_lock<std::mutex>& guard) {

@@ -1,10 +1,11 @@
 #include "zemb/fdn.h"
 
-#include "embedded/item_line.h"
+#include "base/number_text.h"
+#include "base/read_number.h"
+#include "base/trim.h"
+#include "base/view_of.h"
 
 #include <algorithm>
-#include <charconv>
-#include <climits>
 #include <cstring>
 #include <utility>
 
@@ -12,11 +13,12 @@ namespace FrameUtil {
 
 namespace {
 
-std::string_view ViewOf(const char* szText) {
-    return szText == nullptr ? std::string_view() : std::string_view(szText);
-}
-
 constexpr std::size_t USUAL_PAIRS = 8;
+
+// What may stand around a key.
+bool IsPadding(char c) {
+    return c == ' ' || c == '\t';
+}
 
 // The decimal number that a text begins with, one below 0 as in two's complement; false without
 // one.
@@ -24,14 +26,11 @@ bool ReadLeading(std::string_view strText, unsigned long& nValue) {
     const bool bMinus = !strText.empty() && strText.front() == '-';
     if (bMinus)
         strText.remove_prefix(1);
-    unsigned long nRead = 0;
-    const auto result = std::from_chars(strText.data(), strText.data() + strText.size(), nRead);
-    if (result.ec == std::errc::invalid_argument)
+    const base::DigitRun run = base::ReadDigits(strText, 10);
+    if (run.nLength == 0)
         return false;
     constexpr unsigned long LEAST = 1UL << 63;  // LONG_MIN without its sign
-    if (result.ec != std::errc())
-        nRead = ULONG_MAX;
-    nValue = bMinus ? 0 - std::min(nRead, LEAST) : nRead;
+    nValue = bMinus ? 0 - std::min(run.nValue, LEAST) : run.nValue;
     return true;
 }
 
@@ -43,7 +42,7 @@ StrUIDParser::~StrUIDParser() = default;
 bool StrUIDParser::Parse(const char* szText) {
     m_vecPair.clear();
     m_nCur = 0;
-    m_strText = ViewOf(szText);
+    m_strText = base::ViewOf(szText);
     const std::string_view strAll = m_strText;
     m_vecPair.reserve(USUAL_PAIRS);
     // Keys and values are short: character by character is faster than a search for each end.
@@ -51,7 +50,8 @@ bool StrUIDParser::Parse(const char* szText) {
         std::size_t nEqual = nStart;
         while (nEqual < strAll.size() && strAll[nEqual] != '=' && strAll[nEqual] != ',')
             ++nEqual;
-        const std::string_view strKey = zemb::TrimOf(strAll.substr(nStart, nEqual - nStart), " \t");
+        const std::string_view strKey =
+            base::TrimIf(strAll.substr(nStart, nEqual - nStart), IsPadding);
         if (nEqual == strAll.size() || strAll[nEqual] == ',' || strKey.empty()) {
             m_vecPair.clear();
             return false;
@@ -70,7 +70,7 @@ void StrUIDParser::SetCurToFirst() {
 }
 
 const StrUIDParser::Pair* StrUIDParser::Find(const char* szKey, unsigned long nIndex) const {
-    const std::string_view strKey = ViewOf(szKey);
+    const std::string_view strKey = base::ViewOf(szKey);
     for (const Pair& pair : m_vecPair)
         if (pair.strKey == strKey && nIndex-- == 0)
             return &pair;
@@ -106,7 +106,7 @@ StrSpliter::StrSpliter(char cSeparator) : m_cSeparator(cSeparator), m_nNext(1) {
 StrSpliter::~StrSpliter() = default;
 
 bool StrSpliter::Parse(const char* szText) {
-    m_strText = ViewOf(szText);
+    m_strText = base::ViewOf(szText);
     m_nNext = m_strText.empty() ? 1 : 0;
     return !m_strText.empty();
 }
@@ -125,9 +125,9 @@ StrUIDFactory::StrUIDFactory() = default;
 StrUIDFactory::~StrUIDFactory() = default;
 
 void StrUIDFactory::Append(const char* szKey, long nValue) {
-    char szNumber[24];
-    char* const pEnd = std::to_chars(szNumber, szNumber + sizeof szNumber, nValue).ptr;
-    const std::string_view strKey = ViewOf(szKey);
+    char szNumber[base::INTEGER_ROOM];
+    const char* const pEnd = base::WriteInteger(szNumber, nValue);
+    const std::string_view strKey = base::ViewOf(szKey);
     const auto nDigits = static_cast<std::size_t>(pEnd - szNumber);
     const std::size_t nAt = m_strText.size();
     m_strText.append(strKey.size() + 1 + nDigits + 1, ',');  // the last one stays

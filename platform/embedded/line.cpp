@@ -1,6 +1,7 @@
 #include "zemb/settings.h"
 
 #include "base/cancel_hold.h"
+#include "base/utf8.h"
 #include "embedded/fault_point.h"
 #include "embedded/item_line.h"
 
@@ -11,15 +12,11 @@
 
 namespace {
 
-bool IsContinuation(char c) {
-    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
-}
-
 // Cuts to what the buffer holds; a UTF-8 character that does not fit whole is left out.
 void Store(std::string_view strText, char* szBuffer) {
     std::size_t nLength = std::min(strText.size(), ZEMB_LINE_BUFFER - 1);
     if (nLength < strText.size())
-        for (int i = 0; i < 3 && nLength > 0 && IsContinuation(strText[nLength]); ++i)
+        for (int i = 0; i < 3 && nLength > 0 && base::IsContinuation(strText[nLength]); ++i)
             --nLength;
     strText.copy(szBuffer, nLength);
     szBuffer[nLength] = '\0';

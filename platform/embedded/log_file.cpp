@@ -1,6 +1,8 @@
 #include "embedded/log_file.h"
 
-#include "embedded/escape.h"
+#include "base/escape.h"
+#include "base/number_text.h"
+#include "base/read_number.h"
 #include "embedded/fork_gate.h"
 #include "embedded/line_file.h"
 #include "zemb/control.h"
@@ -32,14 +34,14 @@ public:
         strLine += " [";
         AppendThread(strLine);
         strLine.append("] ").append(strKind) += ' ';
-        AppendEscaped(strText, "\t", strLine);
+        base::AppendEscaped(strText, "\t", strLine);
         strLine += '\n';
     }
 
 private:
     static void AppendThread(std::string& strLine) {
         static thread_local const pid_t t_nThread = gettid();
-        strLine += std::to_string(t_nThread);
+        strLine += base::IntegerText(t_nThread);
     }
 
     void AppendTime(std::string& strLine) {
@@ -162,11 +164,10 @@ std::string LogFileOf(const std::string& strModule) {
         return "";
     std::string strName = strModule.empty() ? "%" : "";
     for (const char c : strModule.substr(0, NAME_MAX_CHARS)) {
-        const bool bPlain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-                            (c >= '0' && c <= '9') || c == '-' || c == '_';
+        const bool bPlain = base::IsLetterOrDigit(c) || c == '-' || c == '_';
         strName += bPlain ? c : '%';
         if (!bPlain)
-            AppendHex(c, strName);
+            base::AppendHex(c, strName);
     }
     if (strModule.size() > NAME_MAX_CHARS)
         strName += "%" + std::to_string(std::hash<std::string>()(strModule));

@@ -1,6 +1,7 @@
 #include "zemb/message.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
 #include "embedded/fault_point.h"
 #include "embedded/thrown.h"
 #include "zemb/receiver.h"
@@ -23,8 +24,8 @@ struct Receivers {
 };
 
 Receivers& AllReceivers() {
-    static Receivers& receivers = *new Receivers;
-    return receivers;
+    static base::Immortal<Receivers> receivers;
+    return *receivers;
 }
 
 std::shared_ptr<const Receiver> Find(std::uint32_t nModule) {

@@ -1,6 +1,8 @@
 #include "zemb/module.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
+#include "base/trim.h"
 #include "embedded/fault_point.h"
 #include "embedded/item_line.h"
 #include "embedded/thrown.h"
@@ -159,7 +161,7 @@ private:
         const std::vector<std::string> vecPiece = NSTE_util::Token(*strNames, ',');
         std::string strReason;
         if (std::all_of(vecPiece.begin(), vecPiece.end(), [&](const std::string& strPiece) {
-                const std::string strObject = ObjectOf(zemb::TrimOf(strPiece), strRoot);
+                const std::string strObject = ObjectOf(base::Trim(strPiece), strRoot);
                 return strObject.empty() || LoadOnce(strObject, strReason);
             }))
             return true;
@@ -224,11 +226,11 @@ private:
 
 // Neither is ever destroyed: modules register before main and may ask after it.
 ModuleMgr* ModuleMgr::Instance() {
-    static ModuleMgr* const pInstance = new ModuleMgrImpl;
-    return pInstance;
+    static base::Immortal<ModuleMgrImpl> manager;
+    return &*manager;
 }
 
 ZembTaskCreator* ZembTaskCreator::Instance() {
-    static ZembTaskCreator* const pInstance = new ZembTaskCreatorImpl;
-    return pInstance;
+    static base::Immortal<ZembTaskCreatorImpl> creator;
+    return &*creator;
 }

@@ -1,4 +1,5 @@
 #include "base/cancel_hold.h"
+#include "base/read_number.h"
 #include "embedded/database_wal.h"
 #include "embedded/operlog_database.h"
 #include "zemb/operlog_store.h"
@@ -32,7 +33,7 @@ std::string TimeOf(std::string strTime) {
     bool bGood = strTime.size() >= 4 && strTime.size() <= FORM.size();
     for (std::size_t i = 0; bGood && i < strTime.size(); ++i) {
         const bool bDigit = FORM[i] == '0';
-        bGood = bDigit ? strTime[i] >= '0' && strTime[i] <= '9' : strTime[i] == FORM[i];
+        bGood = bDigit ? base::IsDigit(strTime[i]) : strTime[i] == FORM[i];
         // At the end of a field: it is not over the highest, and the text does not end inside one.
         const bool bFieldEnds = i + 1 == FORM.size() || FORM[i + 1] != '0' || !bDigit;
         if (bDigit && bFieldEnds)

@@ -1,13 +1,14 @@
 #include "zemb/progress.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
+#include "base/view_of.h"
 #include "embedded/fault_point.h"
 #include "embedded/thrown.h"
 #include "zemb/message.h"
 #include "zemb/progress_view.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <map>
 #include <memory>
@@ -21,12 +22,9 @@ namespace NSTE_util {
 
 ClientMissionID::ClientMissionID(std::uint32_t nMissionOf, const ZembCmdMSG* pReqMsg)
     : nMission(pReqMsg == nullptr ? std::numeric_limits<std::uint32_t>::max() : nMissionOf) {
-    if (pReqMsg == nullptr)
-        return;
-    for (std::size_t i = 0; i < arrRequest.size(); ++i)
-        std::memcpy(&arrRequest[i],
-                    reinterpret_cast<const char*>(pReqMsg) + ZEMB_MSG_REQUEST_WORDS[i],
-                    sizeof arrRequest[i]);
+    if (pReqMsg != nullptr)
+        arrRequest = {pReqMsg->nClientAddr, pReqMsg->nHandle, pReqMsg->nReplyHandle,
+                      pReqMsg->nRequest};
 }
 
 bool operator<(const ClientMissionID& a, const ClientMissionID& b) {
@@ -37,8 +35,7 @@ bool operator==(const ClientMissionID& a, const ClientMissionID& b) {
     return a.nMission == b.nMission && a.arrRequest == b.arrRequest;
 }
 
-TaskProgressInfo::TaskProgressInfo(const char* szDesc)
-    : m_strDesc(szDesc == nullptr ? "" : szDesc) {}
+TaskProgressInfo::TaskProgressInfo(const char* szDesc) : m_strDesc(base::ViewOf(szDesc)) {}
 
 TaskProgressInfo::~TaskProgressInfo() = default;
 
@@ -195,8 +192,8 @@ private:
 };
 
 ProgressMgrImpl& TheManager() {
-    static ProgressMgrImpl& manager = *new ProgressMgrImpl;
-    return manager;
+    static base::Immortal<ProgressMgrImpl> manager;
+    return *manager;
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "zemb/settings.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
+#include "base/read_number.h"
 #include "embedded/fault_point.h"
 #include "embedded/fork_gate.h"
 #include "embedded/item_line.h"
@@ -8,7 +10,6 @@
 #include "zemb/control.h"
 
 #include <atomic>
-#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -63,38 +64,35 @@ private:
 
 // Both live from first use to the end of the process: they are asked before main and after it.
 Place& Root() {
-    static Place& place = *new Place("ZEMB_ROOT");
-    return place;
+    static base::Immortal<Place> place("ZEMB_ROOT");
+    return *place;
 }
 
 Place& State() {
-    static Place& place = *new Place("ZEMB_STATE");
-    return place;
+    static base::Immortal<Place> place("ZEMB_STATE");
+    return *place;
 }
 
 constexpr const char* DEFAULT_LANGUAGE = "en";
 
 Place& Language() {
-    static Place& place = *new Place("ZEMB_LANG");
-    return place;
+    static base::Immortal<Place> place("ZEMB_LANG");
+    return *place;
 }
 
 bool ReadNumber(std::string_view strText, int& nValue) {
     const bool bMinus = !strText.empty() && strText.front() == '-';
     if (bMinus)
         strText.remove_prefix(1);
-    int nBase = 10;
-    if (strText.size() > 2 && strText[0] == '0' && (strText[1] == 'x' || strText[1] == 'X')) {
+    const bool bHex = base::BeginsHex(strText);
+    if (bHex)
         strText.remove_prefix(2);
-        nBase = 16;
-    }
-    unsigned long nRead = 0;
-    const char* const pEnd = strText.data() + strText.size();
-    const auto [pStop, err] = std::from_chars(strText.data(), pEnd, nRead, nBase);
+    const base::DigitRun run = base::ReadDigits(strText, bHex ? 16 : 10);
     const unsigned long nMost = std::numeric_limits<int>::max() + (bMinus ? 1UL : 0UL);
-    if (err != std::errc() || pStop != pEnd || nRead > nMost)
+    if (run.nLength == 0 || run.nLength != strText.size() || run.nValue > nMost)
         return false;
-    nValue = static_cast<int>(bMinus ? -static_cast<long>(nRead) : static_cast<long>(nRead));
+    const auto nRead = static_cast<long>(run.nValue);
+    nValue = static_cast<int>(bMinus ? -nRead : nRead);
     return true;
 }
 
@@ -119,8 +117,8 @@ void EmfGetServerPath(std::string& strPath) {
 }
 
 Zembcommon::ZembMsg* Zembcommon::ZembMsg::instance() {
-    static ZembMsg* const pInstance = new ZembMsg;
-    return pInstance;
+    static ZembMsg message;  // without a destructor to run
+    return &message;
 }
 
 std::string Zembcommon::ZembMsg::getLanguage() const {

@@ -1,41 +1,30 @@
 #include "zemb/text.h"
 
-#include "embedded/item_line.h"
+#include "base/read_number.h"
+#include "base/trim.h"
 
-#include <charconv>
 #include <cstddef>
 #include <limits>
 #include <string_view>
 
 namespace {
 
-using zemb::TrimOf;
-
-// As strtol reads a whole number: blanks before it, one sign, digits to the end; what no long holds
-// becomes the nearest one.
-bool ReadLong(std::string_view strText, long& nValue, int nBase) {
-    strText = TrimOf(strText, " ");
-    const std::size_t nFirst = strText.find_first_not_of(" \t\n\v\f\r");
-    if (nFirst == std::string_view::npos || nBase < 2 || nBase > 36)
+// As strtol reads a number that is the whole text, blanks around it aside, but without "0x"; what
+// no long holds becomes the nearest one.
+bool ReadWhole(std::string_view strText, long& nValue, int nBase) {
+    strText = base::TrimSpaces(strText);
+    if (nBase < 2 || nBase > 36 ||
+        (nBase == 16 && strText.find_first_of("xX") != std::string_view::npos))
         return false;
-    strText.remove_prefix(nFirst);
-    if (strText.front() == '+') {
-        strText.remove_prefix(1);
-        if (strText.empty() || strText.front() == '-')
-            return false;
-    }
-    const bool bMinus = strText.front() == '-';
-    const char* const pEnd = strText.data() + strText.size();
-    const auto [pStop, err] = std::from_chars(strText.data(), pEnd, nValue, nBase);
-    if (err == std::errc::result_out_of_range)
-        nValue = bMinus ? std::numeric_limits<long>::min() : std::numeric_limits<long>::max();
-    return err != std::errc::invalid_argument && pStop == pEnd;
+    const base::LongRead read = base::ReadLong(strText, static_cast<unsigned>(nBase));
+    nValue = read.nValue;
+    return read.nEnd != 0 && read.nEnd == strText.size();
 }
 
 // The low 32 bits of the number; nValue is written whenever there is one.
 bool ReadCut(std::string_view strText, int& nValue) {
     long nRead = 0;
-    if (!ReadLong(strText, nRead, 10))
+    if (!ReadWhole(strText, nRead, 10))
         return false;
     nValue = static_cast<int>(nRead);
     return true;
@@ -57,7 +46,7 @@ bool ReadSpan(std::string_view strText, int& nFirst, int& nLast) {
 namespace NSTE_util {
 
 std::string Trim(const std::string& strText) {
-    return std::string(TrimOf(strText));
+    return std::string(base::Trim(strText));
 }
 
 std::vector<std::string> Token(const std::string& strText, char cSeparator) {
@@ -72,7 +61,7 @@ std::vector<std::string> Token(const std::string& strText, char cSeparator) {
 
 bool StrToInt(const std::string& strText, int& nValue, int nBase) {
     long nRead = 0;
-    if (!ReadLong(strText, nRead, nBase) || nRead < std::numeric_limits<int>::min() ||
+    if (!ReadWhole(strText, nRead, nBase) || nRead < std::numeric_limits<int>::min() ||
         nRead > std::numeric_limits<int>::max())
         return false;
     nValue = static_cast<int>(nRead);
@@ -86,7 +75,7 @@ bool StrToNumList(const std::string& strText, std::vector<int>& vecNumber) {
         std::size_t nEnd = strAll.find(',', nStart);
         if (nEnd == std::string_view::npos)
             nEnd = strAll.size();
-        const std::string_view strPiece = TrimOf(strAll.substr(nStart, nEnd - nStart), " ");
+        const std::string_view strPiece = base::TrimSpaces(strAll.substr(nStart, nEnd - nStart));
         nStart = nEnd + 1;
         if (strPiece.empty())
             continue;

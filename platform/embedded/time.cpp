@@ -1,5 +1,6 @@
 #include "zemb/time.h"
 
+#include "base/cut_to_int.h"
 #include "embedded/time_zone.h"
 #include "zemb/control.h"
 
@@ -28,11 +29,6 @@ long DaysTo(long nYear, int nMonth) {
     const long nLeapDays = FloorDiv(nBefore, 4) - nCenturies + FloorDiv(nCenturies, 4);
     return 365 * (nYear - 1970) + nLeapDays - LEAP_DAYS_TO_1970 + DAYS_BEFORE[nMonth] +
            (IsLeap(nYear) && nMonth > 1 ? 1 : 0);
-}
-
-int CutToInt(long nValue) {
-    return static_cast<int>(
-        std::clamp<long>(nValue, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
 // The calendar in years that begin with March: the day that comes and goes is then the last one.
@@ -94,7 +90,8 @@ ZembTime ZembTZone::toZembTime(long nSeconds) {
 
 void ZembTZone::ZembTimeTotm(const ZembTime& time, std::tm& parts) {
     parts = {};
-    parts.tm_year = CutToInt(std::max(time.nYear, std::numeric_limits<long>::min() + 1900) - 1900);
+    parts.tm_year =
+        base::CutToInt(std::max(time.nYear, std::numeric_limits<long>::min() + 1900) - 1900);
     parts.tm_mon = std::clamp(time.nMonth, 1, 12) - 1;
     parts.tm_mday = time.nDay;
     parts.tm_hour = time.nHour;

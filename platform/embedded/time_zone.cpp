@@ -1,6 +1,7 @@
 #include "embedded/time_zone.h"
 
 #include "base/cancel_hold.h"
+#include "base/immortal.h"
 #include "zemb/control.h"
 
 #include <time.h>
@@ -99,8 +100,8 @@ struct ReadZones {
 };
 
 ReadZones& Zones() {
-    static ReadZones& zones = *new ReadZones;
-    return zones;
+    static base::Immortal<ReadZones> zones;
+    return *zones;
 }
 
 // With the lock held.

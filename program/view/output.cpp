@@ -1,6 +1,6 @@
 #include "view/output.h"
 
-#include "embedded/escape.h"
+#include "base/escape.h"
 
 #include <json/writer.h>
 
@@ -116,13 +116,13 @@ std::string SafeJson(std::string_view strText) {
     std::string strSafe;
     strSafe.reserve(strText.size());
     for (std::size_t nSize = 0; !strText.empty(); strText.remove_prefix(nSize)) {
-        nSize = zemb::Utf8Size(strText);
+        nSize = base::Utf8Size(strText);
         if (nSize == 0) {
             strSafe += "\xEF\xBF\xBD";
             nSize = 1;
-        } else if (zemb::ControlSize(strText) != 0) {
+        } else if (base::ControlSize(strText) != 0) {
             strSafe += "\\u00";
-            zemb::AppendHex(strText[nSize - 1], strSafe);
+            base::AppendHex(strText[nSize - 1], strSafe);
         } else {
             strSafe.append(strText, 0, nSize);
         }
@@ -144,13 +144,13 @@ std::string JsonLine(const Json::Value& record) {
 
 std::string Shown(const std::string& strText) {
     std::string strShown;
-    zemb::AppendEscaped(strText, "\n\t\\", strShown);
+    base::AppendEscaped(strText, "\n\t\\", strShown);
     return strShown;
 }
 
 std::string OnOneLine(const std::string& strText) {
     std::string strShown;
-    zemb::AppendEscaped(strText, "", strShown);
+    base::AppendEscaped(strText, "", strShown);
     return strShown;
 }
 

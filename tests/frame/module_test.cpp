@@ -40,6 +40,8 @@ protected:
         NSTN_util::g_OverTime_mid = 600;
         NSTN_util::g_OverTime_high = 1800;
         NSTN_util::g_nVCNExportTimerInterval = 300;
+        NSTN_util::RefreshAdvAsnTraceSwitch(1);  // whatever tests before this one left
+        m_debug.Take();
     }
     ~ModuleTest() override {
         zemb::ResetRootPath();

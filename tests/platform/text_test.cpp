@@ -40,7 +40,8 @@ TEST(StrToIntTest, TakesWholeNumbersThatFit32Bits) {
         {"", 10, false, 0},           {"   ", 10, false, 0},
         {"12a", 10, false, 0},        {"1 2", 10, false, 0},
         {"\t7", 10, true, 7},         {"7\t", 10, false, 0},
-        {"ff", 16, true, 255},        {"7", 1, false, 0},
+        {"ff", 16, true, 255},        {"0x10", 16, false, 0},
+        {"-1x", 36, true, -69},       {"7", 1, false, 0},
     };
     for (const Case& test : arrCase) {
         int nValue = 99;

@@ -24,21 +24,16 @@ struct TECmdMsg {
     ZembCmdMSG msg;
 };
 
-// Where the words of the header stand, in bytes from its beginning.
-constexpr std::size_t ZEMB_MSG_CLIENT_ADDR = 4;
-constexpr std::size_t ZEMB_MSG_REQUEST_WORDS[] = {4, 8, 12, 16};
-constexpr std::size_t ZEMB_MSG_CMD = 20;
+// Where the payload begins, in bytes from the beginning of the message.
 constexpr std::size_t ZEMB_MSG_PAYLOAD = 40;
 // What every message carries, and what the length counts beside the payload.
 constexpr std::uint32_t ZEMB_MSG_MARKER = 0xAB00AB;
 constexpr std::uint32_t ZEMB_MSG_LENGTH_EXTRA = 2;
 
-static_assert(offsetof(ZembCmdMSG, nClientAddr) == ZEMB_MSG_CLIENT_ADDR);
-static_assert(offsetof(ZembCmdMSG, nClientAddr) == ZEMB_MSG_REQUEST_WORDS[0]);
-static_assert(offsetof(ZembCmdMSG, nHandle) == ZEMB_MSG_REQUEST_WORDS[1]);
-static_assert(offsetof(ZembCmdMSG, nReplyHandle) == ZEMB_MSG_REQUEST_WORDS[2]);
-static_assert(offsetof(ZembCmdMSG, nRequest) == ZEMB_MSG_REQUEST_WORDS[3]);
-static_assert(offsetof(ZembCmdMSG, nCmd) == ZEMB_MSG_CMD);
+// Modules that were built apart agree on these places.
+static_assert(offsetof(ZembCmdMSG, nClientAddr) == 4 && offsetof(ZembCmdMSG, nHandle) == 8);
+static_assert(offsetof(ZembCmdMSG, nReplyHandle) == 12 && offsetof(ZembCmdMSG, nRequest) == 16);
+static_assert(offsetof(ZembCmdMSG, nCmd) == 20);
 static_assert(offsetof(ZembCmdMSG, nMarker) == 24 && offsetof(ZembCmdMSG, nTaskId) == 28);
 static_assert(offsetof(ZembCmdMSG, nModule) == 32 && offsetof(ZembCmdMSG, nLength) == 36);
 static_assert(sizeof(ZembCmdMSG) == ZEMB_MSG_PAYLOAD, "words of 32 bits without gaps");

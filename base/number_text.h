@@ -9,7 +9,7 @@
 #include <string>
 #include <type_traits>
 
-namespace NSTN_util {
+namespace base {
 
 // The longest text of a rounded floating-point number that is kept.
 constexpr std::size_t ROUNDED_MAX = 63;
@@ -158,4 +158,4 @@ inline std::string RoundedText(double dValue) {
     return std::string(szText, nLength < ROUNDED_MAX ? nLength : ROUNDED_MAX);
 }
 
-}  // namespace NSTN_util
+}  // namespace base

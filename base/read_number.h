@@ -7,7 +7,7 @@
 #include <limits>
 #include <string_view>
 
-namespace NSTN_util {
+namespace base {
 
 constexpr std::array<unsigned char, 256> DIGIT_VALUES = [] {
     std::array<unsigned char, 256> arrValue{};
@@ -28,6 +28,19 @@ constexpr unsigned DigitValue(char c) {
 // Blank characters as the C library's isspace knows them.
 constexpr bool IsBlank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+constexpr bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+constexpr bool IsLetterOrDigit(char c) {
+    return DigitValue(c) < 36;
+}
+
+// Whether "0x" or "0X" stands at the beginning.
+constexpr bool BeginsHex(std::string_view strText) {
+    return strText.size() > 1 && strText[0] == '0' && (strText[1] == 'x' || strText[1] == 'X');
 }
 
 constexpr std::size_t SkipBlanks(std::string_view strText, std::size_t nAt = 0) {
@@ -82,8 +95,8 @@ inline LongRead ReadLong(std::string_view strText, unsigned nBase) {
     const bool bMinus = nAt < strText.size() && strText[nAt] == '-';
     if (bMinus || (nAt < strText.size() && strText[nAt] == '+'))
         ++nAt;
-    if (nBase == 16 && nAt + 2 < strText.size() && strText[nAt] == '0' &&
-        (strText[nAt + 1] == 'x' || strText[nAt + 1] == 'X') && DigitValue(strText[nAt + 2]) < 16)
+    if (nBase == 16 && nAt + 2 < strText.size() && BeginsHex(strText.substr(nAt)) &&
+        DigitValue(strText[nAt + 2]) < 16)
         nAt += 2;
     const DigitRun run = ReadDigits(strText.substr(nAt), nBase);
     if (run.nLength == 0)
@@ -100,18 +113,4 @@ inline LongRead ReadLong(std::string_view strText, unsigned nBase) {
     return read;
 }
 
-// strText without blanks (" ") at both ends.
-inline std::string_view TrimSpaces(std::string_view strText) {
-    while (!strText.empty() && strText.front() == ' ')
-        strText.remove_prefix(1);
-    while (!strText.empty() && strText.back() == ' ')
-        strText.remove_suffix(1);
-    return strText;
-}
-
-// A text that may be null, as a view.
-inline std::string_view ViewOf(const char* szText) {
-    return szText == nullptr ? std::string_view() : std::string_view(szText);
-}
-
-}  // namespace NSTN_util
+}  // namespace base

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string_view>
 
-namespace NSTN_util {
+namespace base {
 
 // Cuts a text into lines as a reader with a fixed line buffer takes them: a line of over nMaxLine
 // characters gives its first nMaxLine and ends the reading; a line ends at its first zero byte, the
@@ -34,4 +34,4 @@ private:
     const std::size_t m_nMaxLine;
 };
 
-}  // namespace NSTN_util
+}  // namespace base

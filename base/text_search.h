@@ -9,7 +9,7 @@
 #include <cstring>
 #include <string_view>
 
-namespace NSTN_util {
+namespace base {
 
 // The first place of strPiece in strText from nFrom on, or npos. Linear for any piece, which
 // string_view::find is not.
@@ -73,4 +73,4 @@ inline std::size_t FindPair(std::string_view strText, char cFirst, char cSecond,
     return std::string_view::npos;
 }
 
-}  // namespace NSTN_util
+}  // namespace base

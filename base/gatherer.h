@@ -1,12 +1,12 @@
 #pragma once
 
-#include "trace/number_text.h"
+#include "base/number_text.h"
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 
-namespace NSTN_util {
+namespace base {
 
 // Gathers text in a buffer of its own and appends it to a string by large pieces.
 template <std::size_t ROOM>
@@ -46,4 +46,4 @@ private:
     char* m_p = m_szBuffer;
 };
 
-}  // namespace NSTN_util
+}  // namespace base

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "base/utf8.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
 
-// Texts that can neither break a line up nor steer a terminal.
-namespace zemb {
+// Texts that can neither break a line up nor steer a terminal: the logs of the platform and what
+// the program shows follow the same rules.
+namespace base {
 
 // Two hexadecimal digits, in capitals, behind what strOut holds.
 inline void AppendHex(char cText, std::string& strOut) {
@@ -13,27 +16,6 @@ inline void AppendHex(char cText, std::string& strOut) {
     const auto nByte = static_cast<unsigned char>(cText);
     strOut.push_back(DIGITS[nByte >> 4]);
     strOut.push_back(DIGITS[nByte & 0xF]);
-}
-
-// Octets of the UTF-8 character that a text, which is not empty, begins with; 0: it is none.
-inline std::size_t Utf8Size(std::string_view strText) {
-    const auto Octet = [&](std::size_t n) { return static_cast<unsigned char>(strText[n]); };
-    const unsigned nLead = Octet(0);
-    const std::size_t nSize = nLead < 0x80                    ? 1
-                              : nLead >= 0xC2 && nLead < 0xE0 ? 2
-                              : nLead >= 0xE0 && nLead < 0xF0 ? 3
-                              : nLead >= 0xF0 && nLead < 0xF5 ? 4
-                                                              : 0;
-    if (nSize > strText.size())
-        return 0;
-    for (std::size_t i = 1; i < nSize; ++i)
-        if ((Octet(i) & 0xC0) != 0x80)
-            return 0;
-    // Neither longer than needed, nor half of a pair, nor beyond the last character.
-    const bool bBad =
-        nSize > 2 && ((nLead == 0xE0 && Octet(1) < 0xA0) || (nLead == 0xED && Octet(1) > 0x9F) ||
-                      (nLead == 0xF0 && Octet(1) < 0x90) || (nLead == 0xF4 && Octet(1) > 0x8F));
-    return bBad ? 0 : nSize;
 }
 
 // Octets of the control character that a text, which is not empty, begins with: 1, or 2 for one of
@@ -84,4 +66,4 @@ inline void AppendEscaped(std::string_view strText, std::string_view strKept, st
     strOut.append(strText, nPlain);
 }
 
-}  // namespace zemb
+}  // namespace base

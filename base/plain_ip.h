@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace NSTN_util {
+namespace base {
 
 // Reads an address of four decimal numbers of one to three digits below 256, and nothing else; the
 // first one becomes the highest byte. False leaves ip alone.
@@ -30,4 +30,4 @@ inline bool ReadPlainIp(std::string_view strText, std::uint32_t& ip) {
     return true;
 }
 
-}  // namespace NSTN_util
+}  // namespace base
