@@ -42,6 +42,10 @@ inline std::size_t FindText(std::string_view strText, std::string_view strPiece,
 
 // The first place from nFrom on where cFirst stands with cSecond behind it, or npos. Faster than
 // FindText where one character alone is found at every turn.
+//
+// Fast path: both characters are compared in 32 places at once, wherever the processor can (SSE2,
+// each x86-64). The readers of backup texts live by it: the end of a name and its "=" are found
+// among 1,000 attributes in a quarter of the time of the best peer (row backup_read of figures.md).
 inline std::size_t FindPair(std::string_view strText, char cFirst, char cSecond,
                             std::size_t nFrom) {
     const char* const pText = strText.data();

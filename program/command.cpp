@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <memory>
 
+// The one table of commands: the shell, the prompt, completion, help and the manual page all walk
+// it. A command defines its arguments and returns what runs it. It is defined anew for each run, so
+// nothing is left over from one line of a script to the next.
 namespace host {
 
 const std::vector<Command>& Commands() {

@@ -18,6 +18,9 @@
 #include <filesystem>
 #include <iostream>
 
+// What the commands of one run share, and its end. The module is started when the first command
+// needs it. At the end everything is given back, the modules are stopped and threads are waited
+// for; the operation log is flushed even if one of these failed.
 namespace host {
 
 namespace {

@@ -5,6 +5,10 @@
 #include "tovelkarin/stringutil.h"
 #include "trace/trace_line.h"
 
+// The items of one file, which is looked at again when somebody asks and 301 seconds have passed. A
+// new map takes the place of the old one when it is whole, so a file that cannot be read leaves the
+// items as they were. Between two looks an answer costs the present second and one search in the
+// map.
 namespace NSTN_util {
 
 namespace {

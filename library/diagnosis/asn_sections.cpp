@@ -9,6 +9,10 @@
 #include <cstring>
 #include <string_view>
 
+// Writes the text of a message in sections of at most 4,000 characters, cut at line ends where
+// there are any. A text that is too long first loses indentation from its front, only as much as is
+// needed unless all shall go, in one pass that moves what stays. The line ends are searched forward
+// and never twice, so the cost is the characters of the text.
 namespace NSTN_util {
 
 namespace {

@@ -17,6 +17,10 @@
 #include <deque>
 #include <memory>
 
+// Which call led to which. A thread keeps its chains on a stack of its own, so no lock is taken for
+// it; a record takes its id, its parent and its keys from the innermost one. Chains carry the
+// number of the task that began them, and what another task left behind on a pooled thread is
+// dropped at the next call. At most 64 are kept: the oldest go first.
 namespace NSTN_util {
 
 namespace {

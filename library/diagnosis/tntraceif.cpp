@@ -13,6 +13,10 @@
 
 #include <atomic>
 
+// Traces of messages between the process and its NEs. What is written depends on two switches of a
+// file, which are asked again at each trace; the reader of configuration makes that cheap. Modes 1
+// to 3 hold one lock while they print, so that the lines of two messages do not mix; mode 4 lets it
+// go first.
 namespace NSTN_util {
 
 namespace {

@@ -16,6 +16,10 @@
 #include <string_view>
 #include <vector>
 
+// Paths, folders and files under the names of the interface. Paths are changed in place, in one
+// pass over their dots. Folders and trees are the platform's walks, and so are as safe as those
+// against exchanged links. Files are written by large blocks through FileWriter and read through
+// read_file.h. Deleting the oldest lists a folder once and sorts its names once.
 namespace NSTN_util {
 
 namespace {

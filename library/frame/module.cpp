@@ -7,6 +7,11 @@
 #include "zemb/event.h"
 #include "zemb/settings.h"
 
+// The module "tovelkarin" and its interface. It registers itself while the library is loaded, which
+// must be when all other static objects exist: this is the last source that is linked, and the
+// module is its last object. A handler of events is never deleted, because an event may still be on
+// its way to it.
+
 UtilIF::~UtilIF() = default;
 
 std::string UtilIFImpl::GetInterfaceName() {

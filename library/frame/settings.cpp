@@ -9,6 +9,8 @@
 
 #include <string>
 
+// What the module reads once, while it starts. Each setting is a row of a table that names its key
+// and its variable; a key that is missing or no number leaves the variable as it was.
 namespace NSTN_util {
 
 int g_OverTime_low = 300;

@@ -2,6 +2,10 @@
 
 #include <iostream>
 
+// How the tables of held objects change (held_objects.h has the idea). An object is written at its
+// own place and as "below" at the places above it, and whatever fails half way takes back what was
+// written. An object with something behind its first 0 stands at the same place as the one without;
+// two small maps count such odd forms, so that each form gives back only what it was granted.
 namespace NSTE_util {
 
 namespace {

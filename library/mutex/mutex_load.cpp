@@ -7,6 +7,10 @@
 
 #include <ace/Guard_T.h>
 
+// Reads a table file under the manager's lock. Lines are added to what is loaded; a bad line is
+// left out and makes the answer false, and the good ones count all the same. Numbers of a list that
+// follow each other are registered as one span: the table keeps what the file names, not each
+// operation of it.
 // The format: docs/formats/mutex-table-file.md.
 namespace NSTE_util {
 

@@ -4,6 +4,12 @@
 
 #include <algorithm>
 
+// Which operation blocks which. A span of blocked operations is cut into blocks whose sizes are
+// powers of two, at most two of each size, and each block keeps the set of its blockers. The
+// blockers of an operation then are the sets of the blocks that it lies in, at most one for each
+// size. For places with many operations they are also told apart by kind: each set gets a random
+// name, and the kind of an operation is what the names of its sets give together (exclusive or),
+// found by one sweep over the ends of all spans.
 namespace NSTE_util {
 
 namespace {

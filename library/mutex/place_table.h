@@ -117,6 +117,10 @@ private:
         return *m_vecMany[static_cast<std::size_t>(slot.arrEntry[0].nOper)];
     }
 
+    // Fast path: the eight tags of a group are compared in one word, so a search looks at hardly
+    // any slot but the right one, which is one cache miss more. With 100,000 objects held a request
+    // and its release take 0.15 of the best peer's time (row granted of figures.md).
+    //
     // The bytes of a word that are 0, as their highest bits. Bytes above a 0 may be marked wrongly.
     static std::uint64_t ZeroBytes(std::uint64_t nWord) {
         return (nWord - EACH_LOW) & ~nWord & EACH_HIGH;

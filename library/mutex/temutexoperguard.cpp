@@ -9,6 +9,10 @@
 #include <iostream>
 #include <iterator>
 
+// Guards: what is granted in a constructor is given back in the destructor, whatever is thrown
+// between. The NE guards take their operation from the message of the current task. The trail guard
+// keeps busy trails in a list that callers can see; it is sorted by a test, and what was appended
+// since is sorted apart and merged, so a test costs a walk over the list.
 namespace NSTE_util {
 
 namespace {

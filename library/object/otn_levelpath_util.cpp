@@ -9,6 +9,10 @@
 #include <algorithm>
 #include <iterator>
 
+// Paths through the optical hierarchy, as texts, as lists of levels and as location IDs. A location
+// ID has a flag for each level and the slot where the path begins; LocationPacker adds the levels
+// one by one and checks that each lies inside of the one before. An ID is read the other way around
+// and accepted only if packing the result gives it back, so that a path and its ID name each other.
 namespace NSTN_util {
 
 namespace {

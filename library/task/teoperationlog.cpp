@@ -15,6 +15,11 @@
 #include <iterator>
 #include <string_view>
 
+// Entries of the operation log, from the records and messages of callers to the fixed fields of the
+// platform. A text that is too long is cut where its field ends or at an ASCII character of a word
+// before that. Only a description that TNCommonLog has gathered loses nothing: it becomes several
+// entries, split between whole UTF-8 characters in one walk. Level and category of an object record
+// stand in a table by its type.
 namespace NSTN_util {
 
 namespace {

@@ -9,6 +9,11 @@
 #include <iostream>
 #include <limits>
 
+// The progress of a task, mapped on the missions of the platform. A task is known by its address
+// and its number: another task at the same address starts anew. One lock spans each call, also
+// while listeners run, so percentages come in order; a listener that calls back on the same thread
+// is let through. The arithmetic is single precision in the written order, as its rounding can be
+// seen.
 namespace NSTE_util {
 
 namespace {

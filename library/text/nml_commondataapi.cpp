@@ -16,6 +16,11 @@
 #include <string_view>
 #include <type_traits>
 
+// Numbers, addresses and lists as users and files write them. The general readers go by the
+// interface's own rules, which take more than is ever written: from right to left, with what stands
+// left of an x ignored. So each text is first tried as the plain form, digits alone, in one pass,
+// and only what is anything else pays for the rules. Addresses are written from a table of all
+// octets with their dots, which takes a fifth of the time of the best peer.
 namespace NSTN_util {
 
 namespace {
@@ -80,7 +85,8 @@ Number HexDecNumber(std::string_view strText) {
     return static_cast<Number>(sum);
 }
 
-// The text of an octet with a "." behind it.
+// The text of an octet with a "." behind it. Fast path: an address is four copies of four bytes
+// (row ip_write of figures.md: a fifth of the best peer's time).
 struct OctetText {
     char szText[4];
     unsigned char nLength;

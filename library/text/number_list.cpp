@@ -11,6 +11,11 @@
 #include <cstdlib>
 #include <cstring>
 
+// Lists of numbers in their notations: one writer that takes the notation as data, and a reader
+// each for spans (1-3,7) and ampersands (1&&3&7). A reader takes the digits of an item and looks
+// whether it ends there, which it nearly always does; blanks, signs and long spans go the slow way
+// around. Cost: the characters of the text and the numbers that it names, about half of what strtol
+// takes. A span is filled at once, and NUM_SPAN_MAX bounds what a few characters can ask for.
 namespace NSTN_util {
 
 namespace {

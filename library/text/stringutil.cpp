@@ -18,6 +18,10 @@
 #include <iostream>
 #include <string_view>
 
+// NE identifiers, conversions, list notations and letter case. Identifiers and numbers are read as
+// a stream would read them, oddities included, but without a stream: the plain form is tried first,
+// and anything else goes through ReadFromStream, which keeps the stream's rules in one place. Views
+// are used inside, and a text is copied once, on the way out.
 namespace NSTN_util {
 
 namespace {
@@ -57,7 +61,8 @@ StreamRead ReadFromStream(std::string_view strText, unsigned nBase, unsigned lon
     return read;
 }
 
-// An identifier as TENEID2Str writes it: digits, "-", digits, and nothing else.
+// An identifier as TENEID2Str writes it: digits, "-", digits, and nothing else. Fast path for
+// nearly all that is read: 6 ns (row neid_read of figures.md).
 bool ReadPlainNeId(const char* szText, unsigned long& id) {
     if (szText == nullptr)
         return false;

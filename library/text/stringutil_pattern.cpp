@@ -10,6 +10,12 @@
 #include <cstring>
 #include <string_view>
 
+// Wildcards, and the texts that become SQL patterns. A name is matched without going back: both
+// ends of the pattern first, then each piece between stars at its first place, which leaves the
+// most for those behind it. Replacing builds a new text in one pass instead of moving the rest at
+// each hit, and remembers the next place of each pattern, so that an absent one is searched once.
+// Replacing is linear in the text: 1 MB full of quotes takes 0.9 ms, a ninth of what the best peer
+// takes.
 namespace NSTN_util {
 
 namespace {
@@ -103,7 +109,8 @@ std::uint64_t EqualBytes(std::uint64_t nWord, std::uint64_t nSame) {
 }
 
 // Writes strText with every cFrom as strTo to p, where there is room for it and eight bytes more.
-// For hits that are far between: eight bytes a step.
+// Fast path for hits that are far between: eight bytes a step, half of the best peer's time (row
+// replace of figures.md).
 void WriteReplacedSparsely(std::string_view strText, char cFrom, std::string_view strTo, char* p) {
     const std::uint64_t nSame = 0x0101010101010101UL * static_cast<unsigned char>(cFrom);
     const char* pFrom = strText.data();
@@ -131,7 +138,8 @@ void WriteReplacedSparsely(std::string_view strText, char cFrom, std::string_vie
             *p++ = *pFrom;
 }
 
-// The same for many hits and two characters for one: without a branch, both are always written.
+// Fast path for many hits and two characters for one: without a branch, which would be guessed
+// wrongly at every other character; both are always written (row replace_dense of figures.md).
 void WriteDoubledDensely(std::string_view strText, char cFrom, std::string_view strTo, char* p) {
     const int nTurned = cFrom ^ strTo[0];
     for (const char c : strText) {

@@ -12,6 +12,9 @@
 
 #include <cstdio>
 
+// What NEs reply and what becomes of it: which codes are errors worth telling of, their way into
+// the error log of operations, and the texts of node identifiers. Everything that reaches the
+// platform is guarded, so a bad reply costs at most its own line.
 namespace NSTN_util {
 
 namespace {

@@ -5,6 +5,10 @@
 
 #include <algorithm>
 
+// Values of messages as an indented text, a line for each part. A value appends its own text to one
+// string and hands it on to its parts, so the cost is the characters written. Names and texts are
+// escaped: a value cannot forge a line of a log.
+
 AsnType::~AsnType() = default;
 
 namespace {

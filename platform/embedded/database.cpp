@@ -18,6 +18,11 @@
 #include <thread>
 #include <vector>
 
+// SQLite behind owners: a connection, a statement and a transaction each end with their object.
+// SQLite holds locks by process and may not be carried over a fork. So each connection remembers
+// the process that made it; a child closes what it inherited before it opens anything, without
+// writing, and refuses to go on with it. The fork gate keeps a fork away while SQLite is at work.
+// Waiting for others ends at a deadline that the owner sets.
 namespace zemb {
 
 // What stands behind a Database and its statements. It outlives them in a child process, where

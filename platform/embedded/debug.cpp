@@ -23,6 +23,11 @@
 #include <utility>
 #include <vector>
 
+// Channels of lines, one for each module, that live to the end of the process. A line goes through
+// the taps of the host or of a test, the last one first, and then into the module's log file. As
+// long as there is none, a line looks at one counter and takes no lock for them. No lock is held
+// while a tap runs, so it may write a line itself.
+
 TEDebugInterface::~TEDebugInterface() = default;
 TEDebugCommand::~TEDebugCommand() = default;
 

@@ -9,6 +9,8 @@
 #include <deque>
 #include <mutex>
 
+// What NEs replied that somebody should know of, in memory: the last 1,000 errors, each bounded in
+// numbers and text, so that a flood costs no more than that.
 namespace NSTE_util {
 
 TEOperErrorLogIF::~TEOperErrorLogIF() = default;

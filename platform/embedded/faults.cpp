@@ -7,6 +7,9 @@
 #include <mutex>
 #include <stdexcept>
 
+// Makes calls of the platform fail for tests. A call that reaches the world asks here at its fault
+// point, which costs one atomic look as long as no test has a plan. A plan counts the points that
+// are passed, and at the one that it names the call fails, throws, or rests until it is released.
 namespace zemb {
 
 struct ScopedFault::Plan {

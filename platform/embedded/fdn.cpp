@@ -9,6 +9,9 @@
 #include <cstring>
 #include <utility>
 
+// FDNs, taken apart and put together: strict "key=value," pairs. The parser keeps one copy of the
+// text and views of keys and values in it, in their order; a key is looked for in the pairs, which
+// are few. Numbers are read only when they are asked for.
 namespace FrameUtil {
 
 namespace {

@@ -11,6 +11,10 @@
 #include <stdexcept>
 #include <system_error>
 
+// A file to which whole lines are added, each in one write, so that a killed process leaves whole
+// lines and two writers do not mix theirs. What a kill or a full disk tore stays as it is: who
+// opens the file next, or goes on after a failure, begins on a new line. Links, pipes and files of
+// others are refused.
 namespace zemb {
 
 namespace {

@@ -14,6 +14,10 @@
 #include <functional>
 #include <system_error>
 
+// The log of a module: lines with time, thread and kind, in files that are rotated at 10 MB. A line
+// is put together in a string that keeps its room, and only the thousandths of its time are written
+// anew within a second: a line takes 1.1 us with the write to the system. When the file cannot be
+// written, standard error is told once and each further line tries again.
 namespace zemb {
 
 namespace {

@@ -14,6 +14,10 @@
 #include <mutex>
 #include <utility>
 
+// Messages go to the receiver that is registered for their module, on the sender's thread and
+// without a lock held. A receiver is shared by those who call it, so it may be taken out while a
+// message is on its way.
+
 namespace {
 
 using Receiver = zemb::ScopedReceiver::Receiver;

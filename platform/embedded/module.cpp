@@ -20,6 +20,11 @@
 #include <typeinfo>
 #include <vector>
 
+// Loads, starts and stops modules. A module registers itself while its shared object is loaded; an
+// object that brought none is told from one that is there already by looking where the classes of
+// the known modules come from. Nothing is ever unloaded, as threads may still run in it, and no
+// lock is held while a module works.
+
 ModuleInterface::~ModuleInterface() = default;
 ModuleObject::~ModuleObject() = default;
 ModuleMgr::~ModuleMgr() = default;

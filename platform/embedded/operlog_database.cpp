@@ -13,6 +13,10 @@
 #include <string_view>
 #include <system_error>
 
+// The table of the operation log and how it is made, written and, when it is damaged, put aside. An
+// entry that a failing disk may or may not have kept remembers its row, and is looked for there
+// before it is written again. Processes that find the same damage exchange the file once: under a
+// lock, and only while it still is the one that was found damaged.
 namespace zemb {
 
 namespace {

@@ -14,6 +14,10 @@
 #include <string_view>
 #include <thread>
 
+// Reading, verifying and pruning the operation log. A filter becomes one SQL condition with bound
+// values. Old entries are deleted some thousand at once, with a pause between, so that writers get
+// in. A log of another user that nobody has open is read as it stands: files that SQLite would make
+// beside it would keep its owner out.
 namespace zemb {
 
 namespace {

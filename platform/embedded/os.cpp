@@ -13,6 +13,11 @@
 #include <memory>
 #include <utility>
 
+// Files and folders by the calls of the system. A tree is walked relative to open folders, so an
+// exchanged link leads nowhere else; only the lowest eight are kept open, and a folder above is
+// opened again as ".." and compared with what it was. What is deleted is listed first, because
+// reading a folder while entries vanish is not defined.
+
 namespace {
 
 const char* Text(const char* szPath) {

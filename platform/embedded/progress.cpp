@@ -18,6 +18,8 @@
 #include <unordered_map>
 #include <utility>
 
+// The progress of tasks: missions, percent, scales and the wish to abort, in one table under one
+// lock. Listeners are copied under it and called without it.
 namespace NSTE_util {
 
 ClientMissionID::ClientMissionID(std::uint32_t nMissionOf, const ZembCmdMSG* pReqMsg)

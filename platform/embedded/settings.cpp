@@ -18,6 +18,10 @@
 #include <optional>
 #include <string_view>
 
+// Where the process stands: root, state folder and language, each as the host has set it, else as
+// the environment says at the call. Each change by the host raises a generation, by which open log
+// files see that they belong elsewhere. Items are read from their file at every call, as only the
+// start asks for them.
 namespace NSTE_util {
 
 const char* emscfgfile = nullptr;

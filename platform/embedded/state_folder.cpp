@@ -10,6 +10,9 @@
 #include <filesystem>
 #include <system_error>
 
+// Makes folders and files in the state folder. A new file is written under another name, brought to
+// the disk and renamed, and never takes the place of one that is there; no link is followed.
+// Folders are brought to the disk too, so that a power cut does not undo the name.
 namespace zemb {
 
 namespace {

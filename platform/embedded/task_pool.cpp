@@ -12,6 +12,9 @@
 #include <utility>
 #include <vector>
 
+// Threads that work on tasks from one bounded queue: who submits waits for room. While a task runs
+// it is the current one of its thread. Cancels are held off in the pool's own threads; what a task
+// throws becomes a line of the log.
 namespace zemb {
 
 namespace {

@@ -7,6 +7,10 @@
 #include <limits>
 #include <string_view>
 
+// Trimming, tokens, numbers and number lists as the platform's contract has them, stricter than the
+// library's own readers. A list names at most NUM_LIST_MAX numbers, so that a few characters cannot
+// ask for all memory.
+
 namespace {
 
 // As strtol reads a number that is the whole text, blanks around it aside, but without "0x"; what

@@ -13,6 +13,9 @@
 #include <map>
 #include <utility>
 
+// Looks over a file of items with the eyes of its readers: lines that are left out, keys that come
+// again, values that are no integer or wrap around. Of the files whose keys are known, it also
+// names keys that nobody reads, with the nearest one that somebody does.
 // The format: docs/formats/item-file.md.
 namespace host {
 

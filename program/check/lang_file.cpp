@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <filesystem>
 
+// Reads the files of a language folder with the place of each key. Several folders are compared key
+// by key: each language must have what any other has.
 // The format: docs/formats/language-files.md.
 namespace host {
 

@@ -1,5 +1,3 @@
-// What a table as a whole lacks. All of it is reckoned with runs of operations: a line may name a
-// million of them in a few characters, and its findings name them the same way.
 #include "check/mutex_file.h"
 
 #include <algorithm>
@@ -7,6 +5,8 @@
 #include <tuple>
 #include <utility>
 
+// What a table as a whole lacks. All of it is reckoned with runs of operations: a line may name a
+// million of them in a few characters, and its findings name them the same way.
 namespace host {
 
 namespace {

@@ -8,6 +8,9 @@
 #include <algorithm>
 #include <cctype>
 
+// Reads a table file as the library does, but keeps where each fact stands and says what is wrong
+// with a line. Operations are kept as spans with the place that named them first, so a million
+// neighbours of one line take the room of one.
 // The format: docs/formats/mutex-table-file.md.
 namespace host {
 

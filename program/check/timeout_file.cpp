@@ -10,6 +10,9 @@
 #include <climits>
 #include <cstdlib>
 
+// Reads a time-out file as the library does, with the line of each number, so that an answer can be
+// explained. A second file goes over the first as in the library: lines that are gone keep their
+// effect.
 // The format: docs/formats/timeout-file.md.
 namespace host {
 

@@ -10,6 +10,8 @@
 #include <sstream>
 #include <vector>
 
+// A message value from JSON. Members keep the order of the file, which the parser tells by their
+// places. Anything that JSON can say and a message cannot is refused with its line.
 namespace host {
 
 namespace {

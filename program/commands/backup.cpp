@@ -17,6 +17,9 @@
 #include <sstream>
 #include <utility>
 
+// Shows, reads and builds backup texts. A value is cut out twice: as it is shown, by the strict
+// reader of this program, and as a server process would, by the library. Where the two differ the
+// user is told. What is built is read back before it is given out.
 namespace host {
 
 namespace {

@@ -13,6 +13,10 @@
 #include <iterator>
 #include <tuple>
 
+// A strict reader of backup texts. The library's readers take the first thing that looks like what
+// they want, inside of values too; this one follows the grammar and reports each place where a
+// reader would find something else. All tags that were met are kept by name and place, so each
+// check is a search in them. The text is walked without recursion, however deep it is.
 namespace host {
 
 namespace {

@@ -8,6 +8,9 @@
 
 #include <memory>
 
+// Shows items as a process reads them, with the library's own reader, and sets one
+// (item_writer.cpp). In a script a file keeps its reader, so that a change is seen when a process
+// would see it.
 namespace host {
 
 namespace {

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <memory>
 
+// Runs the checks of configuration files and sums up what they find. With --strict warnings are
+// faults too.
 namespace host {
 
 namespace {

@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+// The completion script for bash, out of the table of commands: a case for each command and each of
+// its own commands, with the words that may follow.
 namespace host {
 
 namespace {

@@ -17,6 +17,8 @@
 #include <cstring>
 #include <memory>
 
+// Threads, traces of messages, and events, as a server process meets them. While such a command
+// runs the lines that the library logs are shown as they come.
 namespace host {
 
 namespace {

@@ -31,6 +31,9 @@
 #include <filesystem>
 #include <regex>
 
+// Looks over what the program stands on, one thing after the other, and names for each fault the
+// command to run next. It uses the checks of the other commands, and a probe file, deleted at once,
+// that tells the clock of the file system.
 namespace host {
 
 namespace {

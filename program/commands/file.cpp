@@ -8,6 +8,8 @@
 #include <limits>
 #include <memory>
 
+// Paths, sizes, listings and pruning by the library's own functions. A dry run of pruning goes by
+// the same sorted list that the deletion takes.
 namespace host {
 
 namespace {

@@ -10,6 +10,8 @@
 #include <iostream>
 #include <memory>
 
+// The command that reads commands, and those that tell about commands. Where input and output are
+// terminals it gives a prompt; otherwise it runs what it reads as a script.
 namespace host {
 
 namespace {

@@ -14,6 +14,9 @@
 
 #include <filesystem>
 
+// Changes one item of a file and nothing else: comments, order and line ends stay. The last line of
+// a key is changed, as it is the one that counts; the new text is read back before it replaces the
+// file, whole and under a lock.
 namespace host {
 
 namespace {

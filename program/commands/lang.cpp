@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <memory>
 
+// Loads language texts as a process does, looks keys up, and lists what one of two languages lacks.
 namespace host {
 
 namespace {

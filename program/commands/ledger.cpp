@@ -8,6 +8,9 @@
 #include <algorithm>
 #include <charconv>
 
+// The book beside the library's manager. To explain a refusal it goes through its grants in the
+// order of the manager's own three reasons, and picks the lowest operation as the manager does; so
+// what it names is what decided. A walk over all grants is enough here, because a person asks.
 namespace host {
 
 using NSTE_util::TEOperObject;

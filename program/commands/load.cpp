@@ -22,6 +22,10 @@
 #include <mutex>
 #include <random>
 
+// Runs operations on many NEs by many threads, and keeps a book of its own beside the library: an
+// operation enters the book after it was granted and leaves it before it is given back, so two
+// conflicting entries prove a fault. In the end everything is asked for once more, and the entries
+// of the log are counted.
 namespace host {
 
 namespace {

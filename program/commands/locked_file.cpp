@@ -15,6 +15,9 @@
 #include <sstream>
 #include <thread>
 
+// A file that this process has locked for itself (flock). A file may be exchanged while one waits
+// for its lock, so the name is looked at again once the lock is there. Who holds it is read from
+// the system's list of locks, to be named to the user.
 namespace host {
 
 namespace {

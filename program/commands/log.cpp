@@ -15,6 +15,9 @@
 #include <memory>
 #include <utility>
 
+// Shows lines of a log, and new ones as they come. A line that does not end yet is read again at
+// the next look. When the file gave way to a new one, its rest is shown first, as nobody writes
+// into it any more.
 namespace host {
 
 namespace {

@@ -12,6 +12,8 @@
 #include <map>
 #include <memory>
 
+// Modules and settings of the process. For each setting it shows the value in force, the file that
+// it comes from, and what that file says now if it is something else.
 namespace host {
 
 namespace {

@@ -4,6 +4,8 @@
 
 #include <memory>
 
+// Loads table files, and shows them as a matrix or a graph. Both have an entry for each pair of
+// operations, so a table that names too many is refused.
 namespace host {
 
 namespace {

@@ -9,6 +9,10 @@
 #include <cstring>
 #include <filesystem>
 
+// A file that takes its place when it is whole: written under another name in the same folder,
+// brought to the disk, renamed. It never has more rights than the old one, and its modification
+// time is behind that of the old one, so that readers who compare times see the change. What
+// somebody else put there meanwhile is left alone.
 namespace host {
 
 namespace {

@@ -11,6 +11,9 @@
 #include <cstdint>
 #include <memory>
 
+// Identifiers, numbers, addresses and lists in all their forms, by the library's own readers. These
+// take more than they can keep, so each text is compared with what it was read as, and a loss is
+// told.
 namespace host {
 
 namespace {

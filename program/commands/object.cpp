@@ -13,6 +13,9 @@
 #include <map>
 #include <memory>
 
+// Function blocks, FDNs and OTN paths taken apart. The slots that a path takes are drawn from what
+// the library answers, not from a table of its own, so the picture cannot disagree with the
+// library.
 namespace host {
 
 namespace {

@@ -11,6 +11,9 @@
 #include <cstdlib>
 #include <memory>
 
+// Asks for operations and gives them back, with the book of the host beside the manager (ledger.h),
+// so that a refusal can be explained. A request whose answer would look like a grant though it is
+// none is not made: giving it back would take away what somebody else holds.
 namespace host {
 
 using NSTE_util::TEMutexOperMgr;

@@ -20,6 +20,10 @@
 #include <filesystem>
 #include <memory>
 
+// Shows, follows, exports, verifies and prunes the operation log. Entries go one by one from the
+// database to the output, so an export of any size takes little memory; a file that is exported is
+// put in its place when it is whole. Texts of entries are escaped, for terminals and for
+// spreadsheets.
 namespace host {
 
 namespace {

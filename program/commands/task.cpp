@@ -11,6 +11,8 @@
 
 #include <memory>
 
+// Tasks as a server process runs them, in the foreground or stopped behind their first step, with
+// their progress and the errors that were reported.
 namespace host {
 
 namespace {

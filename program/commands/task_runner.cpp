@@ -14,6 +14,9 @@
 #include <functional>
 #include <future>
 
+// Runs an operation from the command to the log entry, on the threads of a pool. A task in the
+// background waits behind its first step until it is told to go on; so scripts can look at it while
+// it holds its NE, and always see the same.
 namespace host {
 
 namespace {

@@ -8,6 +8,8 @@
 #include <map>
 #include <memory>
 
+// Trimming, replacing, matching and LIKE patterns by the library's own functions, which a table
+// leads to by name.
 namespace host {
 
 namespace {

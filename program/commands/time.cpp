@@ -16,6 +16,8 @@
 #include <cstdlib>
 #include <memory>
 
+// Times in both directions, the zone of the process and its clock. What was typed is compared with
+// what it was read as, so an hour that the clocks leave out is told.
 namespace host {
 
 namespace {

@@ -11,6 +11,9 @@
 #include <optional>
 #include <set>
 
+// Tells a time-out and the lines that led to it. The library answers; the steps are reckoned beside
+// it from the file with its places. When both differ, the library may have read a changed file
+// meanwhile, so the file of now is tried before anything is said.
 namespace host {
 
 namespace {

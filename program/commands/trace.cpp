@@ -11,6 +11,8 @@
 #include <memory>
 #include <utility>
 
+// Writes lines to logs through the library's formatter, and shows lines as they come. The overload
+// for the number of arguments is picked at run time.
 namespace host {
 
 namespace {

@@ -5,6 +5,7 @@
 
 #include <memory>
 
+// Marks trails as busy through the library's guards, one for each holder that the user names.
 namespace host {
 
 namespace {

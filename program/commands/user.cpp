@@ -11,6 +11,8 @@
 
 #include <memory>
 
+// Values of users, node identifiers and call chains, each as a server process would ask the library
+// for it.
 namespace host {
 
 namespace {

@@ -20,6 +20,9 @@
 #include <optional>
 #include <string>
 
+// Commands from a script or a terminal. A line is split into words much as a shell does it. A
+// script ends at the first failure but goes on after an answer "no", because refusals are what many
+// scripts want to show.
 namespace host {
 
 namespace {

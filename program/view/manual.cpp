@@ -7,6 +7,9 @@
 
 #include <sstream>
 
+// The manual page, out of the table of commands and their arguments, so that page and program
+// cannot disagree. What is not in the table (exit status, variables, files) stands in tables of its
+// own here.
 namespace host {
 
 namespace {

@@ -13,6 +13,9 @@
 #include <iostream>
 #include <string_view>
 
+// What the program prints, as text or as JSON. With JSON standard output is moved aside at once:
+// the library prints some lines of its own, and none of them may come between the objects. Control
+// characters are escaped on the way to a terminal, as texts of logs and files must not steer it.
 namespace host {
 
 void FailWithErrno(const std::string& strFile) {

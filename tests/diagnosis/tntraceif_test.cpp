@@ -45,6 +45,7 @@ protected:
         m_debug.Take();
     }
     ~AdvAsnTraceTest() override {
+        RefreshAdvAsnTraceSwitch(1);  // as the process began
         zemb::ResetRootPath();
         NSTE_util::TNReqTimeoutIF::Destroy();
     }
