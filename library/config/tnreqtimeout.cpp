@@ -1,6 +1,7 @@
 #include "config/tnreqtimeoutimpl.h"
 
 #include "base/cancel_hold.h"
+#include "config/check_due.h"
 #include "files/read_file.h"
 #include "text/read_number.h"
 #include "tovelkarin/nml_filemgr.h"
@@ -24,7 +25,6 @@ namespace {
 
 constexpr int DEFAULT_TIMEOUT = 60;         // seconds
 constexpr int DUAL_WITHOUT_ENTRY = 604800;  // seconds: seven days
-constexpr std::int64_t CHECKED_LATELY = 300;
 
 constexpr const char* SECTION_COMMON = "cmdreq_common_config";
 constexpr const char* SECTION_TIMEOUT = "cmdreq_command_timeout";
@@ -183,8 +183,7 @@ void TNReqTimeoutImpl::LoadCommands(const NSTN_util::SectionLines& mapSection,
 
 bool TNReqTimeoutImpl::IsNeedReloadCfgFile() {
     const std::int64_t tNow = NSTN_util::GetCurUtcTime();
-    const std::int64_t tLast = m_tLastCheckTime.load(std::memory_order_relaxed);
-    if (tNow - tLast <= CHECKED_LATELY && tLast - tNow <= CHECKED_LATELY)
+    if (!NSTN_util::IsCheckDue(tNow, m_tLastCheckTime.load(std::memory_order_relaxed)))
         return false;
     std::string strFile;
     std::int64_t tLoaded = 0;

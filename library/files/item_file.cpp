@@ -1,5 +1,6 @@
 #include "files/item_file.h"
 
+#include "base/item_line.h"
 #include "files/bounded_lines.h"
 #include "text/trim.h"
 #include "trace/trace_line.h"
@@ -113,7 +114,7 @@ bool ReadItem(std::string_view strLine, Item& item) {
 void ReadItems(std::string_view strText, std::map<std::string, std::string>& mapItem) {
     std::vector<Item> vecItem;
     bool bSorted = true;
-    BoundedLines lines(strText, ITEM_LINE_MAX);
+    BoundedLines lines(strText, base::ITEM_LINE_MAX);
     Item item;
     for (std::string_view strLine; lines.Next(strLine);) {
         if (!ReadItem(strLine, item))

@@ -53,7 +53,7 @@ void LangFolder::ReadLine(const Place& place) {
             Add(ESeverity::ERROR, place, pPart == &strKey ? 0 : nEqual + 1,
                 std::string(pPart == &strKey ? "key" : "text") + " of " +
                     Counted(pPart->size(), "byte") + ": it is cut",
-                "at most 1023 bytes");
+                "at most " + std::to_string(ZEMB_LINE_BUFFER - 1) + " bytes");
     if (strText.empty())
         Add(ESeverity::WARNING, place, nEqual + 1, "'" + strKey + "' has no text",
             "a text; an empty one reads like a missing key");
