@@ -2,8 +2,8 @@
 
 #include "base/cancel_hold.h"
 #include "config/check_due.h"
+#include "config/timeout_format.h"
 #include "files/read_file.h"
-#include "text/read_number.h"
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/held_lines.h"
@@ -13,9 +13,7 @@
 #include <ace/Guard_T.h>
 #include <ace/OS_NS_stdio.h>
 
-#include <algorithm>
 #include <iterator>
-#include <limits>
 #include <memory>
 
 // The format: docs/formats/timeout-file.md.
@@ -26,26 +24,8 @@ namespace {
 constexpr int DEFAULT_TIMEOUT = 60;         // seconds
 constexpr int DUAL_WITHOUT_ENTRY = 604800;  // seconds: seven days
 
-constexpr const char* SECTION_COMMON = "cmdreq_common_config";
-constexpr const char* SECTION_TIMEOUT = "cmdreq_command_timeout";
-constexpr const char* SECTION_DUAL = "cmdreq_timedual_do";
-
 using ReadGuard = ACE_Read_Guard<ACE_RW_Thread_Mutex>;
 using WriteGuard = ACE_Write_Guard<ACE_RW_Thread_Mutex>;
-
-int CutToInt(long nValue) {
-    return static_cast<int>(
-        std::clamp<long>(nValue, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
-}
-
-// The integer behind the first "=", 0 without one; false without "=".
-bool ReadBehindEqual(std::string_view strLine, int& nValue) {
-    const std::size_t nEqual = strLine.find('=');
-    if (nEqual == std::string_view::npos)
-        return false;
-    nValue = CutToInt(NSTN_util::ReadLong(strLine.substr(nEqual + 1), 10).nValue);
-    return true;
-}
 
 int PositiveOrDefault(long nSeconds) {
     return nSeconds > 0 ? CutToInt(nSeconds) : DEFAULT_TIMEOUT;
@@ -136,9 +116,9 @@ int TNReqTimeoutImpl::LoadCfg(const std::string& strFile) {
         ACE_OS::printf("Warning:cfg file (%s) missing section %s, load failed!", strFile.c_str(),
                        SECTION_COMMON);
     } else {
-        m_nDefaultTimeout = getattribute(itCommon->second, "default_timeout", DEFAULT_TIMEOUT);
-        m_nOffsetTime = getattribute(itCommon->second, "offset_time", 0);
-        m_bNeedAutoRefresh = getattribute(itCommon->second, "need_auto_refresh", 0) != 0;
+        m_nDefaultTimeout = getattribute(itCommon->second, KEY_DEFAULT_TIMEOUT, DEFAULT_TIMEOUT);
+        m_nOffsetTime = getattribute(itCommon->second, KEY_OFFSET_TIME, 0);
+        m_bNeedAutoRefresh = getattribute(itCommon->second, KEY_AUTO_REFRESH, 0) != 0;
     }
     LoadCommands(mapSection, SECTION_TIMEOUT, m_mapCmdTimeout);
     LoadCommands(mapSection, SECTION_DUAL, m_mapTimeDual);
@@ -155,14 +135,9 @@ bool TNReqTimeoutImpl::LoadCfgFileContent(const std::string& strFile, std::strin
 }
 
 int TNReqTimeoutImpl::getattribute(const Lines& vecLine, std::string_view strKey, int nDefault) {
-    for (const std::string_view strLine : vecLine) {
-        // Deliberate: the first line with the key anywhere in it, also within a longer one.
-        if (strLine.find(strKey) == std::string_view::npos)
-            continue;
-        int nValue = 0;
-        ReadBehindEqual(strLine, nValue);
-        return nValue;
-    }
+    for (const std::string_view strLine : vecLine)
+        if (HasKey(strLine, strKey))
+            return BehindEqual(strLine).nValue;
     return nDefault;
 }
 
@@ -173,11 +148,9 @@ void TNReqTimeoutImpl::LoadCommands(const NSTN_util::SectionLines& mapSection,
         return;
     auto itNext = mapSeconds.end();  // commands that rise need no search
     for (const std::string_view strLine : itSection->second) {
-        const NSTN_util::LongRead cmd = NSTN_util::ReadLong(strLine, 10);
-        int nSeconds = 0;
-        if (cmd.nEnd == 0 || !ReadBehindEqual(strLine, nSeconds))
-            continue;
-        itNext = std::next(mapSeconds.insert_or_assign(itNext, CutToInt(cmd.nValue), nSeconds));
+        const CommandLine line(strLine);
+        if (line.bTaken)
+            itNext = std::next(mapSeconds.insert_or_assign(itNext, line.nCmd, line.seconds.nValue));
     }
 }
 
