@@ -2,7 +2,6 @@
 
 #include "base/item_line.h"
 #include "files/bounded_lines.h"
-#include "text/trim.h"
 #include "trace/trace_line.h"
 
 #include <algorithm>
@@ -94,19 +93,13 @@ void PutByRank(const std::vector<Item>& vecItem, const std::vector<Rank>& vecRan
     }
 }
 
-// One line; false when it holds no item.
+// False when the line holds no item.
 bool ReadItem(std::string_view strLine, Item& item) {
-    strLine = TrimBlanks(strLine);
-    if (strLine.empty() || strLine.front() == '#')
-        return false;
-    const std::size_t nEqual = strLine.find('=');
-    if (nEqual == std::string_view::npos) {
-        Report(" TNReadCfg_SplitStrBySeparator (%s) error! ", std::string(strLine));
-        return false;
-    }
-    item.strKey = TrimBlanks(strLine.substr(0, nEqual));
-    item.strValue = TrimBlanks(strLine.substr(nEqual + 1));
-    return true;
+    const base::ItemLine line = base::ReadItemLine(strLine);
+    if (line.eKind == base::EItemLine::NO_EQUAL)
+        Report(" TNReadCfg_SplitStrBySeparator (%s) error! ", std::string(line.strText));
+    item = {line.strKey, line.strValue};
+    return line.eKind == base::EItemLine::ITEM;
 }
 
 }  // namespace

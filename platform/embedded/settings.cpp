@@ -147,10 +147,9 @@ std::optional<std::string> FindItem(std::string_view strKey, const std::string& 
     std::optional<std::string> strFound;
     char szLine[base::ITEM_LINE_MAX + 1];
     while (file.getline(szLine, sizeof szLine) || file.gcount() > 0) {
-        std::string_view strItem;
-        std::string_view strValue;
-        if (SplitItem(szLine, strItem, strValue) && strItem == strKey)
-            strFound = strValue;
+        const base::ItemLine item = base::ReadItemLine(szLine);
+        if (item.eKind == base::EItemLine::ITEM && item.strKey == strKey)
+            strFound = item.strValue;
         if (!file)
             break;  // a line too long ends the reading, its beginning counts
     }

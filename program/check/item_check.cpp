@@ -77,12 +77,13 @@ private:
 
     void CheckLine(Place place) {
         place.strText = NSTN_util::Trim(place.strText.c_str());  // as the reader: to a zero byte
-        if (place.strText.empty() || place.strText.front() == '#')
+        const base::ItemLine line = base::ReadItemLine(place.strText);
+        if (line.eKind == base::EItemLine::NOTHING)
             return;
-        std::string strKey;
-        std::string strValue;
-        if (!NSTN_util::SplitStrBySeparator(place.strText, "=", strKey, strValue))
+        if (line.eKind == base::EItemLine::NO_EQUAL)
             return Add(ESeverity::ERROR, place, 0, "no '=': the line is left out", "key = value");
+        const std::string strKey(line.strKey);
+        const std::string strValue(line.strValue);
         const std::size_t nValue =
             strValue.empty() ? place.strText.size() : place.strText.size() - strValue.size();
         if (strKey.empty())

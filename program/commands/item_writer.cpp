@@ -52,11 +52,8 @@ bool FindValue(const std::string& strFile, const std::string& strText, const std
                                               std::to_string(base::ITEM_LINE_MAX) +
                                               " characters, or a zero byte, "
                                               "hides from readers what follows");
-        std::string strLeft;
-        std::string strRight;
-        if (line.place.strText.find('#') != 0 &&
-            NSTN_util::SplitStrBySeparator(line.place.strText, "=", strLeft, strRight) &&
-            strLeft == strKey) {
+        const base::ItemLine item = base::ReadItemLine(strLine);
+        if (item.eKind == base::EItemLine::ITEM && item.strKey == strKey) {
             bFound = true;
             value = {line.nStart + strLine.find('=') + 1,
                      line.nStart + NSTN_util::RTrim(strLine).size()};
