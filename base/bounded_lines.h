@@ -19,19 +19,30 @@ public:
         if (m_strRest.empty())
             return false;
         const std::size_t nEnd = m_strRest.substr(0, m_nMaxLine + 1).find('\n');
-        const bool bTooLong = nEnd == std::string_view::npos && m_strRest.size() > m_nMaxLine;
+        ++m_nNumber;
+        m_bTooLong = nEnd == std::string_view::npos && m_strRest.size() > m_nMaxLine;
         strLine = m_strRest.substr(0, std::min(nEnd, m_nMaxLine));
-        strLine = strLine.substr(0, strLine.find('\0'));
-        if (bTooLong || nEnd == std::string_view::npos)
+        const std::size_t nZero = strLine.find('\0');
+        m_bZeroByte = nZero != std::string_view::npos;
+        strLine = strLine.substr(0, nZero);
+        if (m_bTooLong || nEnd == std::string_view::npos)
             m_strRest = {};
         else
             m_strRest.remove_prefix(nEnd + 1);
         return true;
     }
 
+    // Of the last line: its number, from 1 on, and whether it was cut.
+    int Number() const { return m_nNumber; }
+    bool IsTooLong() const { return m_bTooLong; }
+    bool HasZeroByte() const { return m_bZeroByte; }
+
 private:
     std::string_view m_strRest;
     const std::size_t m_nMaxLine;
+    int m_nNumber = 0;
+    bool m_bTooLong = false;
+    bool m_bZeroByte = false;
 };
 
 }  // namespace base

@@ -1,6 +1,6 @@
 #include "session.h"
 
-#include "commands/root_files.h"
+#include "base/root_files.h"
 #include "commands/task_runner.h"
 #include "commands/trail_holder.h"
 #include "view/output.h"
@@ -85,10 +85,10 @@ void Session::Start(bool bAgain) {
     if (!ModuleMgr::Instance()->StartModules(strError))
         throw CommandError(SYSTEM_FAILED, strError);
     m_bStarted = true;
-    const std::string strTable = strRoot + TABLE_UNDER_ROOT;
+    const std::string strTable = strRoot + base::MUTEX_TABLE_UNDER_ROOT;
     if (!m_bTableLoaded && !strRoot.empty() && std::filesystem::exists(strTable, ignored))
         LoadTable(strTable);
-    const std::string strTimeouts = strRoot + TIMEOUTS_UNDER_ROOT;
+    const std::string strTimeouts = strRoot + base::TIMEOUTS_UNDER_ROOT;
     if (!m_bTableLoaded && !strRoot.empty() && std::filesystem::exists(strTimeouts, ignored))
         LoadTimeouts(strTimeouts);
     m_bTableLoaded = true;

@@ -1,8 +1,8 @@
 #include "tovelkarin/telangresmgr.h"
 
 #include "base/cancel_hold.h"
+#include "base/root_files.h"
 #include "config/lang_texts.h"
-#include "config/root_path.h"
 #include "files/read_file.h"
 #include "trace/singleton.h"
 #include "trace/trace_line.h"
@@ -80,7 +80,7 @@ bool TELangResMgr::GetLangPath(const char* szDir, std::string& strOutPath) {
             ACE_OS::printf("Can not find the Environment variant.");
             return;
         }
-        if (strRoot.size() > ROOT_PATH_MAX) {
+        if (strRoot.size() > base::ROOT_LENGTH_MAX) {
             ACE_OS::printf("Environment variant'length is too long, please modify.\n");
             return;
         }

@@ -1,5 +1,6 @@
 #include "tovelkarin/tnreadcfg.h"
 
+#include "config/check_due.h"
 #include "tovelkarin/nml_commondataapi.h"
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
@@ -10,12 +11,6 @@
 // items as they were. Between two looks an answer costs the present second and one search in the
 // map.
 namespace NSTN_util {
-
-namespace {
-
-constexpr std::int64_t SECONDS_BETWEEN_CHECKS = 301;
-
-}  // namespace
 
 TNReadCfg::TNReadCfg() : m_tFileModifyTime(0), m_tLastCheckTime(0), m_bLoadSuccess(false) {}
 
@@ -31,9 +26,7 @@ bool TNReadCfg::SetFileName(const std::string& strFile) {
 
 bool TNReadCfg::IsNeedReloadCfgFile() {
     const std::int64_t tNow = GetCurUtcTime();
-    // Either way: a clock that was set back makes a check due too.
-    if (tNow - m_tLastCheckTime < SECONDS_BETWEEN_CHECKS &&
-        m_tLastCheckTime - tNow < SECONDS_BETWEEN_CHECKS)
+    if (!IsCheckDue(tNow, m_tLastCheckTime))
         return false;
     m_tLastCheckTime = tNow;
     return true;

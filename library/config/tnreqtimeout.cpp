@@ -3,6 +3,8 @@
 #include "base/cancel_hold.h"
 #include "base/cut_to_int.h"
 #include "base/read_number.h"
+#include "config/check_due.h"
+#include "config/timeout_format.h"
 #include "files/read_file.h"
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
@@ -28,23 +30,9 @@ namespace {
 
 constexpr int DEFAULT_TIMEOUT = 60;         // seconds
 constexpr int DUAL_WITHOUT_ENTRY = 604800;  // seconds: seven days
-constexpr std::int64_t CHECKED_LATELY = 300;
-
-constexpr const char* SECTION_COMMON = "cmdreq_common_config";
-constexpr const char* SECTION_TIMEOUT = "cmdreq_command_timeout";
-constexpr const char* SECTION_DUAL = "cmdreq_timedual_do";
 
 using ReadGuard = ACE_Read_Guard<ACE_RW_Thread_Mutex>;
 using WriteGuard = ACE_Write_Guard<ACE_RW_Thread_Mutex>;
-
-// The integer behind the first "=", 0 without one; false without "=".
-bool ReadBehindEqual(std::string_view strLine, int& nValue) {
-    const std::size_t nEqual = strLine.find('=');
-    if (nEqual == std::string_view::npos)
-        return false;
-    nValue = base::CutToInt(base::ReadLong(strLine.substr(nEqual + 1), 10).nValue);
-    return true;
-}
 
 int PositiveOrDefault(long nSeconds) {
     return nSeconds > 0 ? base::CutToInt(nSeconds) : DEFAULT_TIMEOUT;
@@ -135,9 +123,9 @@ int TNReqTimeoutImpl::LoadCfg(const std::string& strFile) {
         ACE_OS::printf("Warning:cfg file (%s) missing section %s, load failed!", strFile.c_str(),
                        SECTION_COMMON);
     } else {
-        m_nDefaultTimeout = getattribute(itCommon->second, "default_timeout", DEFAULT_TIMEOUT);
-        m_nOffsetTime = getattribute(itCommon->second, "offset_time", 0);
-        m_bNeedAutoRefresh = getattribute(itCommon->second, "need_auto_refresh", 0) != 0;
+        m_nDefaultTimeout = getattribute(itCommon->second, KEY_DEFAULT_TIMEOUT, DEFAULT_TIMEOUT);
+        m_nOffsetTime = getattribute(itCommon->second, KEY_OFFSET_TIME, 0);
+        m_bNeedAutoRefresh = getattribute(itCommon->second, KEY_AUTO_REFRESH, 0) != 0;
     }
     LoadCommands(mapSection, SECTION_TIMEOUT, m_mapCmdTimeout);
     LoadCommands(mapSection, SECTION_DUAL, m_mapTimeDual);
@@ -154,14 +142,9 @@ bool TNReqTimeoutImpl::LoadCfgFileContent(const std::string& strFile, std::strin
 }
 
 int TNReqTimeoutImpl::getattribute(const Lines& vecLine, std::string_view strKey, int nDefault) {
-    for (const std::string_view strLine : vecLine) {
-        // Deliberate: the first line with the key anywhere in it, also within a longer one.
-        if (strLine.find(strKey) == std::string_view::npos)
-            continue;
-        int nValue = 0;
-        ReadBehindEqual(strLine, nValue);
-        return nValue;
-    }
+    for (const std::string_view strLine : vecLine)
+        if (HasKey(strLine, strKey))
+            return BehindEqual(strLine).nValue;
     return nDefault;
 }
 
@@ -172,19 +155,15 @@ void TNReqTimeoutImpl::LoadCommands(const NSTN_util::SectionLines& mapSection,
         return;
     auto itNext = mapSeconds.end();  // commands that rise need no search
     for (const std::string_view strLine : itSection->second) {
-        const base::LongRead cmd = base::ReadLong(strLine, 10);
-        int nSeconds = 0;
-        if (cmd.nEnd == 0 || !ReadBehindEqual(strLine, nSeconds))
-            continue;
-        itNext =
-            std::next(mapSeconds.insert_or_assign(itNext, base::CutToInt(cmd.nValue), nSeconds));
+        const CommandLine line(strLine);
+        if (line.bTaken)
+            itNext = std::next(mapSeconds.insert_or_assign(itNext, line.nCmd, line.seconds.nValue));
     }
 }
 
 bool TNReqTimeoutImpl::IsNeedReloadCfgFile() {
     const std::int64_t tNow = NSTN_util::GetCurUtcTime();
-    const std::int64_t tLast = m_tLastCheckTime.load(std::memory_order_relaxed);
-    if (tNow - tLast <= CHECKED_LATELY && tLast - tNow <= CHECKED_LATELY)
+    if (!NSTN_util::IsCheckDue(tNow, m_tLastCheckTime.load(std::memory_order_relaxed)))
         return false;
     std::string strFile;
     std::int64_t tLoaded = 0;

@@ -1,5 +1,6 @@
 #include "tovelkarin/tntraceif.h"
 
+#include "base/root_files.h"
 #include "diagnosis/asn_sections.h"
 #include "tovelkarin/tnreqtimeout.h"
 #include "trace/trace_line.h"
@@ -21,7 +22,6 @@ namespace NSTN_util {
 
 namespace {
 
-constexpr const char* COMMON_CFG = "/etc/oss_cfg/e2e/nml_common/common.cfg";
 constexpr const char* FILE_WORD = "tntraceif";
 constexpr int LINE_EXIT = 51;  // message text
 constexpr unsigned SECTIONS = 10;
@@ -58,12 +58,12 @@ void ReadSwitches() {
     const std::string strRoot = NSTE_util::GetZEMBRootPath();
     if (strRoot.empty())
         return;
-    const std::string strFile = strRoot + COMMON_CFG;
+    const std::string strFile = strRoot + base::COMMON_UNDER_ROOT;
     // Deliberate: a failed read falls back to 1 and is then stored as 0, with both lines.
-    const int nAdvTrace = ReadSwitch(strFile, "AdvanceAsnTrace", g_nAdvTrace, FULL,
+    const int nAdvTrace = ReadSwitch(strFile, base::KEY_ADVANCE_ASN_TRACE, g_nAdvTrace, FULL,
                                      " read AdvAsnTrace failed! file = %s");
     ChangeSwitch(g_nAdvTrace, nAdvTrace, "AdvAsnTrace Configuration Changed (%d -> %d)");
-    const int nExplicity = ReadSwitch(strFile, "bExplicityTrace", g_nExplicityTrace, 0,
+    const int nExplicity = ReadSwitch(strFile, base::KEY_EXPLICITY_TRACE, g_nExplicityTrace, 0,
                                       " read bExplicityTrace failed! file = %s");
     ChangeSwitch(g_nExplicityTrace, nExplicity, "ExplicityTrace Configuration Changed (%d -> %d)");
 }

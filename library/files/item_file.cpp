@@ -1,6 +1,7 @@
 #include "files/item_file.h"
 
 #include "base/bounded_lines.h"
+#include "base/item_line.h"
 #include "base/trim.h"
 #include "trace/trace_line.h"
 
@@ -100,19 +101,13 @@ void PutByRank(const std::vector<Item>& vecItem, const std::vector<Rank>& vecRan
     }
 }
 
-// One line; false when it holds no item.
+// False when the line holds no item.
 bool ReadItem(std::string_view strLine, Item& item) {
-    strLine = base::Trim(strLine);
-    if (strLine.empty() || strLine.front() == '#')
-        return false;
-    const std::size_t nEqual = strLine.find('=');
-    if (nEqual == std::string_view::npos) {
-        Report(" TNReadCfg_SplitStrBySeparator (%s) error! ", std::string(strLine));
-        return false;
-    }
-    item.strKey = base::Trim(strLine.substr(0, nEqual));
-    item.strValue = base::Trim(strLine.substr(nEqual + 1));
-    return true;
+    const base::ItemLine line = base::ReadItemLine(strLine);
+    if (line.eKind == base::EItemLine::NO_EQUAL)
+        Report(" TNReadCfg_SplitStrBySeparator (%s) error! ", std::string(line.strText));
+    item = {line.strKey, line.strValue};
+    return line.eKind == base::EItemLine::ITEM;
 }
 
 }  // namespace
@@ -120,7 +115,7 @@ bool ReadItem(std::string_view strLine, Item& item) {
 void ReadItems(std::string_view strText, std::map<std::string, std::string>& mapItem) {
     std::vector<Item> vecItem;
     bool bSorted = true;
-    base::BoundedLines lines(strText, ITEM_LINE_MAX);
+    base::BoundedLines lines(strText, base::ITEM_LINE_MAX);
     Item item;
     for (std::string_view strLine; lines.Next(strLine);) {
         if (!ReadItem(strLine, item))

@@ -1,14 +1,11 @@
 #pragma once
 
-#include <cstddef>
 #include <map>
 #include <string>
 #include <string_view>
 
 // The configuration-item file: docs/formats/item-file.md.
 namespace NSTN_util {
-
-constexpr std::size_t ITEM_LINE_MAX = 1022;  // characters; a longer line ends the reading
 
 // Adds the items of a text to mapItem, later lines win. Reports lines without "=".
 void ReadItems(std::string_view strText, std::map<std::string, std::string>& mapItem);

@@ -1,5 +1,6 @@
 #include "tovelkarin/nml_filemgr.h"
 
+#include "base/item_line.h"
 #include "base/trim.h"
 #include "files/file_writer.h"
 #include "files/item_file.h"
@@ -397,7 +398,7 @@ int AppendCfgItemToFile(const std::string& strPath,
 
 int ReadCfgItemFromFile(const std::string& strPath, std::map<std::string, std::string>& mapItem) {
     std::string strText;
-    if (ReadFile(strPath, ITEM_LINE_MAX, strText) != EReadFile::WHOLE) {
+    if (ReadFile(strPath, base::ITEM_LINE_MAX, strText) != EReadFile::WHOLE) {
         Report("ReadCfgItemFromFile1 Open file(%s) error! ", strPath);
         return -1;
     }

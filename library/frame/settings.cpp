@@ -1,6 +1,6 @@
 #include "frame/settings.h"
 
-#include "config/root_path.h"
+#include "base/root_files.h"
 #include "tovelkarin/tntraceif.h"
 #include "tovelkarin/utilif.h"
 #include "trace/trace_line.h"
@@ -20,8 +20,6 @@ int g_nVCNExportTimerInterval = 300;
 
 namespace {
 
-constexpr const char* TRANS_EMS_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/trans_ems.cfg";
-constexpr int EXPORT_INTERVAL_MIN = 300;  // seconds
 constexpr int FOUND = 1;
 constexpr int FROM_FILE = -1;
 
@@ -37,17 +35,17 @@ struct TNIntSetting {
 
 // In the order in which they are read.
 constexpr TNBoolSetting EMS_SWITCHES[] = {
-    {"bEnableInt3", &NSTE_util::g_bEnableInt3},
-    {"bEnableLog", &NSTE_util::g_bEnableLog},
-    {"bEnableAsnLog", &NSTE_util::g_bEnableAsnLog},
-    {"bEnableMmlTrace", &NSTE_util::g_bEnableMmlTrace},
+    {base::KEY_INT3, &NSTE_util::g_bEnableInt3},
+    {base::KEY_LOG, &NSTE_util::g_bEnableLog},
+    {base::KEY_ASN_LOG, &NSTE_util::g_bEnableAsnLog},
+    {base::KEY_MML_TRACE, &NSTE_util::g_bEnableMmlTrace},
 };
 constexpr TNIntSetting EMS_NUMBERS[] = {
-    {"overtime_low", &g_OverTime_low},
-    {"overtime_mid", &g_OverTime_mid},
-    {"overtime_high", &g_OverTime_high},
+    {base::KEY_OVERTIME_LOW, &g_OverTime_low},
+    {base::KEY_OVERTIME_MID, &g_OverTime_mid},
+    {base::KEY_OVERTIME_HIGH, &g_OverTime_high},
 };
-constexpr TNIntSetting EXPORT_INTERVAL = {"VCNExportInterval", &g_nVCNExportTimerInterval};
+constexpr TNIntSetting EXPORT_INTERVAL = {base::KEY_EXPORT_INTERVAL, &g_nVCNExportTimerInterval};
 
 void ReadSetting(const TNBoolSetting& setting, const char* szFile) {
     int nValue = 0;
@@ -66,18 +64,18 @@ void ReadSetting(const TNIntSetting& setting, const char* szFile) {
 void LoadSettings() noexcept {
     GuardedCall([] {
         const std::string strRoot = NSTE_util::GetZEMBRootPath();
-        if (strRoot.empty() || strRoot.size() > ROOT_PATH_MAX)
+        if (strRoot.empty() || strRoot.size() > base::ROOT_LENGTH_MAX)
             return Report("PrintAlarmInfo Can not find the Environment variant.");
         RefreshAdvAsnTraceSwitch(FROM_FILE);
         for (const TNBoolSetting& setting : EMS_SWITCHES)
             ReadSetting(setting, NSTE_util::emscfgfile);
         for (const TNIntSetting& setting : EMS_NUMBERS)
             ReadSetting(setting, NSTE_util::emscfgfile);
-        ReadSetting(EXPORT_INTERVAL, (strRoot + TRANS_EMS_UNDER_ROOT).c_str());
+        ReadSetting(EXPORT_INTERVAL, (strRoot + base::TRANS_EMS_UNDER_ROOT).c_str());
 
         // Deliberate: 0 and negative values are not raised.
-        if (g_nVCNExportTimerInterval > 0 && g_nVCNExportTimerInterval < EXPORT_INTERVAL_MIN)
-            g_nVCNExportTimerInterval = EXPORT_INTERVAL_MIN;
+        if (g_nVCNExportTimerInterval > 0 && g_nVCNExportTimerInterval < base::EXPORT_INTERVAL_MIN)
+            g_nVCNExportTimerInterval = base::EXPORT_INTERVAL_MIN;
     });
 }
 

@@ -35,8 +35,6 @@ private:
     bool LoadLines_nolock(std::string_view strText);
     bool LoadTableLine_nolock(const std::string& strLine);
     bool LoadErrorCodeLine_nolock(const std::string& strLine);
-    void RegisterMutex(int nOper1, int nFirst2, int nLast2, bool bBoth);
-    void RegisterPairs(int nOper1, int nFirst2, int nLast2, bool bBoth);
 
     MutexTable m_table;
     HeldObjects m_held{m_table};                  // the running operations and what they hold

@@ -1,9 +1,9 @@
 #include "zemb/settings.h"
 
 #include "base/cancel_hold.h"
+#include "base/item_line.h"
 #include "base/utf8.h"
 #include "embedded/fault_point.h"
-#include "embedded/item_line.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -38,11 +38,10 @@ int ZembGetLine(char* szKey, char* szText, std::FILE* pFile) {
     const std::unique_ptr<char, decltype(&std::free)> line(pRead, &std::free);
     if (nRead < 0)
         return std::feof(pFile) != 0 ? 0 : -1;
-    std::string_view strKey;
-    std::string_view strValue;
-    if (!zemb::SplitItem({line.get(), static_cast<std::size_t>(nRead)}, strKey, strValue))
+    const base::ItemLine item = base::ReadItemLine({line.get(), static_cast<std::size_t>(nRead)});
+    if (item.eKind != base::EItemLine::ITEM)
         return 2;
-    Store(strKey, szKey);
-    Store(strValue, szText);
+    Store(item.strKey, szKey);
+    Store(item.strValue, szText);
     return 1;
 }

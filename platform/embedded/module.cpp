@@ -2,6 +2,7 @@
 
 #include "base/cancel_hold.h"
 #include "base/immortal.h"
+#include "base/root_files.h"
 #include "base/trim.h"
 #include "embedded/fault_point.h"
 #include "embedded/item_line.h"
@@ -49,12 +50,8 @@ bool CallModule(ModuleObject& module, const char* szWhat, int (ModuleObject::*pf
     return false;
 }
 
-constexpr const char* MODULES_UNDER_ROOT = "/etc/oss_cfg/trans/core/conf/trans_ems.cfg";
-constexpr const char* MODULES_KEY = "modules";
-
 // What to load for a name: a plain one is for the loader to find, any other that does not begin
-// with
-// "/" is under the root.
+// with "/" is under the root.
 std::string ObjectOf(std::string_view strName, const std::string& strRoot) {
     if (strName.find('/') == std::string_view::npos || strName.front() == '/')
         return std::string(strName);
@@ -159,8 +156,9 @@ private:
     // Loads what the root names, in that order.
     bool LoadNamed(std::string& strError) {
         const std::string strRoot = NSTE_util::GetZEMBRootPath();
-        const std::string strFile = strRoot + MODULES_UNDER_ROOT;
-        const auto strNames = strRoot.empty() ? std::nullopt : zemb::FindItem(MODULES_KEY, strFile);
+        const std::string strFile = strRoot + base::TRANS_EMS_UNDER_ROOT;
+        const auto strNames =
+            strRoot.empty() ? std::nullopt : zemb::FindItem(base::KEY_MODULES, strFile);
         if (!strNames)
             return true;
         const std::vector<std::string> vecPiece = NSTE_util::Token(*strNames, ',');
@@ -170,7 +168,7 @@ private:
                 return strObject.empty() || LoadOnce(strObject, strReason);
             }))
             return true;
-        strError = strFile + ": " + MODULES_KEY + ": " + strReason;
+        strError = strFile + ": " + base::KEY_MODULES + ": " + strReason;
         return false;
     }
 

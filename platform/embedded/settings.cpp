@@ -2,7 +2,9 @@
 
 #include "base/cancel_hold.h"
 #include "base/immortal.h"
+#include "base/item_line.h"
 #include "base/read_number.h"
+#include "base/root_files.h"
 #include "embedded/fault_point.h"
 #include "embedded/fork_gate.h"
 #include "embedded/item_line.h"
@@ -33,9 +35,6 @@ bool g_bEnableMmlTrace = false;
 }  // namespace NSTE_util
 
 namespace {
-
-constexpr const char* EMS_CFG_UNDER_ROOT = "/etc/oss_cfg/ems.cfg";
-constexpr std::size_t LINE_BUFFER = 1023;  // of a configuration line at most 1,022 are taken
 
 std::atomic<unsigned long> g_nGeneration{1};
 
@@ -107,7 +106,7 @@ int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile) {
         return 0;
     std::string strFile = szFile == nullptr ? "" : szFile;
     if (strFile.empty())
-        strFile = NSTE_util::GetZEMBRootPath() + EMS_CFG_UNDER_ROOT;
+        strFile = NSTE_util::GetZEMBRootPath() + base::EMS_UNDER_ROOT;
     const std::optional<std::string> strValue = zemb::FindItem(szKey, strFile);
     return strValue && ReadNumber(*strValue, nValue) ? 1 : 0;
 }
@@ -151,12 +150,11 @@ std::optional<std::string> FindItem(std::string_view strKey, const std::string& 
     if (std::error_code ignored; !std::filesystem::is_fifo(strFile, ignored))
         file.open(strFile);  // who would write into a pipe may never come
     std::optional<std::string> strFound;
-    char szLine[LINE_BUFFER];
+    char szLine[base::ITEM_LINE_MAX + 1];
     while (file.getline(szLine, sizeof szLine) || file.gcount() > 0) {
-        std::string_view strItem;
-        std::string_view strValue;
-        if (SplitItem(szLine, strItem, strValue) && strItem == strKey)
-            strFound = strValue;
+        const base::ItemLine item = base::ReadItemLine(szLine);
+        if (item.eKind == base::EItemLine::ITEM && item.strKey == strKey)
+            strFound = item.strValue;
         if (!file)
             break;  // a line too long ends the reading, its beginning counts
     }

@@ -1,5 +1,7 @@
 #include "check/item_check.h"
 
+#include "base/item_line.h"
+#include "base/root_files.h"
 #include "check/line_file.h"
 #include "view/output.h"
 
@@ -21,17 +23,18 @@ namespace host {
 
 namespace {
 
-// Files whose keys are known, by their names.
-const std::map<std::string, std::vector<std::string>> KNOWN_FILES = {
-    {"ems.cfg",
-     {"bEnableInt3", "bEnableLog", "bEnableAsnLog", "bEnableMmlTrace", "overtime_low",
-      "overtime_mid", "overtime_high"}},
-    {"trans_ems.cfg", {"VCNExportInterval", "modules"}},
-    {"common.cfg", {"AdvanceAsnTrace", "bExplicityTrace"}},
+// Files whose keys are known. Of their values KEY_MODULES alone is a text, all others are numbers.
+struct KnownFile {
+    const char* szUnderRoot;  // a file of the same name elsewhere is taken for it
+    std::vector<std::string> vecKey;
 };
-constexpr const char* TEXT_KEY = "modules";  // of the known ones; all others are numbers
-constexpr const char* CLAMPED_KEY = "VCNExportInterval";
-constexpr int CLAMPED_BELOW = 300;
+const KnownFile KNOWN_FILES[] = {
+    {base::EMS_UNDER_ROOT,
+     {base::KEY_INT3, base::KEY_LOG, base::KEY_ASN_LOG, base::KEY_MML_TRACE, base::KEY_OVERTIME_LOW,
+      base::KEY_OVERTIME_MID, base::KEY_OVERTIME_HIGH}},
+    {base::TRANS_EMS_UNDER_ROOT, {base::KEY_EXPORT_INTERVAL, base::KEY_MODULES}},
+    {base::COMMON_UNDER_ROOT, {base::KEY_ADVANCE_ASN_TRACE, base::KEY_EXPLICITY_TRACE}},
+};
 
 bool LooksLikeNumber(const std::string& strValue) {
     return strValue.find_first_of("0123456789") == (strValue.find_first_of("+-") == 0 ? 1U : 0U);
@@ -49,20 +52,21 @@ bool Wraps(const std::string& strNumber) {
 class ItemCheck {
 public:
     explicit ItemCheck(const std::string& strFile) : m_file(strFile) {
-        const auto it = KNOWN_FILES.find(NSTN_util::GetFileNameFromPath(strFile));
-        if (it != KNOWN_FILES.end())
-            m_pKnown = &it->second;
+        for (const KnownFile& known : KNOWN_FILES)
+            if (NSTN_util::GetFileNameFromPath(known.szUnderRoot) ==
+                NSTN_util::GetFileNameFromPath(strFile))
+                m_pKnown = &known.vecKey;
     }
 
     std::vector<Finding> Findings() {
         for (const TextLine& line : m_file.vecLine) {
             CheckLine(line.place);
-            if (line.strRaw.size() <= ITEM_LINE_MAX)
+            if (line.strRaw.size() <= base::ITEM_LINE_MAX)
                 continue;
             Add(ESeverity::ERROR, line.place, 0,
                 "line of " + Counted(line.strRaw.size(), "character") +
                     ": the reading ends here, and what follows is not read",
-                "at most 1022");
+                "at most " + std::to_string(base::ITEM_LINE_MAX));
             break;
         }
         return std::move(m_file.vecFinding);
@@ -76,12 +80,13 @@ private:
 
     void CheckLine(Place place) {
         place.strText = NSTN_util::Trim(place.strText.c_str());  // as the reader: to a zero byte
-        if (place.strText.empty() || place.strText.front() == '#')
+        const base::ItemLine line = base::ReadItemLine(place.strText);
+        if (line.eKind == base::EItemLine::NOTHING)
             return;
-        std::string strKey;
-        std::string strValue;
-        if (!NSTN_util::SplitStrBySeparator(place.strText, "=", strKey, strValue))
+        if (line.eKind == base::EItemLine::NO_EQUAL)
             return Add(ESeverity::ERROR, place, 0, "no '=': the line is left out", "key = value");
+        const std::string strKey(line.strKey);
+        const std::string strValue(line.strValue);
         const std::size_t nValue =
             strValue.empty() ? place.strText.size() : place.strText.size() - strValue.size();
         if (strKey.empty())
@@ -92,7 +97,7 @@ private:
                 "'" + strKey + "' again: this line counts, not the one at " + it->second.Text());
             it->second = place;
         }
-        if (m_pKnown != nullptr && strKey == TEXT_KEY)
+        if (m_pKnown != nullptr && strKey == base::KEY_MODULES)
             return CheckModules(place, strValue, nValue);
         if ((m_pKnown != nullptr || LooksLikeNumber(strValue)) && !NSTN_util::isHexDecStr(strValue))
             Add(ESeverity::WARNING, place, nValue,
@@ -129,9 +134,11 @@ private:
                        strNearest.empty() ? "" : "perhaps " + strNearest);
         }
         const int nNumber = NSTN_util::HexDecStr2Int(strValue);
-        if (strKey == CLAMPED_KEY && nNumber > 0 && nNumber < CLAMPED_BELOW)
-            Add(ESeverity::WARNING, place, nValue, "'" + strValue + "' is raised to 300",
-                "300 or more, or 0");
+        if (strKey == base::KEY_EXPORT_INTERVAL && nNumber > 0 &&
+            nNumber < base::EXPORT_INTERVAL_MIN)
+            Add(ESeverity::WARNING, place, nValue,
+                "'" + strValue + "' is raised to " + std::to_string(base::EXPORT_INTERVAL_MIN),
+                std::to_string(base::EXPORT_INTERVAL_MIN) + " or more, or 0");
     }
 
     LineFile m_file;

@@ -1,10 +1,10 @@
 #include "check/lang_file.h"
 
+#include "base/item_line.h"
 #include "check/text_lines.h"
 #include "view/output.h"
 
 #include "zemb/settings.h"
-#include "zemb/text.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -42,20 +42,20 @@ void LangFolder::Add(ESeverity eSeverity, const Place& place, std::size_t nOffse
 }
 
 void LangFolder::ReadLine(const Place& place) {
-    const std::string& strLine = place.strText;
-    if (strLine.empty() || strLine.front() == '#')
+    const base::ItemLine line = base::ReadItemLine(place.strText);
+    if (line.eKind == base::EItemLine::NOTHING)
         return;
-    const std::size_t nEqual = strLine.find('=');
-    if (nEqual == std::string::npos)
+    if (line.eKind == base::EItemLine::NO_EQUAL)
         return Add(ESeverity::ERROR, place, 0, "no '=': the line is left out", "key = text");
-    const std::string strKey = NSTE_util::Trim(strLine.substr(0, nEqual));
-    const std::string strText = NSTE_util::Trim(strLine.substr(nEqual + 1));
+    const std::size_t nEqual = place.strText.find('=');
+    const std::string strKey(line.strKey);
+    const std::string strText(line.strValue);
     for (const std::string* const pPart : {&strKey, &strText})
         if (pPart->size() >= ZEMB_LINE_BUFFER)
             Add(ESeverity::ERROR, place, pPart == &strKey ? 0 : nEqual + 1,
                 std::string(pPart == &strKey ? "key" : "text") + " of " +
                     Counted(pPart->size(), "byte") + ": it is cut",
-                "at most 1023 bytes");
+                "at most " + std::to_string(ZEMB_LINE_BUFFER - 1) + " bytes");
     if (strText.empty())
         Add(ESeverity::WARNING, place, nEqual + 1, "'" + strKey + "' has no text",
             "a text; an empty one reads like a missing key");

@@ -29,7 +29,8 @@ std::size_t Distance(const std::string& strA, const std::string& strB) {
 
 }  // namespace
 
-LineFile::LineFile(const std::string& strFile) : vecLine(ReadLines(strFile)) {
+LineFile::LineFile(const std::string& strFile)
+    : strText(ReadText(strFile)), vecLine(CutLines(strFile, strText)) {
     std::size_t nCarriageReturns = 0;
     std::size_t nPlainEnds = 0;
     for (const TextLine& line : vecLine) {

@@ -14,6 +14,7 @@ public:
     // Throws CommandError when the file cannot be read.
     explicit LineFile(const std::string& strFile);
 
+    std::string strText;
     std::vector<TextLine> vecLine;
     std::vector<Finding> vecFinding;
 

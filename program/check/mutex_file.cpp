@@ -16,10 +16,6 @@ namespace host {
 
 namespace {
 
-constexpr std::size_t LINE_MAX_CHARS = 1023;
-constexpr const char* SECTION_TABLE = "[MUTEX_TABLE]";
-constexpr const char* SECTION_ERRORCODE = "[MUTEX_ERRORCODE]";
-
 // Fields are trimmed of blanks alone: a tab is no part of a number.
 std::string TrimBlanks(const std::string& strText) {
     const std::size_t nFirst = strText.find_first_not_of(' ');
@@ -35,8 +31,8 @@ const char* MeantSection(const std::string& strLine) {
         if (std::isalpha(static_cast<unsigned char>(c)) != 0)
             strLetters += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     if (strLetters == "MUTEXTABLE")
-        return SECTION_TABLE;
-    return strLetters == "MUTEXERRORCODE" ? SECTION_ERRORCODE : nullptr;
+        return NSTE_util::SECTION_TABLE;
+    return strLetters == "MUTEXERRORCODE" ? NSTE_util::SECTION_ERRORCODE : nullptr;
 }
 
 // A whole number with an optional sign, whatever its size.
@@ -58,24 +54,19 @@ std::size_t BlanksBefore(const std::string& strText) {
 }  // namespace
 
 void MutexFile::Read(const std::string& strFile) {
-    m_eSection = ESection::NONE;
-    for (const TextLine& line : ReadLines(strFile)) {
-        const bool bTooLong = line.strRaw.size() > LINE_MAX_CHARS;
-        std::string strRaw = line.strRaw.substr(0, LINE_MAX_CHARS);
-        const std::size_t nZero = strRaw.find('\0');
-        if (nZero != std::string::npos) {
-            Add(ESeverity::ERROR, {strFile, line.place.nLine, 1, ""}, ColumnOf(1, nZero),
+    const std::string strText = ReadText(strFile);
+    NSTE_util::MutexLine line;
+    for (NSTE_util::MutexLines lines(strText); lines.Next(line);) {
+        const int nLine = lines.Bounds().Number();
+        if (lines.Bounds().HasZeroByte())
+            Add(ESeverity::ERROR, {strFile, nLine, 1, ""}, ColumnOf(1, line.strRaw.size()),
                 "a zero byte: the rest of the line is not read", "a text file");
-            strRaw.resize(nZero);
-        }
-        const Place place = PlaceOf(strFile, line.place.nLine, strRaw);
-        ReadLine(place);
-        if (bTooLong) {
-            Add(ESeverity::ERROR, place, ColumnOf(1, LINE_MAX_CHARS),
+        const Place place = PlaceOf(strFile, nLine, std::string(line.strRaw));
+        ReadLine(place, line.eKind);
+        if (lines.Bounds().IsTooLong())
+            Add(ESeverity::ERROR, place, ColumnOf(1, NSTE_util::MUTEX_LINE_MAX),
                 "line longer than the reader takes: it is cut here and nothing after it is read",
-                "at most 1023 characters");
-            break;
-        }
+                "at most " + std::to_string(NSTE_util::MUTEX_LINE_MAX) + " characters");
     }
 }
 
@@ -85,24 +76,20 @@ void MutexFile::Add(ESeverity eSeverity, Place place, int nColumn, const std::st
     vecFinding.push_back({std::move(place), eSeverity, strWhat, strExpected});
 }
 
-void MutexFile::ReadLine(const Place& place) {
+void MutexFile::ReadLine(const Place& place, NSTE_util::EMutexLine eKind) {
     const std::string& strLine = place.strText;
-    if (strLine.empty() || strLine.front() == '#')
+    if (eKind == NSTE_util::EMutexLine::NOTHING || eKind == NSTE_util::EMutexLine::HEADER)
         return;
-    if (strLine == SECTION_TABLE) {
-        m_eSection = ESection::TABLE;
-    } else if (strLine == SECTION_ERRORCODE) {
-        m_eSection = ESection::ERRORCODE;
-    } else if (strLine.compare(0, 3, BYTE_ORDER_MARK) == 0) {
+    if (strLine.compare(0, 3, BYTE_ORDER_MARK) == 0) {
         Add(ESeverity::ERROR, place, place.nColumn,
             "byte-order mark: the line is not taken for a header or comment",
             "a file without byte-order mark");
     } else if (const char* const szMeant = MeantSection(strLine)) {
         Add(ESeverity::ERROR, place, place.nColumn, "this is no section header and starts none",
             std::string("exactly ") + szMeant);
-    } else if (m_eSection == ESection::TABLE) {
+    } else if (eKind == NSTE_util::EMutexLine::TABLE) {
         ReadTableLine(place);
-    } else if (m_eSection == ESection::ERRORCODE) {
+    } else if (eKind == NSTE_util::EMutexLine::ERRORCODE) {
         ReadErrorCodeLine(place);
     } else {
         Add(ESeverity::ERROR, place, place.nColumn, "line outside a section",
@@ -110,26 +97,36 @@ void MutexFile::ReadLine(const Place& place) {
     }
 }
 
-std::vector<MutexFile::Field> MutexFile::Fields(const Place& place) {
-    std::vector<Field> vecField;
+// Where a field begins: the fields stand side by side with one character between two of them.
+int MutexFile::ColumnOfField(const Place& place, const Fields& vecField, std::size_t nField) {
     int nColumn = place.nColumn;
-    for (const std::string& strText : NSTE_util::Token(place.strText, ':')) {
-        vecField.push_back({strText, nColumn});
-        nColumn = ColumnOf(nColumn, strText.size() + 1);
-    }
-    return vecField;
+    for (std::size_t i = 0; i < nField; ++i)
+        nColumn = ColumnOf(nColumn, vecField[i].size() + 1);
+    return nColumn;
 }
 
-bool MutexFile::ReadNumber(const Place& place, const Field& field, const char* szWhat,
-                           int& nValue) {
-    if (NSTE_util::StrToInt(field.strText, nValue, 10))
+// Whether a line has as many fields as it should; the first one too many, or the last, is named.
+bool MutexFile::HasFields(const Place& place, const Fields& vecField, std::size_t nFields,
+                          const std::string& strExpected) {
+    if (vecField.size() == nFields)
         return true;
-    const std::string strTrimmed = TrimBlanks(field.strText);
-    Add(ESeverity::ERROR, place, ColumnOf(field.nColumn, BlanksBefore(field.strText)),
+    Add(ESeverity::ERROR, place,
+        ColumnOfField(place, vecField, std::min(vecField.size() - 1, nFields)),
+        Counted(vecField.size(), "field"), strExpected);
+    return false;
+}
+
+void MutexFile::CheckNumber(const Place& place, const Fields& vecField, std::size_t nField,
+                            const std::optional<int>& number, const char* szWhat) {
+    if (number)
+        return;
+    const std::string& strField = vecField[nField];
+    const std::string strTrimmed = TrimBlanks(strField);
+    Add(ESeverity::ERROR, place,
+        ColumnOf(ColumnOfField(place, vecField, nField), BlanksBefore(strField)),
         std::string(szWhat) + " '" + strTrimmed +
             (LooksLikeNumber(strTrimmed) ? "' is out of range" : "' is no number"),
         "a decimal number from -2147483648 to 2147483647");
-    return false;
 }
 
 namespace {
@@ -159,11 +156,11 @@ std::string FaultOf(const std::string& strPiece) {
 
 }  // namespace
 
-bool MutexFile::ReadList(const Place& place, const Field& field, std::vector<int>& vecOper) {
-    const bool bRead = NSTE_util::StrToNumList(field.strText, vecOper);
-    int nColumn = field.nColumn;
+void MutexFile::CheckList(const Place& place, const NSTE_util::MutexTableLine& line) {
+    const int nField = ColumnOfField(place, line.vecField, 1);
+    int nColumn = nField;
     bool bFault = false;
-    for (const std::string& strPiece : NSTE_util::Token(field.strText, ',')) {
+    for (const std::string& strPiece : NSTE_util::Token(line.vecField[1], ',')) {
         const std::string strTrimmed = TrimBlanks(strPiece);
         const std::string strFault = strTrimmed.empty() ? "" : FaultOf(strTrimmed);
         if (!strFault.empty()) {
@@ -174,79 +171,58 @@ bool MutexFile::ReadList(const Place& place, const Field& field, std::vector<int
         }
         nColumn = ColumnOf(nColumn, strPiece.size() + 1);
     }
-    if (!bRead && !bFault)
-        Add(ESeverity::ERROR, place, field.nColumn, "the list names too many operations",
+    if (!line.bList && !bFault)
+        Add(ESeverity::ERROR, place, nField, "the list names too many operations",
             "at most " + std::to_string(NSTE_util::NUM_LIST_MAX));
-    return bRead;
 }
 
 void MutexFile::ReadTableLine(const Place& place) {
-    const std::vector<Field> vecField = Fields(place);
-    if (vecField.size() != 3)
-        return Add(ESeverity::ERROR, place,
-                   vecField[std::min<std::size_t>(vecField.size() - 1, 3)].nColumn,
-                   Counted(vecField.size(), "field"),
-                   "3: operation:blocked operations:both directions (0 or 1)");
-    int nOper1 = 0;
-    int nFlag = 0;
-    std::vector<int> vecOper2;
-    const bool bOper = ReadNumber(place, vecField[0], "operation", nOper1);
-    const bool bList = ReadList(place, vecField[1], vecOper2);
-    const bool bFlag = ReadNumber(place, vecField[2], "flag", nFlag);
-    if (!bOper || !bList || !bFlag)
+    const NSTE_util::MutexTableLine line(place.strText);
+    if (!HasFields(place, line.vecField, line.FIELDS,
+                   "3: operation:blocked operations:both directions (0 or 1)"))
         return;
-    if (vecOper2.empty())
-        Add(ESeverity::WARNING, place, vecField[1].nColumn, "no operations: the line does nothing");
+    CheckNumber(place, line.vecField, 0, line.oper, "operation");
+    CheckList(place, line);
+    CheckNumber(place, line.vecField, 2, line.flag, "flag");
+    if (!line.IsGood())
+        return;
+    if (line.vecBlocked.empty())
+        Add(ESeverity::WARNING, place, ColumnOfField(place, line.vecField, 1),
+            "no operations: the line does nothing");
     m_vecPlace.push_back(place);
-    for (std::size_t i = 0; i < vecOper2.size();) {
-        std::size_t nEnd = i + 1;
-        while (nEnd < vecOper2.size() && vecOper2[nEnd] - 1 == vecOper2[nEnd - 1])
-            ++nEnd;
-        Register(nOper1, vecOper2[i], vecOper2[nEnd - 1], nFlag != 0);
-        i = nEnd;
-    }
+    NSTE_util::ForEachRun(line.vecBlocked, [&](int nFirst, int nLast) {
+        if (!NSTE_util::RegisterMutex(*this, *line.oper, nFirst, nLast, *line.flag != 0))
+            Add(ESeverity::WARNING, place, place.nColumn, "0 and 0: nothing is registered",
+                "one operation beside the 0");
+    });
 }
 
-// For all numbers from nFirst2, 0 or more, to nLast2, by the last place.
-void MutexFile::Register(int nOper1, int nFirst2, int nLast2, bool bBoth) {
-    const Place& place = m_vecPlace.back();
-    if (nFirst2 == 0 && nOper1 == 0)
-        Add(ESeverity::WARNING, place, place.nColumn, "0 and 0: nothing is registered",
-            "one operation beside the 0");
-    else if (nFirst2 == 0)
-        exclusive.AddMissing(nOper1, nOper1, m_vecPlace.size() - 1);
-    if (nLast2 > 0)
-        RegisterPairs(nOper1, std::max(nFirst2, 1), nLast2, bBoth);
+void MutexFile::AddExclusive(int nFirst, int nLast) {
+    exclusive.AddMissing(nFirst, nLast, m_vecPlace.size() - 1);
 }
 
-void MutexFile::RegisterPairs(int nOper1, int nFirst2, int nLast2, bool bBoth) {
+void MutexFile::AddPairs(int nBlocker, int nFirst, int nLast, bool bBoth) {
     const std::size_t nPlace = m_vecPlace.size() - 1;
-    if (nOper1 == 0)
-        return exclusive.AddMissing(nFirst2, nLast2, nPlace);
-    m_mapBlocks[nOper1].AddMissing(nFirst2, nLast2, nPlace);
+    m_mapBlocks[nBlocker].AddMissing(nFirst, nLast, nPlace);
     if (bBoth)
-        m_mapBlockedBy[nOper1].AddMissing(nFirst2, nLast2, nPlace);
+        m_mapBlockedBy[nBlocker].AddMissing(nFirst, nLast, nPlace);
 }
 
 void MutexFile::ReadErrorCodeLine(const Place& place) {
-    const std::vector<Field> vecField = Fields(place);
-    if (vecField.size() != 2)
-        return Add(ESeverity::ERROR, place,
-                   vecField[std::min<std::size_t>(vecField.size() - 1, 2)].nColumn,
-                   Counted(vecField.size(), "field"), "2: operation:code");
-    int nOper = 0;
-    int nCode = 0;
-    const bool bOper = ReadNumber(place, vecField[0], "operation", nOper);
-    const bool bCode = ReadNumber(place, vecField[1], "code", nCode);
-    if (!bOper || !bCode)
+    const NSTE_util::MutexCodeLine line(place.strText);
+    if (!HasFields(place, line.vecField, line.FIELDS, "2: operation:code"))
         return;
-    const auto [it, bNew] = mapCode.emplace(nOper, Code{nCode, place});
+    CheckNumber(place, line.vecField, 0, line.oper, "operation");
+    CheckNumber(place, line.vecField, 1, line.code, "code");
+    if (!line.IsGood())
+        return;
+    const auto [it, bNew] = mapCode.emplace(*line.oper, Code{*line.code, place});
     if (!bNew)
         return Add(ESeverity::WARNING, place, place.nColumn,
-                   "second code of operation " + std::to_string(nOper) + ": the first one, at " +
-                       it->second.place.Text() + ", counts");
-    if (nCode == 0)
-        Add(ESeverity::WARNING, place, vecField[1].nColumn,
+                   "second code of operation " + std::to_string(*line.oper) +
+                       ": the first one, at " + it->second.place.Text() + ", counts");
+    if (*line.code == 0)
+        Add(ESeverity::WARNING, place, ColumnOfField(place, line.vecField, 1),
             "a code of 0 looks like a grant to the refused caller", "a code other than 0");
 }
 

@@ -2,9 +2,11 @@
 
 #include "check/finding.h"
 #include "check/placed_spans.h"
+#include "mutex/mutex_format.h"
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,27 +40,28 @@ public:
     // Whether nRunning blocks nRequested, by either.
     bool Blocks(int nRunning, int nRequested) const;
 
+    // What a table line registers, as NSTE_util::RegisterMutex hands it over.
+    void AddExclusive(int nFirst, int nLast);
+    void AddPairs(int nBlocker, int nFirst, int nLast, bool bBoth);
+
     // How many operations the table names, and all of them in ascending order.
     std::uint64_t CountOperations() const;
     std::vector<int> Operations() const;
 
 private:
-    enum class ESection { NONE, TABLE, ERRORCODE };
-    struct Field {
-        std::string strText;
-        int nColumn;
-    };
+    using Fields = std::vector<std::string>;
 
-    void ReadLine(const Place& place);
+    void ReadLine(const Place& place, NSTE_util::EMutexLine eKind);
     void ReadTableLine(const Place& place);
     void ReadErrorCodeLine(const Place& place);
-    void Register(int nOper1, int nFirst2, int nLast2, bool bBoth);
-    void RegisterPairs(int nOper1, int nFirst2, int nLast2, bool bBoth);
-    bool ReadNumber(const Place& place, const Field& field, const char* szWhat, int& nValue);
-    bool ReadList(const Place& place, const Field& field, std::vector<int>& vecOper);
+    bool HasFields(const Place& place, const Fields& vecField, std::size_t nFields,
+                   const std::string& strExpected);
+    void CheckNumber(const Place& place, const Fields& vecField, std::size_t nField,
+                     const std::optional<int>& number, const char* szWhat);
+    void CheckList(const Place& place, const NSTE_util::MutexTableLine& line);
     void Add(ESeverity eSeverity, Place place, int nColumn, const std::string& strWhat,
              const std::string& strExpected = "");
-    static std::vector<Field> Fields(const Place& place);
+    static int ColumnOfField(const Place& place, const Fields& vecField, std::size_t nField);
 
     PlacedSpans FirstBlocks() const;
     void CheckCodes();
@@ -68,7 +71,6 @@ private:
     std::vector<Place> m_vecPlace;
     std::map<int, PlacedSpans> m_mapBlocks;     // operation -> what it blocks
     std::map<int, PlacedSpans> m_mapBlockedBy;  // operation -> what it blocks and blocks it
-    ESection m_eSection = ESection::NONE;
 };
 
 }  // namespace host

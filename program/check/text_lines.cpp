@@ -33,7 +33,7 @@ std::vector<TextLine> CutLines(const std::string& strFile, const std::string& st
     return vecLine;
 }
 
-std::vector<TextLine> ReadLines(const std::string& strFile) {
+std::string ReadText(const std::string& strFile) {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(strFile, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
@@ -41,7 +41,11 @@ std::vector<TextLine> ReadLines(const std::string& strFile) {
     std::string strText;
     if (const int nError = NSTN_util::ReadStrFromFile(strFile, strText); nError != 0)
         throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(nError));
-    return CutLines(strFile, strText);
+    return strText;
+}
+
+std::vector<TextLine> ReadLines(const std::string& strFile) {
+    return CutLines(strFile, ReadText(strFile));
 }
 
 }  // namespace host

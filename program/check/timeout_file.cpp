@@ -1,14 +1,12 @@
 #include "check/timeout_file.h"
 
 #include "check/line_file.h"
+#include "config/timeout_format.h"
 #include "view/output.h"
 
 #include "tovelkarin/stringutil.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <climits>
-#include <cstdlib>
 
 // Reads a time-out file as the library does, with the line of each number, so that an answer can be
 // explained. A second file goes over the first as in the library: lines that are gone keep their
@@ -16,40 +14,16 @@
 // The format: docs/formats/timeout-file.md.
 namespace host {
 
-namespace {
-
-constexpr const char* COMMON = "cmdreq_common_config";
-constexpr const char* TIMEOUT = "cmdreq_command_timeout";
-constexpr const char* DUAL = "cmdreq_timedual_do";
-
-// A number at the beginning of a text, cut to int; false without one.
-bool ReadNumber(const std::string& strText, int& nValue) {
-    char* pEnd = nullptr;
-    const long nRead = std::strtol(strText.c_str(), &pEnd, 10);
-    nValue = static_cast<int>(std::clamp<long>(nRead, INT_MIN, INT_MAX));
-    return pEnd != strText.c_str();
-}
-
-// The number behind the first "="; 0 without one.
-int NumberBehindEqual(const std::string& strLine) {
-    int nValue = 0;
-    const std::size_t nEqual = strLine.find('=');
-    if (nEqual != std::string::npos)
-        ReadNumber(strLine.substr(nEqual + 1), nValue);
-    return nValue;
-}
-
-}  // namespace
+using namespace NSTE_util;
 
 TimeoutFile::TimeoutFile(const std::string& strFile) {
     LineFile file(strFile);
     vecFinding = std::move(file.vecFinding);
-    for (TextLine& line : file.vecLine) {
-        std::string& strText = line.place.strText;
-        strText = NSTN_util::RTrim(strText.substr(0, strText.find('#')));
-        if (!strText.empty())
-            ReadLine(line.place);
-    }
+    NSTN_util::SectionLine line;
+    for (NSTN_util::SectionWalk walk(file.strText); walk.Next(line);)
+        ReadLine(
+            {strFile, line.nNumber, static_cast<int>(line.nIndent) + 1, std::string(line.strText)},
+            line.strTitle);
     CheckWhole(strFile);
 }
 
@@ -70,32 +44,31 @@ void TimeoutFile::Add(ESeverity eSeverity, const Place& place, const std::string
     vecFinding.push_back({place, eSeverity, strWhat, strExpected});
 }
 
-void TimeoutFile::ReadLine(const Place& place) {
-    const std::size_t nOpen = place.strText.find('[');
-    const std::size_t nClose = nOpen == std::string::npos ? nOpen : place.strText.find(']', nOpen);
-    if (nClose == std::string::npos) {
-        if (m_eSection == ESection::NONE)
-            Add(ESeverity::ERROR, place, "line before the first section: it is left out",
-                "a header such as [cmdreq_common_config]");
-        else if (m_eSection == ESection::COMMON)
-            ReadCommon(place);
-        else if (m_eSection != ESection::OTHER)
-            ReadCommand(place);
-        return;
-    }
-    const std::string strName =
-        NSTN_util::Trim(place.strText.substr(nOpen + 1, nClose - nOpen - 1));
-    m_eSection = strName == COMMON    ? ESection::COMMON
-                 : strName == TIMEOUT ? ESection::TIMEOUT
-                 : strName == DUAL    ? ESection::DUAL
-                                      : ESection::OTHER;
+void TimeoutFile::ReadLine(const Place& place, const std::optional<std::string_view>& strTitle) {
+    if (strTitle)
+        ReadHeader(place, std::string(*strTitle));
+    else if (m_eSection == ESection::NONE)
+        Add(ESeverity::ERROR, place, "line before the first section: it is left out",
+            "a header such as [cmdreq_common_config]");
+    else if (m_eSection == ESection::COMMON)
+        ReadCommon(place);
+    else if (m_eSection != ESection::OTHER)
+        ReadCommand(place);
+}
+
+void TimeoutFile::ReadHeader(const Place& place, const std::string& strName) {
+    m_eSection = strName == SECTION_COMMON    ? ESection::COMMON
+                 : strName == SECTION_TIMEOUT ? ESection::TIMEOUT
+                 : strName == SECTION_DUAL    ? ESection::DUAL
+                                              : ESection::OTHER;
     bCommon = bCommon || m_eSection == ESection::COMMON;
     if (m_eSection == ESection::OTHER) {
-        const std::string strNearest = LineFile::Nearest(strName, {COMMON, TIMEOUT, DUAL});
+        const std::string strNearest =
+            LineFile::Nearest(strName, {SECTION_COMMON, SECTION_TIMEOUT, SECTION_DUAL});
         Add(ESeverity::WARNING, place, "nobody reads section '" + strName + "'",
             strNearest.empty() ? "" : "perhaps " + strNearest);
     }
-    if (nOpen != 0 || nClose + 1 != place.strText.size())
+    if (place.strText.front() != '[' || place.strText.find(']') + 1 != place.strText.size())
         Add(ESeverity::WARNING, place, "the whole line is taken for a section header",
             "[" + strName + "] alone");
 }
@@ -105,18 +78,17 @@ void TimeoutFile::ReadCommon(const Place& place) {
         const char* szName;
         std::optional<Fact>* pFact;
     };
-    const Key arrKey[] = {{"default_timeout", &defaultTimeout},
-                          {"offset_time", &offset},
-                          {"need_auto_refresh", &refresh}};
+    const Key arrKey[] = {{KEY_DEFAULT_TIMEOUT, &defaultTimeout},
+                          {KEY_OFFSET_TIME, &offset},
+                          {KEY_AUTO_REFRESH, &refresh}};
+    const BehindEqual number(place.strText);
     const std::string strKey = NSTN_util::Trim(place.strText.substr(0, place.strText.find('=')));
     bool bKnown = false;
     for (const Key& key : arrKey) {
-        if (place.strText.find(key.szName) == std::string::npos)
+        if (!HasKey(place.strText, key.szName))
             continue;
         bKnown = true;
-        int nNumber = 0;
-        const std::size_t nEqual = place.strText.find('=');
-        if (nEqual == std::string::npos || !ReadNumber(place.strText.substr(nEqual + 1), nNumber))
+        if (!number.bNumber)
             Add(ESeverity::ERROR, place,
                 std::string("no number for '") + key.szName + "': it is read as 0", "key = number");
         if (*key.pFact) {
@@ -125,7 +97,7 @@ void TimeoutFile::ReadCommon(const Place& place) {
                     (*key.pFact)->place.Text() + ", the first line that contains the name");
             continue;
         }
-        *key.pFact = Fact{NumberBehindEqual(place.strText), place};
+        *key.pFact = Fact{number.nValue, place};
         if (strKey != key.szName)
             Add(ESeverity::WARNING, place,
                 "'" + strKey + "' contains '" + key.szName + "' and is read for it",
@@ -133,20 +105,19 @@ void TimeoutFile::ReadCommon(const Place& place) {
     }
     if (!bKnown) {
         const std::string strNearest =
-            LineFile::Nearest(strKey, {"default_timeout", "offset_time", "need_auto_refresh"});
+            LineFile::Nearest(strKey, {KEY_DEFAULT_TIMEOUT, KEY_OFFSET_TIME, KEY_AUTO_REFRESH});
         Add(ESeverity::WARNING, place, "nobody reads '" + strKey + "'",
             strNearest.empty() ? "" : "perhaps " + strNearest);
     }
 }
 
 void TimeoutFile::ReadCommand(const Place& place) {
-    int nCmd = 0;
-    const std::size_t nEqual = place.strText.find('=');
-    if (!ReadNumber(place.strText, nCmd) || nEqual == std::string::npos)
+    const CommandLine line(place.strText);
+    if (!line.bTaken)
         return Add(ESeverity::ERROR, place, "no command: the line is left out",
                    "command = seconds");
-    int nSeconds = 0;
-    if (!ReadNumber(place.strText.substr(nEqual + 1), nSeconds))
+    const int nSeconds = line.seconds.nValue;
+    if (!line.seconds.bNumber)
         Add(ESeverity::ERROR, place, "no number of seconds: 0 is read", "command = seconds");
     else if (nSeconds <= 0)
         Add(ESeverity::WARNING, place,
@@ -157,10 +128,10 @@ void TimeoutFile::ReadCommand(const Place& place) {
         Add(ESeverity::WARNING, place, "cut to " + std::to_string(nSeconds) + " seconds",
             "a number that 32 bits hold");
     std::map<int, Fact>& mapFact = m_eSection == ESection::TIMEOUT ? mapTimeout : mapDual;
-    const auto [it, bNew] = mapFact.try_emplace(nCmd, Fact{nSeconds, place});
+    const auto [it, bNew] = mapFact.try_emplace(line.nCmd, Fact{nSeconds, place});
     if (!bNew) {
         Add(ESeverity::WARNING, place,
-            "command " + std::to_string(nCmd) + " again: this line counts, not the one at " +
+            "command " + std::to_string(line.nCmd) + " again: this line counts, not the one at " +
                 it->second.place.Text());
         it->second = Fact{nSeconds, place};
     }

@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace host {
@@ -32,7 +33,8 @@ public:
     std::vector<Finding> vecFinding;
 
 private:
-    void ReadLine(const Place& place);
+    void ReadLine(const Place& place, const std::optional<std::string_view>& strTitle);
+    void ReadHeader(const Place& place, const std::string& strName);
     void ReadCommon(const Place& place);
     void ReadCommand(const Place& place);
     void CheckWhole(const std::string& strFile);

@@ -1,9 +1,9 @@
+#include "base/root_files.h"
 #include "check/item_check.h"
 #include "check/lang_file.h"
 #include "check/mutex_file.h"
 #include "check/timeout_file.h"
 #include "command.h"
-#include "commands/root_files.h"
 
 #include "tovelkarin/temutexopermgr.h"
 #include "tovelkarin/utilif.h"
@@ -143,24 +143,25 @@ private:
             return Fail("root", strRoot + " is no folder", "ls -ld " + Quoted(strRoot));
         if (access(strRoot.c_str(), R_OK | X_OK) != 0)
             return Fail("root", strRoot + ": " + std::strerror(errno), "ls -ld " + Quoted(strRoot));
-        if (strRoot.size() > ROOT_LENGTH_MAX)
+        if (strRoot.size() > base::ROOT_LENGTH_MAX)
             Warn("root",
-                 strRoot + ": longer than " + std::to_string(ROOT_LENGTH_MAX) +
+                 strRoot + ": longer than " + std::to_string(base::ROOT_LENGTH_MAX) +
                      " characters; the module reads no settings and no language texts below it",
                  "ln -s " + Quoted(strRoot) + " /opt/tovelkarin");
         else
             Good("root", strRoot);
-        CheckFile(strRoot + TABLE_UNDER_ROOT, "mutex", [](const std::string& strFile) {
+        CheckFile(strRoot + base::MUTEX_TABLE_UNDER_ROOT, "mutex", [](const std::string& strFile) {
             MutexFile table;
             table.Read(strFile);
             table.CheckWhole();
             return table.vecFinding;
         });
-        CheckFile(strRoot + TIMEOUTS_UNDER_ROOT, "timeouts",
+        CheckFile(strRoot + base::TIMEOUTS_UNDER_ROOT, "timeouts",
                   [](const std::string& strFile) { return TimeoutFile(strFile).vecFinding; });
-        for (const char* const szFile : {EMS_UNDER_ROOT, TRANS_EMS_UNDER_ROOT, COMMON_UNDER_ROOT})
+        for (const char* const szFile :
+             {base::EMS_UNDER_ROOT, base::TRANS_EMS_UNDER_ROOT, base::COMMON_UNDER_ROOT})
             CheckFile(strRoot + szFile, "items", CheckItemFile);
-        CheckLanguageFolders(strRoot + LANG_UNDER_ROOT);
+        CheckLanguageFolders(strRoot + base::LANG_UNDER_ROOT);
     }
 
     // What the check of a kind of files finds; the file may be missing.

@@ -1,6 +1,6 @@
 #include "commands/item_writer.h"
 
-#include "check/item_check.h"
+#include "base/item_line.h"
 #include "check/text_lines.h"
 #include "commands/locked_file.h"
 #include "commands/new_file.h"
@@ -34,8 +34,8 @@ void CheckItem(const std::string& strKey, const std::string& strValue) {
     if (strValue.find_first_of(std::string("\n\0", 2)) != std::string::npos ||
         NSTN_util::Trim(strValue) != strValue)
         Refuse("the value cannot be read back; expected one line without blanks around it");
-    if (strKey.size() + strValue.size() + 3 > ITEM_LINE_MAX)
-        Refuse("the line gets over 1022 characters");
+    if (strKey.size() + strValue.size() + 3 > base::ITEM_LINE_MAX)
+        Refuse("the line gets over " + std::to_string(base::ITEM_LINE_MAX) + " characters");
 }
 
 // Where a value stands in a text.
@@ -50,15 +50,13 @@ bool FindValue(const std::string& strFile, const std::string& strText, const std
     bool bFound = false;
     for (const TextLine& line : CutLines(strFile, strText)) {
         const std::string& strLine = line.strRaw;
-        if (strLine.size() > ITEM_LINE_MAX || strLine.find('\0') != std::string::npos)
-            throw CommandError(ANSWER_NO, line.place.Text() +
-                                              ": a line of over 1022 characters, or a zero byte, "
+        if (strLine.size() > base::ITEM_LINE_MAX || strLine.find('\0') != std::string::npos)
+            throw CommandError(ANSWER_NO, line.place.Text() + ": a line of over " +
+                                              std::to_string(base::ITEM_LINE_MAX) +
+                                              " characters, or a zero byte, "
                                               "hides from readers what follows");
-        std::string strLeft;
-        std::string strRight;
-        if (line.place.strText.find('#') != 0 &&
-            NSTN_util::SplitStrBySeparator(line.place.strText, "=", strLeft, strRight) &&
-            strLeft == strKey) {
+        const base::ItemLine item = base::ReadItemLine(strLine);
+        if (item.eKind == base::EItemLine::ITEM && item.strKey == strKey) {
             bFound = true;
             value = {line.nStart + strLine.find('=') + 1,
                      line.nStart + NSTN_util::RTrim(strLine).size()};

@@ -1,6 +1,6 @@
+#include "base/root_files.h"
 #include "check/lang_file.h"
 #include "command.h"
-#include "commands/root_files.h"
 #include "view/texts.h"
 
 #include "tovelkarin/telangresmgr.h"
@@ -18,7 +18,7 @@ namespace host {
 namespace {
 
 struct LangArguments {
-    std::string strDir = LANG_UNDER_ROOT;
+    std::string strDir = base::LANG_UNDER_ROOT;
     std::string strLanguage;
     std::vector<std::string> vecFile;
     Texts keys;

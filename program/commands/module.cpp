@@ -1,5 +1,5 @@
+#include "base/root_files.h"
 #include "command.h"
-#include "commands/root_files.h"
 
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/utilif.h"
@@ -58,14 +58,14 @@ struct SettingRow {
 
 // clang-format off
 constexpr SettingRow SETTINGS[] = {
-    {"bEnableInt3",       &NSTE_util::g_bEnableInt3,     nullptr,                                false},
-    {"bEnableLog",        &NSTE_util::g_bEnableLog,      nullptr,                                false},
-    {"bEnableAsnLog",     &NSTE_util::g_bEnableAsnLog,   nullptr,                                false},
-    {"bEnableMmlTrace",   &NSTE_util::g_bEnableMmlTrace, nullptr,                                false},
-    {"overtime_low",      nullptr,                       &NSTN_util::g_OverTime_low,             false},
-    {"overtime_mid",      nullptr,                       &NSTN_util::g_OverTime_mid,             false},
-    {"overtime_high",     nullptr,                       &NSTN_util::g_OverTime_high,            false},
-    {"VCNExportInterval", nullptr,                       &NSTN_util::g_nVCNExportTimerInterval,  true},
+    {base::KEY_INT3,            &NSTE_util::g_bEnableInt3,     nullptr,                               false},
+    {base::KEY_LOG,             &NSTE_util::g_bEnableLog,      nullptr,                               false},
+    {base::KEY_ASN_LOG,         &NSTE_util::g_bEnableAsnLog,   nullptr,                               false},
+    {base::KEY_MML_TRACE,       &NSTE_util::g_bEnableMmlTrace, nullptr,                               false},
+    {base::KEY_OVERTIME_LOW,    nullptr,                       &NSTN_util::g_OverTime_low,            false},
+    {base::KEY_OVERTIME_MID,    nullptr,                       &NSTN_util::g_OverTime_mid,            false},
+    {base::KEY_OVERTIME_HIGH,   nullptr,                       &NSTN_util::g_OverTime_high,           false},
+    {base::KEY_EXPORT_INTERVAL, nullptr,                       &NSTN_util::g_nVCNExportTimerInterval, true},
 };
 // clang-format on
 
@@ -75,7 +75,7 @@ void ShowNamedModules(const Session& session, const std::string& strFile,
     std::map<std::string, std::string> mapItem;
     if (!NSTN_util::IsFile(strFile) || NSTN_util::ReadCfgItemFromFile(strFile, mapItem) != 0)
         return;
-    const auto it = mapItem.find("modules");
+    const auto it = mapItem.find(base::KEY_MODULES);
     if (it == mapItem.end())
         return;
     vecRow.push_back({it->first, it->second, strFile});
@@ -90,8 +90,8 @@ void ShowNamedModules(const Session& session, const std::string& strFile,
 int ShowSettings(Session& session) {
     const std::string strRoot = NSTE_util::GetZEMBRootPath();
     const std::string strEms =
-        NSTE_util::emscfgfile != nullptr ? NSTE_util::emscfgfile : strRoot + EMS_UNDER_ROOT;
-    const std::string strTrans = strRoot + TRANS_EMS_UNDER_ROOT;
+        NSTE_util::emscfgfile != nullptr ? NSTE_util::emscfgfile : strRoot + base::EMS_UNDER_ROOT;
+    const std::string strTrans = strRoot + base::TRANS_EMS_UNDER_ROOT;
     std::vector<std::vector<std::string>> vecRow = {{"SETTING", "VALUE", "FROM"}};
     for (const SettingRow& row : SETTINGS) {
         const int nValue = row.pSwitch != nullptr ? static_cast<int>(*row.pSwitch) : *row.pNumber;

@@ -1,5 +1,6 @@
 #include "view/manual.h"
 
+#include "base/root_files.h"
 #include "command.h"
 #include "global_arguments.h"
 
@@ -40,13 +41,15 @@ constexpr Entry ENVIRONMENT[] = {
     {"TZ", "the time zone; else that of the system"},
 };
 
-constexpr Entry FILES[] = {
-    {"<root>/etc/oss_cfg/trans/core/conf/mutex_oper.cfg", "tovelkarin-mutex-table(5)"},
-    {"<root>/etc/oss_cfg/trans/core/conf/reqtimeout.cfg", "tovelkarin-timeouts(5)"},
-    {"<root>/etc/oss_cfg/ems.cfg", "tovelkarin-configuration(5)"},
-    {"<root>/etc/oss_cfg/trans/core/conf/trans_ems.cfg", "tovelkarin-configuration(5)"},
-    {"<root>/etc/oss_cfg/e2e/nml_common/common.cfg", "tovelkarin-configuration(5)"},
-    {"<root>/conf/lang/<language>/", "tovelkarin-language(5)"},
+constexpr Entry FILES_OF_ROOT[] = {
+    {base::MUTEX_TABLE_UNDER_ROOT, "tovelkarin-mutex-table(5)"},
+    {base::TIMEOUTS_UNDER_ROOT, "tovelkarin-timeouts(5)"},
+    {base::EMS_UNDER_ROOT, "tovelkarin-configuration(5)"},
+    {base::TRANS_EMS_UNDER_ROOT, "tovelkarin-configuration(5)"},
+    {base::COMMON_UNDER_ROOT, "tovelkarin-configuration(5)"},
+};
+
+constexpr Entry OTHER_FILES[] = {
     {"<state>/operlog.db", "tovelkarin-operation-log(5)"},
     {"<state>/log/<module>.log", "a line for each entry: UTC time, thread, level, text"},
     {"<state>/log/callchain.jsonl", "a JSON object for each record of a call chain"},
@@ -170,7 +173,11 @@ std::string ManualPage() {
     page.Section("ENVIRONMENT");
     page.Entries(ENVIRONMENT);
     page.Section("FILES");
-    page.Entries(FILES);
+    for (const Entry& entry : FILES_OF_ROOT)
+        page.Item(std::string("<root>") + entry.szName, entry.szText);
+    page.Item(std::string("<root>") + base::LANG_UNDER_ROOT + "<language>/",
+              "tovelkarin-language(5)");
+    page.Entries(OTHER_FILES);
     page.Section("\"SEE ALSO\"");
     page.Text(SEE_ALSO);
     return page.Roffed();
