@@ -1,5 +1,5 @@
-#include "command.h"
 #include "commands/backup_text.h"
+#include "sub_commands.h"
 #include "view/texts.h"
 
 #include "tovelkarin/nml_commondataapi.h"
@@ -8,11 +8,8 @@
 
 #include "zemb/control.h"
 
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <sstream>
 #include <utility>
@@ -290,33 +287,27 @@ int Build(const Session& session, const BackupArguments& args) {
 }  // namespace
 
 Runner DefineBackup(CLI::App& app) {
-    const auto pArgs = std::make_shared<BackupArguments>();
+    SubCommands<BackupArguments> commands(app);
+    BackupArguments& args = commands.Args();
     CLI::App* const pView =
-        app.add_subcommand("view", "show the objects, groups and attributes of a text as a tree");
-    pView->add_option("FILE", pArgs->strFile, "a backup text; -: standard input")->required();
-    CLI::App* const pGet = app.add_subcommand("get", "read one value, or cut out one child");
-    pGet->add_option("FILE", pArgs->strFile, "a backup text; -: standard input")->required();
-    pGet->add_option("PATH", pArgs->strName,
+        commands.Add("view", "show the objects, groups and attributes of a text as a tree", View);
+    pView->add_option("FILE", args.strFile, "a backup text; -: standard input")->required();
+    CLI::App* const pGet = commands.Add("get", "read one value, or cut out one child", Get);
+    pGet->add_option("FILE", args.strFile, "a backup text; -: standard input")->required();
+    pGet->add_option("PATH", args.strName,
                      "an attribute; before it, or alone, GROUP/OBJECT[n], the first for no n")
         ->required();
-    pGet->add_flag("--text", pArgs->bText, "read as a text: only quoted values, or the first item");
-    CLI::App* const pBuild = app.add_subcommand("build", "write the text of an object");
-    pBuild->add_option("NAME", pArgs->strName, "the object's name")->required();
-    pBuild->add_option("ITEM", pArgs->vecItem,
+    pGet->add_flag("--text", args.bText, "read as a text: only quoted values, or the first item");
+    CLI::App* const pBuild = commands.Add("build", "write the text of an object", Build);
+    pBuild->add_option("NAME", args.strName, "the object's name")->required();
+    pBuild->add_option("ITEM", args.vecItem,
                        "attributes: name=value, a number or a text, or name:TYPE=value with TYPE "
                        "int, text, list (numbers 1-3,7), texts (a,b)");
     pBuild
-        ->add_option("--group", pArgs->vecGroup,
+        ->add_option("--group", args.vecGroup,
                      "GROUP=FILE: a group of the texts in a file; -: standard input")
         ->allow_extra_args(false);
-    app.require_subcommand(1);
-    return [pArgs, pView, pGet](Session& session) {
-        if (pView->parsed())
-            return View(session, *pArgs);
-        if (pGet->parsed())
-            return Get(session, *pArgs);
-        return Build(session, *pArgs);
-    };
+    return commands.RunGiven();
 }
 
 }  // namespace host

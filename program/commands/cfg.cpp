@@ -1,12 +1,8 @@
 #include "check/item_check.h"
-#include "command.h"
 #include "commands/item_writer.h"
+#include "sub_commands.h"
 
 #include "tovelkarin/tnreadcfg.h"
-
-#include <CLI/CLI.hpp>
-
-#include <memory>
 
 // Shows items as a process reads them, with the library's own reader, and sets one
 // (item_writer.cpp). In a script a file keeps its reader, so that a change is seen when a process
@@ -85,22 +81,21 @@ int Set(const Session& session, const CfgArguments& args) {
 }  // namespace
 
 Runner DefineCfg(CLI::App& app) {
-    const auto pArgs = std::make_shared<CfgArguments>();
-    app.add_option("FILE", pArgs->strFile, "a configuration-item file");
-    app.add_option("KEY", pArgs->strKey, "one item; none: all");
-    app.add_flag("--int", pArgs->bInt, "as the integer getter reads it");
-    CLI::App* const pSet = app.add_subcommand(
-        "set", "change or add one item; comments and order stay, the file is replaced whole");
-    pSet->add_option("FILE", pArgs->strFile, "a configuration-item file")->required();
-    pSet->add_option("KEY", pArgs->strKey, "the key")->required();
-    pSet->add_option("VALUE", pArgs->strValue, "its new value")->required();
-    pSet->add_flag("--new", pArgs->bNew, "make the file if there is none");
-    pSet->add_option("--wait", pArgs->nWait, "seconds, at most, for others who have it locked")
+    SubCommands<CfgArguments> commands(app);
+    CfgArguments& args = commands.Args();
+    app.add_option("FILE", args.strFile, "a configuration-item file");
+    app.add_option("KEY", args.strKey, "one item; none: all");
+    app.add_flag("--int", args.bInt, "as the integer getter reads it");
+    CLI::App* const pSet = commands.Add(
+        "set", "change or add one item; comments and order stay, the file is replaced whole", Set);
+    pSet->add_option("FILE", args.strFile, "a configuration-item file")->required();
+    pSet->add_option("KEY", args.strKey, "the key")->required();
+    pSet->add_option("VALUE", args.strValue, "its new value")->required();
+    pSet->add_flag("--new", args.bNew, "make the file if there is none");
+    pSet->add_option("--wait", args.nWait, "seconds, at most, for others who have it locked")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
-    return [pArgs, pSet](Session& session) {
-        return pSet->parsed() ? Set(session, *pArgs) : Show(session, *pArgs);
-    };
+    return commands.RunGivenOr(Show);
 }
 
 }  // namespace host

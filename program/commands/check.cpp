@@ -1,13 +1,8 @@
 #include "check/item_check.h"
 #include "check/lang_file.h"
 #include "check/timeout_file.h"
-#include "command.h"
 #include "commands/backup_text.h"
-
-#include <CLI/CLI.hpp>
-
-#include <algorithm>
-#include <memory>
+#include "sub_commands.h"
 
 // Runs the checks of configuration files and sums up what they find. With --strict warnings are
 // faults too.
@@ -55,12 +50,16 @@ int CheckMutex(const Session& session, const CheckArguments& args) {
     return PutFindings(session, args, table.vecFinding, Counted(args.vecFile.size(), "file"));
 }
 
+std::vector<Finding> CheckTimeoutFile(const std::string& strFile) {
+    return TimeoutFile(strFile).vecFinding;
+}
+
 // Each file for itself.
-int CheckEach(const Session& session, const CheckArguments& args,
-              std::vector<Finding> (*check)(const std::string&)) {
+template <std::vector<Finding> CheckFile(const std::string&)>
+int CheckEach(const Session& session, const CheckArguments& args) {
     std::vector<Finding> vecFinding;
     for (const std::string& strFile : args.vecFile) {
-        const std::vector<Finding> vecOne = check(strFile);
+        const std::vector<Finding> vecOne = CheckFile(strFile);
         vecFinding.insert(vecFinding.end(), vecOne.begin(), vecOne.end());
     }
     return PutFindings(session, args, vecFinding, Counted(args.vecFile.size(), "file"));
@@ -74,37 +73,25 @@ int CheckLang(const Session& session, const CheckArguments& args) {
 }  // namespace
 
 Runner DefineCheck(CLI::App& app) {
-    const auto pArgs = std::make_shared<CheckArguments>();
-    CLI::App* const pMutex = app.add_subcommand(
-        "mutex", "table files of conflicting operations; several are one table, as if loaded");
-    pMutex->add_option("FILE", pArgs->vecFile, "table files")->required();
-    pMutex->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
-    CLI::App* const pLang = app.add_subcommand("lang", "folders of language files, one a language");
-    pLang->add_option("FOLDER", pArgs->vecFile, "language folders")->required();
-    pLang->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
-    CLI::App* const pItems = app.add_subcommand("items", "configuration-item files: key = value");
-    pItems->add_option("FILE", pArgs->vecFile, "item files")->required();
-    pItems->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
-    CLI::App* const pTimeouts = app.add_subcommand("timeouts", "request time-out files");
-    pTimeouts->add_option("FILE", pArgs->vecFile, "time-out files")->required();
-    pTimeouts->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
-    CLI::App* const pBackup = app.add_subcommand("backup", "backup texts of objects");
-    pBackup->add_option("FILE", pArgs->vecFile, "backup texts; -: standard input")->required();
-    pBackup->add_flag("--strict", pArgs->bStrict, "warnings count as faults");
-    app.require_subcommand(1);
-    return [=](Session& session) {
-        if (pMutex->parsed())
-            return CheckMutex(session, *pArgs);
-        if (pLang->parsed())
-            return CheckLang(session, *pArgs);
-        if (pItems->parsed())
-            return CheckEach(session, *pArgs, CheckItemFile);
-        if (pBackup->parsed())
-            return CheckEach(session, *pArgs, CheckBackupFile);
-        return CheckEach(session, *pArgs, [](const std::string& strFile) {
-            return TimeoutFile(strFile).vecFinding;
-        });
+    SubCommands<CheckArguments> commands(app);
+    CheckArguments& args = commands.Args();
+    const auto Add = [&](const char* szName, const char* szSummary, const char* szArgument,
+                         const char* szWhat, const SubCommands<CheckArguments>::Handler& check) {
+        CLI::App* const pCheck = commands.Add(szName, szSummary, check);
+        pCheck->add_option(szArgument, args.vecFile, szWhat)->required();
+        pCheck->add_flag("--strict", args.bStrict, "warnings count as faults");
     };
+    Add("mutex", "table files of conflicting operations; several are one table, as if loaded",
+        "FILE", "table files", CheckMutex);
+    Add("lang", "folders of language files, one a language", "FOLDER", "language folders",
+        CheckLang);
+    Add("items", "configuration-item files: key = value", "FILE", "item files",
+        CheckEach<CheckItemFile>);
+    Add("timeouts", "request time-out files", "FILE", "time-out files",
+        CheckEach<CheckTimeoutFile>);
+    Add("backup", "backup texts of objects", "FILE", "backup texts; -: standard input",
+        CheckEach<CheckBackupFile>);
+    return commands.RunGiven();
 }
 
 }  // namespace host

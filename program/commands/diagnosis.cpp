@@ -1,6 +1,6 @@
-#include "command.h"
 #include "commands/asn_json.h"
 #include "commands/backup_text.h"
+#include "sub_commands.h"
 #include "view/texts.h"
 
 #include "tovelkarin/nml_commondataapi.h"
@@ -11,8 +11,6 @@
 #include "zemb/asn.h"
 #include "zemb/event.h"
 #include "zemb/operlog.h"
-
-#include <CLI/CLI.hpp>
 
 #include <cstring>
 #include <memory>
@@ -27,7 +25,12 @@ using NSTN_util::TNThreadMgr;
 
 constexpr std::int64_t LONG_SECONDS = 300;
 
-int ShowThreads(const Session& session) {
+struct ThreadsArguments {
+    std::string strLabel;
+    int nSeconds = 0;
+};
+
+int ShowThreads(const Session& session, const ThreadsArguments& /*args*/) {
     std::vector<std::vector<std::string>> vecRow = {{"LABEL", "NESTING", "SECONDS", ""}};
     for (const auto& [nThreadId, info] : TNThreadMgr::Instance()->GetAllInfo()) {
         const std::int64_t nSeconds = zemb::NowSeconds() - info.m_nStartTime;
@@ -61,6 +64,22 @@ void WithLines(const Session& session, Fn fn) {
         },
         true);
     fn();
+}
+
+int EnterThread(const Session& session, const ThreadsArguments& args) {
+    WithLines(session, [&] { TNThreadMgr::Instance()->Regist_Thread(args.strLabel); });
+    return DONE;
+}
+
+int LeaveThread(const Session& session, const ThreadsArguments& /*args*/) {
+    WithLines(session, [] { TNThreadMgr::Instance()->UnRegist_Thread(); });
+    return DONE;
+}
+
+int WaitForThreads(const Session& session, const ThreadsArguments& args) {
+    bool bEmpty = false;
+    WithLines(session, [&] { bEmpty = TNThreadMgr::Instance()->WaitingThreadExit(args.nSeconds); });
+    return bEmpty ? DONE : ANSWER_NO;
 }
 
 struct AsnArguments {
@@ -121,29 +140,15 @@ int SendEvent(const Session& session, EventArguments& args, bool bData) {
 }  // namespace
 
 Runner DefineThreads(CLI::App& app) {
-    const auto pLabel = std::make_shared<std::string>();
-    const auto pSeconds = std::make_shared<int>(0);
-    CLI::App* const pEnter = app.add_subcommand("enter", "register the thread of the commands");
-    pEnter->add_option("LABEL", *pLabel, "what it is busy with")->required();
-    CLI::App* const pLeave = app.add_subcommand("leave", "take one registration back");
-    CLI::App* const pWait = app.add_subcommand("wait", "wait until no thread is registered");
-    pWait->add_option("SECONDS", *pSeconds, "at most; negative: 360")->required();
-    return [=](Session& session) {
-        if (pEnter->parsed() || pLeave->parsed()) {
-            WithLines(session, [&] {
-                if (pEnter->parsed())
-                    TNThreadMgr::Instance()->Regist_Thread(*pLabel);
-                else
-                    TNThreadMgr::Instance()->UnRegist_Thread();
-            });
-            return DONE;
-        }
-        if (!pWait->parsed())
-            return ShowThreads(session);
-        bool bEmpty = false;
-        WithLines(session, [&] { bEmpty = TNThreadMgr::Instance()->WaitingThreadExit(*pSeconds); });
-        return bEmpty ? DONE : ANSWER_NO;
-    };
+    SubCommands<ThreadsArguments> commands(app);
+    commands.Add("enter", "register the thread of the commands", EnterThread)
+        ->add_option("LABEL", commands.Args().strLabel, "what it is busy with")
+        ->required();
+    commands.Add("leave", "take one registration back", LeaveThread);
+    commands.Add("wait", "wait until no thread is registered", WaitForThreads)
+        ->add_option("SECONDS", commands.Args().nSeconds, "at most; negative: 360")
+        ->required();
+    return commands.RunGivenOr(ShowThreads);
 }
 
 Runner DefineAsn(CLI::App& app) {

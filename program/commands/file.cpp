@@ -1,12 +1,9 @@
-#include "command.h"
+#include "sub_commands.h"
 
 #include "tovelkarin/nml_filemgr.h"
 
-#include <CLI/CLI.hpp>
-
 #include <cstring>
 #include <limits>
-#include <memory>
 
 // Paths, sizes, listings and pruning by the library's own functions. A dry run of pruning goes by
 // the same sorted list that the deletion takes.
@@ -110,50 +107,48 @@ int Prune(const Session& session, const FileArguments& args) {
 }  // namespace
 
 Runner DefineFile(CLI::App& app) {
-    const auto pArgs = std::make_shared<FileArguments>();
+    SubCommands<FileArguments> commands(app);
+    FileArguments& args = commands.Args();
     using Work = int (*)(const Session&, const FileArguments&);
-    const auto pWork = std::make_shared<Work>(nullptr);
     const auto Add = [&](const char* szName, const char* szWhat, const char* szPath, Work work) {
-        CLI::App* const pCommand = app.add_subcommand(szName, szWhat);
-        pCommand->add_option(szPath, pArgs->strPath)->required();
-        pCommand->callback([pWork, work] { *pWork = work; });
+        CLI::App* const pCommand = commands.Add(szName, szWhat, work);
+        pCommand->add_option(szPath, args.strPath)->required();
         return pCommand;
     };
     Add("join", "put a folder and a name together", "DIR",
-        [](const Session& session, const FileArguments& args) {
-            return Put(session, NSTN_util::SpliceDir(args.strPath, args.strName));
+        [](const Session& session, const FileArguments& given) {
+            return Put(session, NSTN_util::SpliceDir(given.strPath, given.strName));
         })
-        ->add_option("NAME", pArgs->strName)
+        ->add_option("NAME", args.strName)
         ->required();
     Add("parent", "the path without its last part", "PATH",
-        [](const Session& session, const FileArguments& args) {
-            return Put(session, NSTN_util::GetParentPath(args.strPath));
+        [](const Session& session, const FileArguments& given) {
+            return Put(session, NSTN_util::GetParentPath(given.strPath));
         });
     Add("name", "what stands behind the last /", "PATH",
-        [](const Session& session, const FileArguments& args) {
-            return Put(session, NSTN_util::GetFileNameFromPath(args.strPath));
+        [](const Session& session, const FileArguments& given) {
+            return Put(session, NSTN_util::GetFileNameFromPath(given.strPath));
         });
     Add("folder", "the last folder that a path names", "PATH",
-        [](const Session& session, const FileArguments& args) {
-            return Put(session, NSTN_util::GetLastFolderFromPath(args.strPath));
+        [](const Session& session, const FileArguments& given) {
+            return Put(session, NSTN_util::GetLastFolderFromPath(given.strPath));
         });
     Add("absolute", "resolve /.. and /./ in a path", "PATH",
-        [](const Session& session, const FileArguments& args) {
-            return Put(session, Absolute(args.strPath));
+        [](const Session& session, const FileArguments& given) {
+            return Put(session, Absolute(given.strPath));
         });
     Add("size", "bytes of a file, or of all below a folder", "PATH", ShowSize)
-        ->add_option("--limit", pArgs->nLimit, "stop behind so many entries");
+        ->add_option("--limit", args.nLimit, "stop behind so many entries");
     CLI::App* const pList = Add("list", "the names in a folder, sorted", "DIR", ListEntries);
-    pList->add_flag("--files", pArgs->bFiles, "files only");
-    pList->add_flag("--folders", pArgs->bFolders, "folders only");
+    pList->add_flag("--files", args.bFiles, "files only");
+    pList->add_flag("--folders", args.bFolders, "folders only");
     CLI::App* const pPrune =
         Add("prune", "delete files, lowest names first: of time-stamped names the oldest", "DIR",
             Prune);
-    pPrune->add_option("--keep", pArgs->nKeep, "so many are left")->required();
-    pPrune->add_flag("--folders", pArgs->bFolders, "folders, with what is in them, not files");
-    pPrune->add_flag("--dry-run", pArgs->bDryRun, "only show what would go");
-    app.require_subcommand(1);
-    return [pArgs, pWork](Session& session) { return (*pWork)(session, *pArgs); };
+    pPrune->add_option("--keep", args.nKeep, "so many are left")->required();
+    pPrune->add_flag("--folders", args.bFolders, "folders, with what is in them, not files");
+    pPrune->add_flag("--dry-run", args.bDryRun, "only show what would go");
+    return commands.RunGiven();
 }
 
 }  // namespace host

@@ -1,16 +1,13 @@
 #include "base/root_files.h"
 #include "check/lang_file.h"
-#include "command.h"
+#include "sub_commands.h"
 #include "view/texts.h"
 
 #include "tovelkarin/telangresmgr.h"
 
 #include "zemb/settings.h"
 
-#include <CLI/CLI.hpp>
-
 #include <filesystem>
-#include <memory>
 
 // Loads language texts as a process does, looks keys up, and lists what one of two languages lacks.
 namespace host {
@@ -65,7 +62,7 @@ int Load(const Session& session, const LangArguments& args) {
     return loaded.nMissing == 0 ? DONE : ANSWER_NO;
 }
 
-void Get(const Session& session, const LangArguments& args, const std::string& strKey) {
+void GetOne(const Session& session, const LangArguments& args, const std::string& strKey) {
     const std::string strText = NSTN_util::TELangResMgr::Instance()->GetResourceStr(strKey);
     if (strText.empty())
         throw CommandError(ANSWER_NO, strKey + ": no text of that key is loaded" +
@@ -74,6 +71,12 @@ void Get(const Session& session, const LangArguments& args, const std::string& s
     record["key"] = strKey;
     record["text"] = strText;
     session.out.Put(strText, record);
+}
+
+int Get(const Session& session, const LangArguments& args) {
+    if (args.bLoad)
+        LoadTexts(args);
+    return args.keys.Each([&](const std::string& strKey) { GetOne(session, args, strKey); });
 }
 
 int Missing(const Session& session, const LangArguments& args) {
@@ -102,31 +105,21 @@ int Missing(const Session& session, const LangArguments& args) {
 }  // namespace
 
 Runner DefineLang(CLI::App& app) {
-    const auto pArgs = std::make_shared<LangArguments>();
-    app.add_option("--dir", pArgs->strDir, "folder of the languages under the root")
+    SubCommands<LangArguments> commands(app);
+    LangArguments& args = commands.Args();
+    app.add_option("--dir", args.strDir, "folder of the languages under the root")
         ->capture_default_str();
-    CLI::App* const pLoad = app.add_subcommand("load", "load the texts of the process language");
-    pLoad->add_option("FILE", pArgs->vecFile, "names in the language folder; none: all");
-    pLoad->add_option("--language", pArgs->strLanguage, "make this the language of the process");
-    CLI::App* const pGet = app.add_subcommand("get", "look a key up in what is loaded");
-    pArgs->keys.Define(*pGet, "a key, exactly");
-    pGet->add_flag("--load", pArgs->bLoad, "load the texts of the process language first");
+    CLI::App* const pLoad = commands.Add("load", "load the texts of the process language", Load);
+    pLoad->add_option("FILE", args.vecFile, "names in the language folder; none: all");
+    pLoad->add_option("--language", args.strLanguage, "make this the language of the process");
+    CLI::App* const pGet = commands.Add("get", "look a key up in what is loaded", Get);
+    args.keys.Define(*pGet, "a key, exactly");
+    pGet->add_flag("--load", args.bLoad, "load the texts of the process language first");
     CLI::App* const pMissing =
-        app.add_subcommand("missing", "list the keys that one of two languages lacks");
-    pMissing->add_option("LANGUAGE", pArgs->strFirst, "a language folder")->required();
-    pMissing->add_option("OTHER", pArgs->strSecond, "another one")->required();
-    app.require_subcommand(1);
-    return [pArgs, pLoad, pGet](Session& session) {
-        if (pLoad->parsed())
-            return Load(session, *pArgs);
-        if (pGet->parsed()) {
-            if (pArgs->bLoad)
-                LoadTexts(*pArgs);
-            return pArgs->keys.Each(
-                [&](const std::string& strKey) { Get(session, *pArgs, strKey); });
-        }
-        return Missing(session, *pArgs);
-    };
+        commands.Add("missing", "list the keys that one of two languages lacks", Missing);
+    pMissing->add_option("LANGUAGE", args.strFirst, "a language folder")->required();
+    pMissing->add_option("OTHER", args.strSecond, "another one")->required();
+    return commands.RunGiven();
 }
 
 }  // namespace host

@@ -1,5 +1,5 @@
 #include "base/root_files.h"
-#include "command.h"
+#include "sub_commands.h"
 
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/utilif.h"
@@ -7,10 +7,7 @@
 #include "zemb/module.h"
 #include "zemb/settings.h"
 
-#include <CLI/CLI.hpp>
-
 #include <map>
-#include <memory>
 
 // Modules and settings of the process. For each setting it shows the value in force, the file that
 // it comes from, and what that file says now if it is something else.
@@ -18,7 +15,11 @@ namespace host {
 
 namespace {
 
-int ListModules(const Session& session) {
+struct ModuleArguments {
+    std::string strFile;
+};
+
+int List(const Session& session, const ModuleArguments& /*args*/) {
     std::vector<std::vector<std::string>> vecRow = {{"MODULE", "NUMBER", "STATE", "INTERFACES"}};
     for (ModuleObject* const pModule : ModuleMgr::Instance()->Modules()) {
         const bool bStarted = ModuleMgr::Instance()->IsStarted(pModule);
@@ -115,34 +116,35 @@ int ShowSettings(Session& session) {
     return DONE;
 }
 
-int LoadModule(const Session& session, const std::string& strFile) {
+int Load(const Session& session, const ModuleArguments& args) {
     std::string strError;
-    if (!ModuleMgr::Instance()->LoadModule(strFile, strError) ||
+    if (!ModuleMgr::Instance()->LoadModule(args.strFile, strError) ||
         !ModuleMgr::Instance()->StartModules(strError))
         throw CommandError(SYSTEM_FAILED, strError);
-    return ListModules(session);
+    return List(session, args);
+}
+
+int Stop(Session& session, const ModuleArguments& args) {
+    session.Stop();
+    return List(session, args);
+}
+
+int Start(Session& session, const ModuleArguments& args) {
+    session.Start(true);
+    return List(session, args);
 }
 
 }  // namespace
 
 Runner DefineModule(CLI::App& app) {
-    const auto pFile = std::make_shared<std::string>();
-    CLI::App* const pLoad = app.add_subcommand("load", "load a shared object and start its module");
-    pLoad->add_option("FILE", *pFile, "the shared object")->required();
-    CLI::App* const pStop = app.add_subcommand("stop", "give everything back and stop the modules");
-    app.add_subcommand("list", "name, number, state and interfaces of the modules");
-    CLI::App* const pStart =
-        app.add_subcommand("start", "start what is stopped; the settings are read again");
-    app.require_subcommand(1);
-    return [pFile, pLoad, pStop, pStart](Session& session) {
-        if (pLoad->parsed())
-            return LoadModule(session, *pFile);
-        if (pStop->parsed())
-            session.Stop();
-        if (pStart->parsed())
-            session.Start(true);
-        return ListModules(session);
-    };
+    SubCommands<ModuleArguments> commands(app);
+    commands.Add("load", "load a shared object and start its module", Load)
+        ->add_option("FILE", commands.Args().strFile, "the shared object")
+        ->required();
+    commands.Add("stop", "give everything back and stop the modules", Stop);
+    commands.Add("list", "name, number, state and interfaces of the modules", List);
+    commands.Add("start", "start what is stopped; the settings are read again", Start);
+    return commands.RunGiven();
 }
 
 Runner DefineSettings(CLI::App&) {

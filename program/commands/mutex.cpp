@@ -1,8 +1,4 @@
-#include "command.h"
-
-#include <CLI/CLI.hpp>
-
-#include <memory>
+#include "sub_commands.h"
 
 // Loads table files, and shows them as a matrix or a graph. Both have an entry for each pair of
 // operations, so a table that names too many is refused.
@@ -103,17 +99,15 @@ int Matrix(Session& session, const MutexArguments& args) {
 }  // namespace
 
 Runner DefineMutex(CLI::App& app) {
-    const auto pArgs = std::make_shared<MutexArguments>();
-    CLI::App* const pLoad = app.add_subcommand("load", "add table files to what is loaded");
-    pLoad->add_option("FILE", pArgs->vecFile, "table files")->required();
+    SubCommands<MutexArguments> commands(app);
+    MutexArguments& args = commands.Args();
+    CLI::App* const pLoad = commands.Add("load", "add table files to what is loaded", Load);
+    pLoad->add_option("FILE", args.vecFile, "table files")->required();
     CLI::App* const pMatrix =
-        app.add_subcommand("matrix", "show which running operation (column) blocks which (row)");
-    pMatrix->add_option("FILE", pArgs->vecFile, "table files; none: what is loaded");
-    pMatrix->add_flag("--dot", pArgs->bDot, "as a graph for graphviz");
-    app.require_subcommand(1);
-    return [pArgs, pLoad](Session& session) {
-        return pLoad->parsed() ? Load(session, *pArgs) : Matrix(session, *pArgs);
-    };
+        commands.Add("matrix", "show which running operation (column) blocks which (row)", Matrix);
+    pMatrix->add_option("FILE", args.vecFile, "table files; none: what is loaded");
+    pMatrix->add_flag("--dot", args.bDot, "as a graph for graphviz");
+    return commands.RunGiven();
 }
 
 }  // namespace host

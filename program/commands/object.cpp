@@ -1,12 +1,10 @@
-#include "command.h"
+#include "sub_commands.h"
 #include "view/texts.h"
 
 #include "tovelkarin/stringutil.h"
 #include "tovelkarin/tnfbtype.h"
 #include "tovelkarin/tnfdnmgr.h"
 #include "tovelkarin/tnotnlevelpathutil.h"
-
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cstdlib>
@@ -262,6 +260,12 @@ struct FdnArguments {
     std::vector<int> vecValue;
 };
 
+int ShowFdns(const Session& session, const FdnArguments& args) {
+    if (args.texts.IsEmpty())
+        throw CommandError(WRONG_USAGE, "fdn: which FDN?");
+    return args.texts.Each([&](const std::string& strText) { ShowFdn(session, strText); });
+}
+
 int BuildFdns(const Session& session, const FdnArguments& args) {
     std::vector<std::string> vecFdn;
     NSTN_util::TNFdnMgr::Instance()->ConvertCxValue2FDNstring(
@@ -299,18 +303,12 @@ Runner DefineOtn(CLI::App& app) {
 }
 
 Runner DefineFdn(CLI::App& app) {
-    const auto pArgs = std::make_shared<FdnArguments>();
-    pArgs->texts.Define(app, "an FDN: NE=5,FR=0,S=3,LP=3|7|300,", false);
-    CLI::App* const pBuild =
-        app.add_subcommand("build", "write the three FDNs of a cross-connection value");
-    pBuild->add_option("VALUE", pArgs->vecValue, "ONE (0: none) and NE")->required();
-    return [pArgs, pBuild](Session& session) {
-        if (pBuild->parsed())
-            return BuildFdns(session, *pArgs);
-        if (pArgs->texts.IsEmpty())
-            throw CommandError(WRONG_USAGE, "fdn: which FDN?");
-        return pArgs->texts.Each([&](const std::string& strText) { ShowFdn(session, strText); });
-    };
+    SubCommands<FdnArguments> commands(app);
+    commands.Args().texts.Define(app, "an FDN: NE=5,FR=0,S=3,LP=3|7|300,", false);
+    commands.Add("build", "write the three FDNs of a cross-connection value", BuildFdns)
+        ->add_option("VALUE", commands.Args().vecValue, "ONE (0: none) and NE")
+        ->required();
+    return commands.RunGivenOr(ShowFdns);
 }
 
 }  // namespace host

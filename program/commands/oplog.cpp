@@ -1,6 +1,6 @@
-#include "command.h"
 #include "commands/new_file.h"
 #include "console/interrupt.h"
+#include "sub_commands.h"
 #include "view/progress_line.h"
 #include "view/texts.h"
 
@@ -9,8 +9,6 @@
 #include "tovelkarin/teoperationlog.h"
 
 #include "zemb/operlog_store.h"
-
-#include <CLI/CLI.hpp>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -123,8 +121,23 @@ void Read(const zemb::OperLogFilter& filter,
         throw CommandError(SYSTEM_FAILED, strError);
 }
 
-int List(const Session& session, const OpLogArguments& args) {
+std::string LikeOf(std::string strWildcard) {
+    NSTN_util::TransWildcardForSqlLikeNotRepeatEx(strWildcard, false, true);
+    return strWildcard;
+}
+
+zemb::OperLogFilter FilterOf(const OpLogArguments& args) {
     zemb::OperLogFilter filter = args.filter;
+    filter.strObjectLike = LikeOf(args.strObject);
+    filter.strDescLike = LikeOf(args.strText);
+    for (const auto& [strName, nKind] : KINDS)
+        if (strName == args.strResult)
+            filter.nResultKind = nKind;
+    return filter;
+}
+
+int List(const Session& session, const OpLogArguments& args) {
+    zemb::OperLogFilter filter = FilterOf(args);
     filter.nLast = args.nLast;
     if (args.bCsv && session.out.IsJson())
         throw CommandError(WRONG_USAGE, "oplog list: --csv or --json, not both");
@@ -176,7 +189,7 @@ int Show(const Session& session, const OpLogArguments& args) {
 
 // Shows the last entries and each new one, until it is interrupted or has shown enough.
 int Follow(const Session& session, const OpLogArguments& args) {
-    zemb::OperLogFilter filter = args.filter;
+    zemb::OperLogFilter filter = FilterOf(args);
     filter.nLast = args.nLast;
     std::size_t nShown = 0;
     const auto Put = [&](const zemb::OperLogRow& row) {
@@ -205,7 +218,7 @@ long long ExportTo(const OpLogArguments& args, const std::function<void(const st
     if (args.bCsv)
         put(std::string(CSV_HEADING) + "\n");
     long long nRows = 0;
-    Read(args.filter, [&](const zemb::OperLogRow& row) {
+    Read(FilterOf(args), [&](const zemb::OperLogRow& row) {
         put((args.bCsv ? CsvLine(row) : JsonLine(ToJson(row))) + "\n");
         if (++nRows % PROGRESS_ROWS == 0)
             line.Show(std::to_string(nRows) + " entries");
@@ -273,7 +286,7 @@ int Export(const Session& session, const OpLogArguments& args) {
     return DONE;
 }
 
-int Verify(const Session& session) {
+int Verify(const Session& session, const OpLogArguments& /*args*/) {
     RequireLog();
     std::error_code error;
     if (!std::filesystem::exists(zemb::OperLogFile(), error))
@@ -333,26 +346,20 @@ int Write(const Session& session, const OpLogArguments& args) {
     return DONE;
 }
 
-std::string LikeOf(std::string strWildcard) {
-    NSTN_util::TransWildcardForSqlLikeNotRepeatEx(strWildcard, false, true);
-    return strWildcard;
-}
-
-struct FilterOptions {
-    CLI::Option* pUser;
-    CLI::Option* pCmd;
-};
-
 std::string CheckTime(const std::string& strTime) {
     return zemb::IsOperLogTime(strTime)
                ? ""
                : "'" + strTime + "' is no time; expected such as 2026-03-01 or 2026-03-01 08:30";
 }
 
-FilterOptions AddFilter(CLI::App& app, OpLogArguments& args) {
-    FilterOptions options{};
-    options.pUser = app.add_option("--user", args.nUser, "of this user");
-    options.pCmd = app.add_option("--command", args.nCmd, "of this command");
+void AddFilter(CLI::App& app, OpLogArguments& args) {
+    // By functions: an empty number counts as 0 here, and would leave an optional without a value.
+    app.add_option_function<std::int32_t>(
+        "--user", [&args](const std::int32_t& nUser) { args.filter.nUserId = nUser; },
+        "of this user");
+    app.add_option_function<std::uint64_t>(
+        "--command", [&args](const std::uint64_t& nCmd) { args.filter.nCmd = nCmd; },
+        "of this command");
     app.add_option("--from", args.filter.strFrom, "not before this UTC time, or a beginning of it")
         ->check(CheckTime);
     app.add_option("--to", args.filter.strTo, "before this UTC time")->check(CheckTime);
@@ -360,78 +367,45 @@ FilterOptions AddFilter(CLI::App& app, OpLogArguments& args) {
     app.add_option("--text", args.strText, "description; * and ? are wildcards");
     app.add_option("--result", args.strResult, "ok, partly or failed")
         ->check(CLI::IsMember({"ok", "partly", "failed"}));
-    return options;
-}
-
-void FillFilter(OpLogArguments& args, const FilterOptions& options) {
-    if (options.pUser->count() != 0)
-        args.filter.nUserId = args.nUser;
-    if (options.pCmd->count() != 0)
-        args.filter.nCmd = args.nCmd;
-    args.filter.strObjectLike = LikeOf(args.strObject);
-    args.filter.strDescLike = LikeOf(args.strText);
-    for (const auto& [strName, nKind] : KINDS)
-        if (strName == args.strResult)
-            args.filter.nResultKind = nKind;
 }
 
 }  // namespace
 
 Runner DefineOpLog(CLI::App& app) {
-    const auto pArgs = std::make_shared<OpLogArguments>();
-    CLI::App* const pList = app.add_subcommand("list", "the last entries that fit");
-    const FilterOptions listOptions = AddFilter(*pList, *pArgs);
-    pList->add_option("--last", pArgs->nLast, "how many at most; 0: all")
+    SubCommands<OpLogArguments> commands(app);
+    OpLogArguments& args = commands.Args();
+    CLI::App* const pList = commands.Add("list", "the last entries that fit", List);
+    AddFilter(*pList, args);
+    pList->add_option("--last", args.nLast, "how many at most; 0: all")
         ->check(CLI::Range(std::size_t{0}, LAST_MOST))
         ->capture_default_str();
-    pList->add_flag("--csv", pArgs->bCsv, "comma-separated, with a heading");
-    CLI::App* const pShow = app.add_subcommand("show", "one entry with all its fields");
-    pShow->add_option("ID", pArgs->nId, "its number")->required()->check(CLI::PositiveNumber);
+    pList->add_flag("--csv", args.bCsv, "comma-separated, with a heading");
+    CLI::App* const pShow = commands.Add("show", "one entry with all its fields", Show);
+    pShow->add_option("ID", args.nId, "its number")->required()->check(CLI::PositiveNumber);
     CLI::App* const pFollow =
-        app.add_subcommand("follow", "the last entries, and new ones as they come");
-    const FilterOptions followOptions = AddFilter(*pFollow, *pArgs);
-    pFollow->add_option("--count", pArgs->nCount, "end after so many");
+        commands.Add("follow", "the last entries, and new ones as they come", Follow);
+    AddFilter(*pFollow, args);
+    pFollow->add_option("--count", args.nCount, "end after so many");
     CLI::App* const pExport =
-        app.add_subcommand("export", "write entries to a file: a JSON object a line");
-    pExport->add_option("FILE", pArgs->strFile, "the file; replaced when it is there")->required();
-    const FilterOptions exportOptions = AddFilter(*pExport, *pArgs);
-    pExport->add_flag("--csv", pArgs->bCsv, "comma-separated, with a heading");
-    CLI::App* const pVerify = app.add_subcommand("verify", "check that the database is whole");
-    CLI::App* const pPrune = app.add_subcommand("prune", "delete old entries");
-    pPrune->add_option("--before", pArgs->strBefore, "UTC time, or a beginning of it: 2026-01")
+        commands.Add("export", "write entries to a file: a JSON object a line", Export);
+    pExport->add_option("FILE", args.strFile, "the file; replaced when it is there")->required();
+    AddFilter(*pExport, args);
+    pExport->add_flag("--csv", args.bCsv, "comma-separated, with a heading");
+    commands.Add("verify", "check that the database is whole", Verify);
+    CLI::App* const pPrune = commands.Add("prune", "delete old entries", Prune);
+    pPrune->add_option("--before", args.strBefore, "UTC time, or a beginning of it: 2026-01")
         ->required()
         ->check(CheckTime);
-    pPrune->add_flag("--dry-run", pArgs->bDryRun, "only tell how many");
-    CLI::App* const pWrite = app.add_subcommand("write", "write an entry");
-    pWrite->add_option("TEXT", pArgs->strText, "description")->required();
-    pWrite->add_option("--user", pArgs->nUser, "user");
-    pWrite->add_option("--address", pArgs->strAddress, "client")->capture_default_str();
-    pWrite->add_option("--command", pArgs->nCmd, "command number")->required();
-    pWrite->add_option("--object", pArgs->strObject, "object");
-    pWrite->add_option("--result", pArgs->nResult, "result code; 0: success")
+    pPrune->add_flag("--dry-run", args.bDryRun, "only tell how many");
+    CLI::App* const pWrite = commands.Add("write", "write an entry", Write);
+    pWrite->add_option("TEXT", args.strText, "description")->required();
+    pWrite->add_option("--user", args.nUser, "user");
+    pWrite->add_option("--address", args.strAddress, "client")->capture_default_str();
+    pWrite->add_option("--command", args.nCmd, "command number")->required();
+    pWrite->add_option("--object", args.strObject, "object");
+    pWrite->add_option("--result", args.nResult, "result code; 0: success")
         ->check(CLI::NonNegativeNumber);
-    app.require_subcommand(1);
-    return [=](Session& session) {
-        if (pList->parsed()) {
-            FillFilter(*pArgs, listOptions);
-            return List(session, *pArgs);
-        }
-        if (pFollow->parsed()) {
-            FillFilter(*pArgs, followOptions);
-            return Follow(session, *pArgs);
-        }
-        if (pExport->parsed()) {
-            FillFilter(*pArgs, exportOptions);
-            return Export(session, *pArgs);
-        }
-        if (pShow->parsed())
-            return Show(session, *pArgs);
-        if (pVerify->parsed())
-            return Verify(session);
-        if (pPrune->parsed())
-            return Prune(session, *pArgs);
-        return Write(session, *pArgs);
-    };
+    return commands.RunGiven();
 }
 
 }  // namespace host

@@ -1,13 +1,11 @@
-#include "command.h"
 #include "commands/task_runner.h"
+#include "sub_commands.h"
 #include "view/progress_line.h"
 
 #include "tovelkarin/tedebugcommandmgr.h"
 
 #include "zemb/error_log.h"
 #include "zemb/progress_view.h"
-
-#include <CLI/CLI.hpp>
 
 #include <memory>
 
@@ -23,11 +21,17 @@ TaskRunner& RunnerOf(Session& session) {
     return *session.pTaskRunner;
 }
 
+struct TaskArguments {
+    TaskOrder order;
+    int nId = 0;
+};
+
 std::string TitleOf(const TaskOrder& order) {
     return "operation " + std::to_string(order.nOper) + " on NE " + std::to_string(order.nNe);
 }
 
-int RunTask(Session& session, const TaskOrder& order) {
+int RunTask(Session& session, const TaskArguments& args) {
+    const TaskOrder& order = args.order;
     unsigned long nResult = 0;
     {
         const ProgressLine line;
@@ -50,7 +54,8 @@ int RunTask(Session& session, const TaskOrder& order) {
     return nResult == 0 ? DONE : ANSWER_NO;
 }
 
-int ListTasks(Session& session, int nOnly = 0) {
+// nOnly: that one, or 0 for all.
+int ListTasks(Session& session, int nOnly) {
     std::vector<std::vector<std::string>> vecRow = {{"TASK", "OPERATION", "NE", "USER", "STATE"}};
     for (const TaskRunner::Row& row : RunnerOf(session).All()) {
         if (nOnly != 0 && row.nId != nOnly)
@@ -71,7 +76,8 @@ int ListTasks(Session& session, int nOnly = 0) {
     return DONE;
 }
 
-int StartTask(Session& session, const TaskOrder& order) {
+int StartTask(Session& session, const TaskArguments& args) {
+    const TaskOrder& order = args.order;
     TaskRunner& runner = RunnerOf(session);
     const int nId = runner.Start(order);
     for (const TaskRunner::Row& row : runner.All())
@@ -82,12 +88,13 @@ int StartTask(Session& session, const TaskOrder& order) {
     return ListTasks(session, nId);
 }
 
-int EndTask(Session& session, int nId, bool bAbort) {
-    TaskRunner& runner = RunnerOf(session);
-    if (!(bAbort ? runner.Abort(nId) : runner.GoOn(nId)))
-        throw CommandError(ANSWER_NO, "task " + std::to_string(nId) + " does not run");
-    session.ledger.RemoveTask(nId);
-    return ListTasks(session, nId);
+// END brings a task to its end, if it runs.
+template <bool (TaskRunner::*END)(int)>
+int EndTask(Session& session, const TaskArguments& args) {
+    if (!(RunnerOf(session).*END)(args.nId))
+        throw CommandError(ANSWER_NO, "task " + std::to_string(args.nId) + " does not run");
+    session.ledger.RemoveTask(args.nId);
+    return ListTasks(session, args.nId);
 }
 
 int ShowProgress(const Session& session) {
@@ -140,36 +147,31 @@ int ShowErrors(const Session& session) {
 }  // namespace
 
 Runner DefineTask(CLI::App& app) {
-    const auto pOrder = std::make_shared<TaskOrder>();
-    const auto pId = std::make_shared<int>(0);
+    SubCommands<TaskArguments> commands(app);
+    TaskOrder& order = commands.Args().order;
     CLI::App* const pRun =
-        app.add_subcommand("run", "one operation on an NE, from the command to the log entry");
-    CLI::App* const pStart = app.add_subcommand(
-        "start", "the same in the background, stopped behind its first step; inside 'host'");
+        commands.Add("run", "one operation on an NE, from the command to the log entry", RunTask);
+    CLI::App* const pStart = commands.Add(
+        "start", "the same in the background, stopped behind its first step; inside 'host'",
+        StartTask);
     for (CLI::App* const pOne : {pRun, pStart}) {
-        pOne->add_option("OPERATION", pOrder->nOper, "operation number, the command")->required();
-        pOne->add_option("NE", pOrder->nNe, "the NE")->required();
-        pOne->add_option("--user", pOrder->nUser, "whose work it is")->capture_default_str();
-        pOne->add_option("--steps", pOrder->nSteps, "steps of its progress")
+        pOne->add_option("OPERATION", order.nOper, "operation number, the command")->required();
+        pOne->add_option("NE", order.nNe, "the NE")->required();
+        pOne->add_option("--user", order.nUser, "whose work it is")->capture_default_str();
+        pOne->add_option("--steps", order.nSteps, "steps of its progress")
             ->check(CLI::Range(1, 1000))
             ->capture_default_str();
-        pOne->add_flag("--fail", pOrder->bFail, "the NE does not answer in time");
+        pOne->add_flag("--fail", order.bFail, "the NE does not answer in time");
     }
-    CLI::App* const pList = app.add_subcommand("list", "what was started in the background");
-    CLI::App* const pAbort = app.add_subcommand("abort", "ask a task to stop, and wait for it");
-    CLI::App* const pFinish = app.add_subcommand("finish", "let a task go on to its end");
+    commands.Add("list", "what was started in the background",
+                 [](Session& session, const TaskArguments&) { return ListTasks(session, 0); });
+    CLI::App* const pAbort =
+        commands.Add("abort", "ask a task to stop, and wait for it", EndTask<&TaskRunner::Abort>);
+    CLI::App* const pFinish =
+        commands.Add("finish", "let a task go on to its end", EndTask<&TaskRunner::GoOn>);
     for (CLI::App* const pOne : {pAbort, pFinish})
-        pOne->add_option("TASK", *pId, "its number")->required();
-    app.require_subcommand(1);
-    return [=](Session& session) {
-        if (pRun->parsed())
-            return RunTask(session, *pOrder);
-        if (pStart->parsed())
-            return StartTask(session, *pOrder);
-        if (pList->parsed())
-            return ListTasks(session);
-        return EndTask(session, *pId, pAbort->parsed());
-    };
+        pOne->add_option("TASK", commands.Args().nId, "its number")->required();
+    return commands.RunGiven();
 }
 
 Runner DefineProgress(CLI::App& /*app*/) {

@@ -1,13 +1,8 @@
-#include "command.h"
+#include "sub_commands.h"
 
 #include "tovelkarin/tntrace.h"
 #include "tovelkarin/utilif.h"
 
-#include <CLI/CLI.hpp>
-
-#include <time.h>
-
-#include <iostream>
 #include <memory>
 #include <utility>
 
@@ -57,31 +52,35 @@ int WriteLine(const Session& session, const TraceArguments& args) {
     return DONE;
 }
 
+template <bool ON>
+int Echo(Session& session, const TraceArguments& /*args*/) {
+    session.EchoTrace(ON);
+    return DONE;
+}
+
+int SetLevel(const Session& /*session*/, const TraceArguments& args) {
+    zemb::SetTraceLevel(args.strModule, args.nLevel);
+    return DONE;
+}
+
 }  // namespace
 
 Runner DefineTrace(CLI::App& app) {
-    const auto pArgs = std::make_shared<TraceArguments>();
-    CLI::App* const pOn = app.add_subcommand("on", "show log lines here as they are written");
-    CLI::App* const pOff = app.add_subcommand("off", "stop showing them");
-    CLI::App* const pLevel = app.add_subcommand("level", "drop a module's lines below a level");
-    pLevel->add_option("LEVEL", pArgs->nLevel, "0 keeps all")->required();
-    pLevel->add_option("--module", pArgs->strModule, "whose lines")->capture_default_str();
-    CLI::App* const pLine = app.add_subcommand("line", "format a line and write it to the log");
-    pLine->add_option("FORMAT", pArgs->strFormat, "'%' and the character after it are a slot")
+    SubCommands<TraceArguments> commands(app);
+    TraceArguments& args = commands.Args();
+    commands.Add("on", "show log lines here as they are written", Echo<true>);
+    commands.Add("off", "stop showing them", Echo<false>);
+    CLI::App* const pLevel = commands.Add("level", "drop a module's lines below a level", SetLevel);
+    pLevel->add_option("LEVEL", args.nLevel, "0 keeps all")->required();
+    pLevel->add_option("--module", args.strModule, "whose lines")->capture_default_str();
+    CLI::App* const pLine =
+        commands.Add("line", "format a line and write it to the log", WriteLine);
+    pLine->add_option("FORMAT", args.strFormat, "'%' and the character after it are a slot")
         ->required();
-    pLine->add_option("ARGUMENT", pArgs->vecArgument, "texts for the slots, at most 15");
-    pLine->add_option("--level", pArgs->nLevel, "level of the line")->capture_default_str();
-    pLine->add_option("--module", pArgs->strModule, "whose log")->capture_default_str();
-    app.require_subcommand(1);
-    return [pArgs, pOn, pOff, pLevel](Session& session) {
-        if (pOn->parsed() || pOff->parsed())
-            session.EchoTrace(pOn->parsed());
-        else if (pLevel->parsed())
-            zemb::SetTraceLevel(pArgs->strModule, pArgs->nLevel);
-        else
-            return WriteLine(session, *pArgs);
-        return DONE;
-    };
+    pLine->add_option("ARGUMENT", args.vecArgument, "texts for the slots, at most 15");
+    pLine->add_option("--level", args.nLevel, "level of the line")->capture_default_str();
+    pLine->add_option("--module", args.strModule, "whose log")->capture_default_str();
+    return commands.RunGiven();
 }
 
 Runner DefineSay(CLI::App& app) {

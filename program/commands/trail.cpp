@@ -1,9 +1,5 @@
-#include "command.h"
 #include "commands/trail_holder.h"
-
-#include <CLI/CLI.hpp>
-
-#include <memory>
+#include "sub_commands.h"
 
 // Marks trails as busy through the library's guards, one for each holder that the user names.
 namespace host {
@@ -65,7 +61,7 @@ int Give(Session& session, const TrailArguments& args) {
     return DONE;
 }
 
-int List(const Session& session) {
+int List(const Session& session, const TrailArguments& /*args*/) {
     std::vector<std::vector<std::string>> vecRow = {{"HOLDER", "TRAILS"}};
     for (const auto& [strHolder, pHolder] : session.mapTrail) {
         vecRow.push_back({strHolder, NumbersText(pHolder->Registered())});
@@ -83,19 +79,15 @@ int List(const Session& session) {
 }  // namespace
 
 Runner DefineTrail(CLI::App& app) {
-    const auto pArgs = std::make_shared<TrailArguments>();
-    CLI::App* const pTake = app.add_subcommand("take", "mark trails as busy, all or none");
-    pTake->add_option("HOLDER", pArgs->strHolder, "a name of your choice")->required();
-    pTake->add_option("TRAIL", pArgs->vecTrail, "trail numbers")->required();
-    CLI::App* const pGive = app.add_subcommand("give", "give back a holder's trails");
-    pGive->add_option("HOLDER", pArgs->strHolder, "the name given to 'take'")->required();
-    app.add_subcommand("list", "show holders and busy trails");
-    app.require_subcommand(1);
-    return [pArgs, pTake, pGive](Session& session) {
-        if (pTake->parsed())
-            return Take(session, *pArgs);
-        return pGive->parsed() ? Give(session, *pArgs) : List(session);
-    };
+    SubCommands<TrailArguments> commands(app);
+    TrailArguments& args = commands.Args();
+    CLI::App* const pTake = commands.Add("take", "mark trails as busy, all or none", Take);
+    pTake->add_option("HOLDER", args.strHolder, "a name of your choice")->required();
+    pTake->add_option("TRAIL", args.vecTrail, "trail numbers")->required();
+    CLI::App* const pGive = commands.Add("give", "give back a holder's trails", Give);
+    pGive->add_option("HOLDER", args.strHolder, "the name given to 'take'")->required();
+    commands.Add("list", "show holders and busy trails", List);
+    return commands.RunGiven();
 }
 
 }  // namespace host

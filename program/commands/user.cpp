@@ -1,4 +1,4 @@
-#include "command.h"
+#include "sub_commands.h"
 #include "view/texts.h"
 
 #include "tovelkarin/stringutil.h"
@@ -6,8 +6,6 @@
 #include "tovelkarin/tnnereply.h"
 
 #include "zemb/user_config.h"
-
-#include <CLI/CLI.hpp>
 
 #include <memory>
 
@@ -17,7 +15,7 @@ namespace host {
 
 namespace {
 
-int ListUserCfg(const Session& session) {
+int ListUserCfg(const Session& session, const zemb::UserCfgItem& /*item*/) {
     std::vector<zemb::UserCfgItem> vecItem;
     std::string strError;
     if (!zemb::ReadUserCfg(vecItem, strError))
@@ -49,6 +47,13 @@ int GetUserCfg(const Session& session, const zemb::UserCfgItem& item) {
     return DONE;
 }
 
+int SetUserCfg(const Session& /*session*/, const zemb::UserCfgItem& item) {
+    std::string strError;
+    if (!zemb::SetUserCfg(item, strError))
+        throw CommandError(SYSTEM_FAILED, strError);
+    return DONE;
+}
+
 void ShowNode(const Session& session, const std::string& strText) {
     int nId = 0;
     if (!NSTN_util::StrToInt(strText, nId, 10) || std::to_string(nId) != strText)
@@ -65,27 +70,51 @@ struct ChainArguments {
     std::string strSecond;
 };
 
+template <bool ON>
+int RecordChains(const Session& /*session*/, const ChainArguments& /*args*/) {
+    zemb::SetCallChain(ON);
+    return DONE;
+}
+
+int BeginChain(const Session& session, const ChainArguments& args) {
+    const std::string strId = NSTN_util::BeginCallChain(args.strFirst);
+    if (strId.empty())
+        throw CommandError(ANSWER_NO, "nobody takes records; 'chain on' first");
+    Json::Value record;
+    record["id"] = strId;
+    session.out.Put("chain " + strId, record);
+    return DONE;
+}
+
+int EndChain(const Session& /*session*/, const ChainArguments& /*args*/) {
+    NSTN_util::EndCallChain();
+    return DONE;
+}
+
+int SetInChain(const Session& /*session*/, const ChainArguments& args) {
+    NSTN_util::TnSetCallChainExtInfo(args.strFirst, args.strSecond);
+    return DONE;
+}
+
+int TraceChain(const Session& /*session*/, const ChainArguments& args) {
+    if (!NSTN_util::TraceCallChain(args.strFirst))
+        throw CommandError(ANSWER_NO, "no chain, or nobody takes records");
+    return DONE;
+}
+
 }  // namespace
 
 Runner DefineUserCfg(CLI::App& app) {
-    const auto pItem = std::make_shared<zemb::UserCfgItem>();
-    CLI::App* const pGet = app.add_subcommand("get", "a value, as the library reads it");
-    CLI::App* const pSet = app.add_subcommand("set", "set a value");
+    SubCommands<zemb::UserCfgItem> commands(app);
+    zemb::UserCfgItem& item = commands.Args();
+    CLI::App* const pGet = commands.Add("get", "a value, as the library reads it", GetUserCfg);
+    CLI::App* const pSet = commands.Add("set", "set a value", SetUserCfg);
     for (CLI::App* const pOne : {pGet, pSet}) {
-        pOne->add_option("SECTION", pItem->strSection, "the section")->required();
-        pOne->add_option("KEY", pItem->strKey, "the key")->required();
+        pOne->add_option("SECTION", item.strSection, "the section")->required();
+        pOne->add_option("KEY", item.strKey, "the key")->required();
     }
-    pSet->add_option("VALUE", pItem->strValue, "the value")->required();
-    return [=](Session& session) {
-        if (pGet->parsed())
-            return GetUserCfg(session, *pItem);
-        if (!pSet->parsed())
-            return ListUserCfg(session);
-        std::string strError;
-        if (!zemb::SetUserCfg(*pItem, strError))
-            throw CommandError(SYSTEM_FAILED, strError);
-        return DONE;
-    };
+    pSet->add_option("VALUE", item.strValue, "the value")->required();
+    return commands.RunGivenOr(ListUserCfg);
 }
 
 Runner DefineNode(CLI::App& app) {
@@ -97,39 +126,23 @@ Runner DefineNode(CLI::App& app) {
 }
 
 Runner DefineChain(CLI::App& app) {
-    const auto pArgs = std::make_shared<ChainArguments>();
+    SubCommands<ChainArguments> commands(app);
+    ChainArguments& args = commands.Args();
     app.description(app.get_description() +
                     "\nA chain, and the recording, end with the program: for use inside 'host'.");
-    CLI::App* const pOn = app.add_subcommand("on", "write records to log/callchain.jsonl");
-    CLI::App* const pOff = app.add_subcommand("off", "write none");
-    CLI::App* const pBegin = app.add_subcommand("begin", "begin a chain inside of the present one");
-    pBegin->add_option("NAME", pArgs->strFirst, "what it is for")->required();
-    CLI::App* const pEnd = app.add_subcommand("end", "end the innermost chain");
-    CLI::App* const pSet = app.add_subcommand("set", "set a key of the innermost chain");
-    pSet->add_option("KEY", pArgs->strFirst, "the key")->required();
-    pSet->add_option("VALUE", pArgs->strSecond, "the value")->required();
-    CLI::App* const pTrace = app.add_subcommand("trace", "write a record of the innermost chain");
-    pTrace->add_option("TEXT", pArgs->strFirst, "what happened")->required();
-    app.require_subcommand(1);
-    return [=](Session& session) {
-        if (pOn->parsed() || pOff->parsed()) {
-            zemb::SetCallChain(pOn->parsed());
-        } else if (pBegin->parsed()) {
-            const std::string strId = NSTN_util::BeginCallChain(pArgs->strFirst);
-            if (strId.empty())
-                throw CommandError(ANSWER_NO, "nobody takes records; 'chain on' first");
-            Json::Value record;
-            record["id"] = strId;
-            session.out.Put("chain " + strId, record);
-        } else if (pEnd->parsed()) {
-            NSTN_util::EndCallChain();
-        } else if (pSet->parsed()) {
-            NSTN_util::TnSetCallChainExtInfo(pArgs->strFirst, pArgs->strSecond);
-        } else if (pTrace->parsed() && !NSTN_util::TraceCallChain(pArgs->strFirst)) {
-            throw CommandError(ANSWER_NO, "no chain, or nobody takes records");
-        }
-        return DONE;
-    };
+    commands.Add("on", "write records to log/callchain.jsonl", RecordChains<true>);
+    commands.Add("off", "write none", RecordChains<false>);
+    commands.Add("begin", "begin a chain inside of the present one", BeginChain)
+        ->add_option("NAME", args.strFirst, "what it is for")
+        ->required();
+    commands.Add("end", "end the innermost chain", EndChain);
+    CLI::App* const pSet = commands.Add("set", "set a key of the innermost chain", SetInChain);
+    pSet->add_option("KEY", args.strFirst, "the key")->required();
+    pSet->add_option("VALUE", args.strSecond, "the value")->required();
+    commands.Add("trace", "write a record of the innermost chain", TraceChain)
+        ->add_option("TEXT", args.strFirst, "what happened")
+        ->required();
+    return commands.RunGiven();
 }
 
 }  // namespace host
