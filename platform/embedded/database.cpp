@@ -132,8 +132,8 @@ Identity IdentityOf(const std::string& strFile) {
 ExchangeLock::ExchangeLock(const std::string& strDatabase, Kind kind, Database::Deadline deadline)
     : m_nFile(open((strDatabase + ".exchange").c_str(),
                    O_RDONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, STATE_FILE_MODE)) {
-    // Who may not make it, or not read it, can exchange nothing, nor be the last who closes.
-    if (m_nFile == -1 && kind == Kind::Shared && (errno == EACCES || errno == EROFS))
+    // Where it cannot be made, for lack of rights or on a full disk, nobody can exchange anything.
+    if (m_nFile == -1 && kind == Kind::Shared && errno != ELOOP)
         return;
     struct stat status {};
     if (m_nFile != -1 && geteuid() == 0 && stat(strDatabase.c_str(), &status) == 0 &&
