@@ -20,7 +20,8 @@ std::uint64_t Scramble(std::uint64_t nValue) {
 PlaceSecret FromSystem() noexcept {
     std::array<std::uint64_t, 2> arrSeed{};
     if (getrandom(arrSeed.data(), sizeof arrSeed, GRND_NONBLOCK) != sizeof arrSeed)
-        // The 16 random bytes that the kernel gives every process at its start.
+        // The 16 random bytes that the kernel gives every process at its start, by their address.
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
         if (const auto* const pBytes = reinterpret_cast<const void*>(getauxval(AT_RANDOM)))
             std::memcpy(arrSeed.data(), pBytes, sizeof arrSeed);
     return PlaceSecret::From(arrSeed[0], arrSeed[1]);
