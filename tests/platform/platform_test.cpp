@@ -103,7 +103,7 @@ TEST_F(StateTest, ModuleNamesMakeFileNamesThatStayInTheFolder) {
     EXPECT_EQ(strLog + "m%2E1.log", zemb::LogFileOf("m.1")) << "m.1.log is an old file of m";
     const std::string str64(64, 'x');
     EXPECT_EQ(strLog + str64 + ".log", zemb::LogFileOf(str64));
-    for (const std::size_t nSize : {65, 72, 1 << 20})
+    for (const std::size_t nSize : {65U, 72U, 1U << 20})
         for (const char c : {'x', '/'}) {
             const std::string strLong(nSize, c);
             EXPECT_NE(zemb::LogFileOf(strLong), zemb::LogFileOf(strLong + "y"));
