@@ -1,11 +1,13 @@
 #include "embedded/database_wal.h"
 
+#include "embedded/database.h"
 #include "embedded/fork_gate.h"
 #include "embedded/state_folder.h"
 
 #include <endian.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,6 +18,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <system_error>
 #include <vector>
 
@@ -26,9 +29,12 @@
 // be, in a log that nobody has damaged, the beginning of a change that was being written when its
 // process died: one frame at most that is not whole, and never the frame that ends a change. A last
 // frame of a change of this generation behind the end therefore tells of damage, and so does a
-// whole frame that ends the file and is wrong. It may be a false alarm where a large change was
-// never acknowledged, since its process was killed or the disk failed, and a smaller one was
-// written over its beginning; what was kept then does no harm.
+// whole frame that ends the file and is wrong.
+//
+// That alone would raise false alarms: a change that was never acknowledged, since its process was
+// killed at the last moment or the disk failed, leaves such frames when a smaller one was written
+// over its beginning. So SQLite's index beside the log has the last word, unless the machine was
+// started since: it tells how many frames were published, and nothing is acknowledged before that.
 namespace zemb {
 
 namespace {
@@ -39,6 +45,11 @@ constexpr std::uint32_t MAGIC = 0x377F0682;  // the lowest bit: check sums of bi
 constexpr std::uint32_t FORMAT = 3007000;
 constexpr std::size_t PAGE_LEAST = 512;
 constexpr std::size_t PAGE_MOST = 65536;
+constexpr std::size_t INDEX_COPIES = 2;
+constexpr std::size_t INDEX_HEADER_BYTES = 48;
+constexpr std::size_t INDEX_FRAMES = 16;  // where they stand in it
+constexpr std::size_t INDEX_SALTS = 32;
+constexpr std::size_t INDEX_SUM = 40;
 constexpr std::size_t COPIED_AT_ONCE = 1U << 16;
 
 using Octets = unsigned char;
@@ -109,6 +120,9 @@ public:
         return szSalts;
     }
 
+    // What frames of this generation repeat, eight octets; after Generation().
+    const Octets* Salts() const { return m_arrHeader + 16; }
+
     // After Generation(). False for a log that ends as it may.
     bool FindDamage(Damage& damage) {
         damage = {};
@@ -146,7 +160,7 @@ private:
 
     // Also moves the check sum on.
     bool Continues(const std::vector<Octets>& vecFrame) {
-        if (std::memcmp(vecFrame.data() + 8, m_arrHeader + 16, 8) != 0 ||
+        if (std::memcmp(vecFrame.data() + 8, Salts(), 8) != 0 ||
             WordAt(vecFrame.data()) == 0)
             return false;
         Add(m_sum, m_bBigEndian, vecFrame.data(), 8);
@@ -157,7 +171,7 @@ private:
     bool IsOfThisGeneration(std::uint64_t nFrame) {
         return m_file.Read(HEADER_BYTES + nFrame * (FRAME_HEADER_BYTES + m_nPage), m_arrFrame,
                            FRAME_HEADER_BYTES) &&
-               std::memcmp(m_arrFrame + 8, m_arrHeader + 16, 8) == 0;
+               std::memcmp(m_arrFrame + 8, Salts(), 8) == 0;
     }
 
     bool IsSum(const Octets* pOctets) const {
@@ -172,13 +186,59 @@ private:
     Sum m_sum{};
 };
 
-// The generation of each log that a process has looked at last. Locked through a look: another
-// thread must not begin to write what is still being copied.
+// Locked through a look: another thread must not begin to write what is still being copied.
 struct Seen {
     std::mutex lock;
-    std::map<std::string, std::string> mapGeneration;
+    std::map<std::string, std::string> mapGeneration;  // of each log that was looked at last
+    std::map<Identity, int> mapIndex;                  // descriptors
 };
 PerProcess<Seen> g_seen;
+
+// SQLite has locks on the index. The system drops them with any descriptor of the file that the
+// process closes, so this one stays open; few logs ever come to be suspected.
+int OpenIndex(Seen& seen, const std::string& strFile) {
+    const auto [it, bNew] = seen.mapIndex.try_emplace(IdentityOf(strFile), -1);
+    if (it->second == -1)
+        it->second = open(strFile.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    return it->second;
+}
+
+// After a power cut the index may be older than the log.
+bool IsSinceTheStartOfTheMachine(const timespec& time) {
+    timespec now{};
+    timespec running{};
+    return clock_gettime(CLOCK_REALTIME, &now) == 0 &&
+           clock_gettime(CLOCK_BOOTTIME, &running) == 0 &&
+           time.tv_sec > now.tv_sec - running.tv_sec;
+}
+
+// How many frames of a generation of the log the index has published: those of one of the two
+// copies of its header, the smaller number while one is being written. None where it cannot be
+// known. An index of the next generation, without frames, tells that all is in the database.
+std::optional<std::uint32_t> PublishedFrames(Seen& seen, const std::string& strDatabase,
+                                             const Octets* pSalts) {
+    Octets arrHeader[INDEX_COPIES][INDEX_HEADER_BYTES];
+    const int nFile = OpenIndex(seen, strDatabase + "-shm");
+    struct stat status {};
+    std::optional<std::uint32_t> published;
+    if (fstat(nFile, &status) != 0 || !S_ISREG(status.st_mode) ||
+        !IsSinceTheStartOfTheMachine(status.st_ctim) ||
+        pread(nFile, arrHeader, sizeof arrHeader, 0) != sizeof arrHeader)
+        return published;
+    for (const Octets(&header)[INDEX_HEADER_BYTES] : arrHeader) {
+        Sum sum{};  // the index has the machine's order of octets
+        Add(sum, BYTE_ORDER == BIG_ENDIAN, header, INDEX_SUM);
+        std::uint32_t nVersion = 0;
+        std::uint32_t nFrames = 0;
+        std::memcpy(&nVersion, header, sizeof nVersion);
+        std::memcpy(&nFrames, header + INDEX_FRAMES, sizeof nFrames);
+        if (nVersion == FORMAT && std::memcmp(header + INDEX_SUM, sum.data(), sizeof sum) == 0 &&
+            (std::memcmp(header + INDEX_SALTS, pSalts, 8) == 0 ||
+             (nFrames == 0 && WordAt(header + INDEX_SALTS) == WordAt(pSalts) + 1)))
+            published = std::min(nFrames, published.value_or(nFrames));
+    }
+    return published;
+}
 
 std::string CopyName(const std::string& strDatabase) {
     return strDatabase + ".damaged-wal-";
@@ -232,10 +292,17 @@ std::string NoticeOf(const std::string& strFile, const Damage& damage, const std
 }
 
 // Two looks that find the same, in the same generation: a process may have written what the first
-// one met half done, or have begun a new generation, whose header is written before its frames.
-bool FindDamage(WalReader& reader, const std::string& strGeneration, Damage& damage) {
+// one met half done, or have begun a new generation, whose header is written before its frames. The
+// index is read between them, since nothing is published before it stands in the log. It says
+// nothing of a header, which is written at once.
+bool FindDamage(WalReader& reader, Seen& seen, const std::string& strFile, Damage& damage) {
     Damage first;
-    return reader.FindDamage(first) && reader.FindDamage(damage) && damage.nFrame == first.nFrame &&
+    const std::string strGeneration = reader.Generation();
+    if (!reader.FindDamage(first))
+        return false;
+    const std::optional<std::uint32_t> published = PublishedFrames(seen, strFile, reader.Salts());
+    return reader.FindDamage(damage) && damage.nFrame == first.nFrame &&
+           (damage.nFrame == 0 || !published.has_value() || *published >= damage.nFrame) &&
            reader.Generation() == strGeneration;
 }
 
@@ -259,7 +326,7 @@ std::string KeepDamagedWal(const std::string& strFile) {
         return "";
     Damage damage;
     std::string strCopy;
-    if (FindDamage(reader, strGeneration, damage))
+    if (FindDamage(reader, seen, strFile, damage))
         strCopy = Keep(file, CopyName(strFile) + strGeneration);
     strSeen = strGeneration;
     return strCopy.empty() ? "" : NoticeOf(strFile, damage, strCopy);

@@ -40,10 +40,6 @@ unsigned long Forks();  // the first part of it, without a call of the system
 // there. For one function, when the platform is loaded.
 void OnFork(void (*fnChild)());
 
-// Has fnChild called in each child process that began with the gate closed, before fork() returns
-// there. For one function, when the platform is loaded.
-void OnFork(void (*fnChild)());
-
 // One object for each process: a child makes its own at its first use, and leaves its parent's
 // alone. Lives to the end of the process.
 template <class T>

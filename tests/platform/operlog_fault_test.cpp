@@ -268,6 +268,31 @@ TEST_F(OperLogStoreTest, KeepsADamagedWriteAheadLog) {
     }
 }
 
+// A process that is killed when its change stands in the log, but was not acknowledged, and another
+// one that writes a smaller change over it.
+TEST_F(OperLogStoreTest, AKillAtTheLastMomentIsNoDamage) {
+    EXPECT_EQ(1, WriteOperationLog(Info(1), 0));
+    EXPECT_FALSE(InChild([] {
+        OtherConnection other(zemb::OperLogFile());
+        const support::SystemCalls calls([](const std::string& strCall, const std::string&) {
+            if (strCall == "fdatasync")
+                _exit(1);
+            return 0;
+        });
+        other.Run(
+            "PRAGMA synchronous = FULL;"
+            "CREATE TABLE large AS SELECT hex(randomblob(100000))");
+        return true;
+    }));
+    EXPECT_EQ(1, WriteOperationLog(Info(2), 0));
+    EXPECT_TRUE(InChild([] { return zemb::VerifyOperLog().empty(); }));
+    EXPECT_TRUE(InChild([] { return WriteOperationLog(Info(3), 0) == 1; }));
+    EXPECT_THAT(Users(), ElementsAre(1, 2, 3));
+    EXPECT_THAT(Aside(), IsEmpty());
+    std::filesystem::remove(zemb::OperLogFile() + "-shm");  // then it cannot be known
+    EXPECT_FALSE(InChild([] { return zemb::VerifyOperLog().empty(); }));
+}
+
 TEST_F(OperLogStoreTest, BringsThingsToTheDiskInOrder) {
     std::vector<std::string> vecCall;
     const support::SystemCalls calls([&](const std::string& strCall, const std::string& strFile) {
