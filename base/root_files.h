@@ -29,6 +29,10 @@ constexpr const char* KEY_OVERTIME_HIGH = "overtime_high";
 constexpr const char* KEY_EXPORT_INTERVAL = "VCNExportInterval";
 constexpr int EXPORT_INTERVAL_MIN = 300;  // seconds; less is raised to it, 0 and below are not
 constexpr const char* KEY_MODULES = "modules";
+constexpr const char* KEY_BOX_HELD = "black_box_held";  // how much there is room for
+constexpr const char* KEY_BOX_EVENTS = "black_box_events";
+constexpr const char* KEY_BOX_THREADS = "black_box_threads";
+constexpr const char* KEY_BOX_TASKS = "black_box_tasks";
 
 // Of common.cfg.
 constexpr const char* KEY_ADVANCE_ASN_TRACE = "AdvanceAsnTrace";

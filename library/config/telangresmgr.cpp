@@ -3,10 +3,12 @@
 #include "base/cancel_hold.h"
 #include "base/root_files.h"
 #include "config/lang_texts.h"
+#include "files/loaded_file.h"
 #include "files/read_file.h"
 #include "trace/singleton.h"
 #include "trace/trace_line.h"
 
+#include "zemb/live.h"
 #include "zemb/settings.h"
 
 #include <ace/Guard_T.h>
@@ -111,11 +113,18 @@ int TELangResMgr::LoadLangFileImpl(const char* szPath) {
     GuardedCall([&] {
         Entries vecEntry;
         const int nRead = ReadEntries(szPath, vecEntry);
+        NSTN_util::ContentMark mark;
+        for (const auto& [strKey, strText] : vecEntry) {
+            mark.Add(strKey);
+            mark.Add(strText);
+        }
         const ACE_Guard<ACE_Thread_Mutex> guard(m_pHidden->lockLoad);
         // Also of a key that is there: the memory for its place in the index may have lacked.
         for (auto& [strKey, strText] : vecEntry)
             m_pHidden->texts.Add(*m_mapResource.try_emplace(strKey, std::move(strText)).first);
         nResult = nRead;
+        zemb::LiveCount(zemb::ELiveCounter::LANGUAGE_LOADS);
+        NSTN_util::TellLoaded("language", szPath == nullptr ? "" : szPath, mark);
     });
     return nResult;
 }

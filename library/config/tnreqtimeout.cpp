@@ -5,12 +5,15 @@
 #include "base/read_number.h"
 #include "config/check_due.h"
 #include "config/timeout_format.h"
+#include "files/loaded_file.h"
 #include "files/read_file.h"
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/held_lines.h"
 #include "trace/singleton.h"
 #include "trace/trace_line.h"
+
+#include "zemb/live.h"
 
 #include <ace/Guard_T.h>
 #include <ace/OS_NS_stdio.h>
@@ -109,6 +112,7 @@ int TNReqTimeoutImpl::Load_nolock(const std::string& strFile) {
 }
 
 int TNReqTimeoutImpl::LoadCfg(const std::string& strFile) {
+    zemb::LiveCount(zemb::ELiveCounter::RELOADS);
     std::string strText;
     NSTN_util::SectionLines mapSection;
     if (!LoadCfgFileContent(strFile, strText, mapSection)) {
@@ -130,6 +134,7 @@ int TNReqTimeoutImpl::LoadCfg(const std::string& strFile) {
     LoadCommands(mapSection, SECTION_TIMEOUT, m_mapCmdTimeout);
     LoadCommands(mapSection, SECTION_DUAL, m_mapTimeDual);
     PutInForce_nolock();
+    NSTN_util::TellLoaded("timeouts", strFile, strText);
     return itCommon == mapSection.end() ? 0 : 1;
 }
 
@@ -201,6 +206,7 @@ int TNReqTimeoutImpl::IscfgLoadSuccess() {
 }
 
 int TNReqTimeoutImpl::GetReqTimeOutValue(int nCmd, int nCount, bool bOffset) {
+    zemb::LiveCount(zemb::ELiveCounter::TIMEOUT_QUERIES);
     ReLoadCfgFileIfNeed();
     const NSTN_util::Published<Table>::Look table(m_table);
     long nSeconds = SecondsOf(table->indexCmdTimeout, nCmd, table->nDefaultTimeout);
@@ -213,6 +219,7 @@ int TNReqTimeoutImpl::GetReqTimeOutValue(int nCmd, int nCount, bool bOffset) {
 }
 
 int TNReqTimeoutImpl::GetReqTimeoutByDefault(int nCmd, int nDefault) {
+    zemb::LiveCount(zemb::ELiveCounter::TIMEOUT_QUERIES);
     ReLoadCfgFileIfNeed();
     const NSTN_util::Published<Table>::Look table(m_table);
     return PositiveOrDefault(long{SecondsOf(table->indexCmdTimeout, nCmd, nDefault)} +
@@ -220,12 +227,14 @@ int TNReqTimeoutImpl::GetReqTimeoutByDefault(int nCmd, int nDefault) {
 }
 
 int TNReqTimeoutImpl::GetReqDefaultTimeout(int nDefault) {
+    zemb::LiveCount(zemb::ELiveCounter::TIMEOUT_QUERIES);
     ReLoadCfgFileIfNeed();
     const int nSeconds = m_nDefaultTimeout;
     return nSeconds >= 1 ? nSeconds : nDefault;
 }
 
 int TNReqTimeoutImpl::GetReqTimeDualValue(int nCmd) {
+    zemb::LiveCount(zemb::ELiveCounter::TIMEOUT_QUERIES);
     ReLoadCfgFileIfNeed();
     const NSTN_util::Published<Table>::Look table(m_table);
     return SecondsOf(table->indexTimeDual, nCmd, DUAL_WITHOUT_ENTRY);

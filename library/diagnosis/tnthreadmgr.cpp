@@ -6,6 +6,8 @@
 #include "trace/spin_guard.h"
 #include "trace/trace_line.h"
 
+#include "zemb/live.h"
+
 #include <ace/Recursive_Thread_Mutex.h>
 
 #include <pthread.h>
@@ -32,6 +34,15 @@ std::uint32_t Shown(unsigned long nThreadId) {
     return static_cast<std::uint32_t>(nThreadId);
 }
 
+// Tells who watches the process what the calling thread works on.
+void TellWatcher(const std::string& strLable, int nUseCount, std::int64_t nStartTime) noexcept {
+    if (zemb::LiveWatcher* const pWatcher = zemb::Live())
+        pWatcher->ThreadWorks(strLable, nUseCount, nStartTime);
+}
+void TellWatcher(const TNThreadInfo& info) noexcept {
+    TellWatcher(info.m_strLable, info.m_nUseCount, info.m_nStartTime);
+}
+
 }  // namespace
 
 struct TNThreadMgr::Registry {
@@ -42,6 +53,7 @@ struct TNThreadMgr::Registry {
     using Guard = SpinGuard<ACE_Recursive_Thread_Mutex>;
 
     void Remove(ThreadMap::iterator it) {
+        TellWatcher("", 0, 0);
         nodeSpare = mapThread.extract(it);
         if (nodeSpare.mapped().m_strLable.capacity() > LABLE_KEPT_MOST)
             std::string().swap(nodeSpare.mapped().m_strLable);  // an assignment keeps the memory
@@ -72,16 +84,22 @@ void TNThreadMgr::Destroy() {
 
 TNThreadMgr::TNThreadMgr() : m_pRegistry(std::make_unique<Registry>()) {}
 
-TNThreadMgr::~TNThreadMgr() = default;
+TNThreadMgr::~TNThreadMgr() {
+    if (zemb::LiveWatcher* const pWatcher = zemb::Live())
+        pWatcher->AllThreadsLeft();
+}
 
 void TNThreadMgr::Regist_Thread(const std::string& strLable) {
     GuardedCall([&] {
         const unsigned long nThreadId = pthread_self();
         const Registry::Guard guard(m_pRegistry->lock);
         const auto it = m_pRegistry->mapThread.lower_bound(nThreadId);
-        if (it == m_pRegistry->mapThread.end() || it->first != nThreadId)
-            return m_pRegistry->Add(it, nThreadId, strLable);
+        if (it == m_pRegistry->mapThread.end() || it->first != nThreadId) {
+            m_pRegistry->Add(it, nThreadId, strLable);
+            return TellWatcher(strLable, 1, GetCurUtcTime());
+        }
         ++it->second.m_nUseCount;
+        TellWatcher(it->second);
         Report("Already Regist_Thread threadid = %u !", Shown(nThreadId));
     });
 }
@@ -94,7 +112,7 @@ void TNThreadMgr::UnRegist_Thread() {
         if (it == m_pRegistry->mapThread.end())
             return Report("UnRegist_Thread not found threadid = %u !", Shown(nThreadId));
         if (--it->second.m_nUseCount > 0)
-            return;
+            return TellWatcher(it->second);
         if (GetCurUtcTime() - it->second.m_nStartTime <= USE_TIME_MAX)
             return m_pRegistry->Remove(it);
         PrintLable("UnRegist_Thread use time too many!", nThreadId, it->second);

@@ -5,6 +5,7 @@
 #include "tovelkarin/utilif.h"
 #include "trace/trace_line.h"
 
+#include "zemb/live.h"
 #include "zemb/settings.h"
 
 #include <string>
@@ -59,6 +60,17 @@ void ReadSetting(const TNIntSetting& setting, const char* szFile) {
         *setting.pValue = nValue;
 }
 
+// To who watches the process.
+void TellSettings() noexcept {
+    GuardedCall([] {
+        for (const TNBoolSetting& setting : EMS_SWITCHES)
+            zemb::LiveFact("setting", setting.szKey, *setting.pValue ? "1" : "0");
+        for (const TNIntSetting& setting : EMS_NUMBERS)
+            zemb::LiveFact("setting", setting.szKey, std::to_string(*setting.pValue));
+        zemb::LiveFact("setting", EXPORT_INTERVAL.szKey, std::to_string(*EXPORT_INTERVAL.pValue));
+    });
+}
+
 }  // namespace
 
 void LoadSettings() noexcept {
@@ -77,6 +89,7 @@ void LoadSettings() noexcept {
         if (g_nVCNExportTimerInterval > 0 && g_nVCNExportTimerInterval < base::EXPORT_INTERVAL_MIN)
             g_nVCNExportTimerInterval = base::EXPORT_INTERVAL_MIN;
     });
+    TellSettings();
 }
 
 }  // namespace NSTN_util

@@ -8,6 +8,8 @@
 
 #include <ace/Guard_T.h>
 
+#include <array>
+
 // Grants and gives back. A request asks the held objects for what overlaps each of its own, and of
 // those operations keeps the lowest that is in the way, for each of three reasons; the table says
 // which operations are, as a few sets of numbers. The cost does not depend on what is held: a grant
@@ -36,46 +38,68 @@ TEMutexOperMgr::~TEMutexOperMgr() = default;
 TEMutexOperMgrImpl::TEMutexOperMgrImpl()
     : m_lock(nullptr, NSTN_util::MutexAttribute(PTHREAD_MUTEX_ADAPTIVE_NP).Get()) {}
 
+TEMutexOperMgrImpl::~TEMutexOperMgrImpl() {
+    if (zemb::LiveWatcher* const pWatcher = zemb::Live())
+        pWatcher->AllGivenBack();
+}
+
 // In all operations below, locked() is not asked: without the lock the call goes on.
+
+// The lowest operation in the way of a request, for each of three reasons.
+struct TEMutexOperMgrImpl::InTheWay {
+    std::int64_t nAny = NO_OPER;
+    std::int64_t nExclusive = NO_OPER;
+    std::int64_t nRelated = NO_OPER;
+};
+
+TEMutexOperMgrImpl::InTheWay TEMutexOperMgrImpl::FindInTheWay_nolock(
+    int nOper, const std::list<TEOperObject>& listObj, const MutexTable::Blockers& blockers) {
+    InTheWay found;
+    const bool bExclusive = m_table.Exclusive().Contains(nOper);
+    for (const TEOperObject& obj : listObj)
+        m_held.ForOverlaps(obj, [&](const PlaceOpers& opers) {
+            if (opers.IsEmpty())
+                return;
+            if (bExclusive)
+                opers.Lowest(found.nAny);
+            opers.LowestIn(m_table.Exclusive(), found.nExclusive);
+            for (const OperSpans* const pSpans : blockers)
+                opers.LowestIn(*pSpans, found.nRelated);
+        });
+    return found;
+}
 
 unsigned long TEMutexOperMgrImpl::AcquireMutexOper(int nOper,
                                                    const std::list<TEOperObject>& listObj) {
     unsigned long nResult = ERR_MUTEX_NO_ERRORCODE;
     NSTN_util::GuardedCall([&] {
+        const LiveCall call(zemb::ELiveCall::ACQUIRE, nOper, listObj);
         ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
-        const bool bExclusive = m_table.Exclusive().Contains(nOper);
         const MutexTable::Blockers blockers = m_table.BlockersOf(nOper);
-
-        std::int64_t nAny = NO_OPER;
-        std::int64_t nExclusive = NO_OPER;
-        std::int64_t nRelated = NO_OPER;
-        for (const TEOperObject& obj : listObj)
-            m_held.ForOverlaps(obj, [&](const PlaceOpers& opers) {
-                if (opers.IsEmpty())
-                    return;
-                if (bExclusive)
-                    opers.Lowest(nAny);
-                opers.LowestIn(m_table.Exclusive(), nExclusive);
-                for (const OperSpans* const pSpans : blockers)
-                    opers.LowestIn(*pSpans, nRelated);
-            });
+        const InTheWay found = FindInTheWay_nolock(nOper, listObj, blockers);
 
         // Deliberate: a configured code of 0 is returned by the first test, and means "not in the
         // way" to the other two.
-        if (nAny != NO_OPER) {
-            nResult = CodeOfBlocker_nolock(static_cast<int>(nAny));
-            return;
+        if (found.nAny != NO_OPER) {
+            nResult = CodeOfBlocker_nolock(static_cast<int>(found.nAny));
+            return call.Refused(static_cast<int>(found.nAny), nResult);
         }
         unsigned long nCode = 0;
-        if (nExclusive != NO_OPER)
-            nCode = CodeOfBlocker_nolock(static_cast<int>(nExclusive));
-        if (nCode == 0 && nRelated != NO_OPER)
-            nCode = CodeOfBlocker_nolock(static_cast<int>(nRelated));
+        std::int64_t nBlocker = found.nExclusive;
+        if (nBlocker != NO_OPER)
+            nCode = CodeOfBlocker_nolock(static_cast<int>(nBlocker));
+        if (nCode == 0 && found.nRelated != NO_OPER) {
+            nBlocker = found.nRelated;
+            nCode = CodeOfBlocker_nolock(static_cast<int>(nBlocker));
+        }
         if (nCode == 0 && !blockers.IsRegistered())
             NSTN_util::Report("No Mutex Operations Register for: %d", nOper);
-        if (nCode == 0)
-            Record_nolock(nOper, listObj);
         nResult = nCode;
+        if (nCode != 0)
+            return call.Refused(static_cast<int>(nBlocker), nCode);
+        nResult = ERR_MUTEX_NO_ERRORCODE;  // until it is recorded
+        Record_nolock(nOper, listObj, call);
+        nResult = 0;
     });
     return nResult;
 }
@@ -95,38 +119,48 @@ unsigned long TEMutexOperMgrImpl::CodeOfBlocker_nolock(int nBlocker) {
     return ERR_MUTEX_NO_ERRORCODE;
 }
 
-void TEMutexOperMgrImpl::Record_nolock(int nOper, const std::list<TEOperObject>& listObj) {
+void TEMutexOperMgrImpl::Record_nolock(int nOper, const std::list<TEOperObject>& listObj,
+                                       const LiveCall<std::list<TEOperObject>>& call) {
     if (!listObj.empty()) {
         m_held.Add(nOper, listObj);
-        m_setRunsOnNone.erase(nOper);
-    } else if (!m_held.Holds(nOper)) {
-        m_setRunsOnNone.insert(nOper);
+        if (m_setRunsOnNone.erase(nOper) != 0)
+            call.GivenBack({}, 0);
+    } else if (m_held.Holds(nOper) || !m_setRunsOnNone.insert(nOper).second) {
+        return;
     }
+    call.Granted();
 }
 
 void TEMutexOperMgrImpl::ReleaseMutexOper(int nOper, const std::list<TEOperObject>& listObj) {
     NSTN_util::GuardedCall([&] {
+        const LiveCall call(zemb::ELiveCall::RELEASE, nOper, listObj);
         ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+        std::size_t nPlace = 0;
         for (const TEOperObject& obj : listObj)
-            ReleaseOne_nolock(nOper, obj);
+            if (ReleaseOne_nolock(nOper, obj))
+                call.GivenBack(LiveObjectOf(obj), ++nPlace);
     });
 }
 
 void TEMutexOperMgrImpl::ReleaseMutexOper(int nOper, const TEOperObject& obj) {
     // Without a list: memory for one might be lacking, and the object would stay held.
     NSTN_util::GuardedCall([&] {
+        const std::array<TEOperObject, 1> arrObj{obj};
+        const LiveCall call(zemb::ELiveCall::RELEASE, nOper, arrObj);
         ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
-        ReleaseOne_nolock(nOper, obj);
+        if (ReleaseOne_nolock(nOper, obj))
+            call.GivenBack(LiveObjectOf(obj), 1);
     });
 }
 
-void TEMutexOperMgrImpl::ReleaseOne_nolock(int nOper, const TEOperObject& obj) {
+bool TEMutexOperMgrImpl::ReleaseOne_nolock(int nOper, const TEOperObject& obj) {
     if (m_held.Remove(nOper, obj))
-        return;
+        return true;
     if (IsRunning_nolock(nOper))
         NSTN_util::Report("ReleaseMutexOper warning:listIter end!");
     else
         NSTN_util::ReportAssert(ASSERT_RELEASE_NOT_RUNNING);
+    return false;
 }
 
 bool TEMutexOperMgrImpl::IsRunning_nolock(int nOper) const {

@@ -1,8 +1,11 @@
 #include "base/bounded_lines.h"
+#include "files/loaded_file.h"
 #include "files/read_file.h"
 #include "mutex/mutex_format.h"
 #include "mutex/temutexopermgrimpl.h"
 #include "trace/trace_line.h"
+
+#include "zemb/live.h"
 
 #include <ace/Guard_T.h>
 
@@ -20,8 +23,12 @@ bool TEMutexOperMgrImpl::LoadMutexCfg(const std::string& strFile) {
         const NSTN_util::EReadFile eRead = NSTN_util::ReadFile(strFile, MUTEX_LINE_MAX, strText);
         if (eRead == NSTN_util::EReadFile::NOT_OPENED)
             return NSTN_util::Report("Open file(%s) error! ", strFile);
-        ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
-        bResult = LoadLines_nolock(strText) && eRead == NSTN_util::EReadFile::WHOLE;
+        {
+            ACE_Guard<ACE_Thread_Mutex> guard(m_lock);
+            bResult = LoadLines_nolock(strText) && eRead == NSTN_util::EReadFile::WHOLE;
+        }
+        zemb::LiveCount(zemb::ELiveCounter::RELOADS);
+        NSTN_util::TellLoaded("table", strFile, strText);
     });
     return bResult;
 }

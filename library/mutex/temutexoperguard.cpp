@@ -1,5 +1,6 @@
 #include "tovelkarin/temutexoperguard.h"
 
+#include "mutex/live_call.h"
 #include "trace/guarded_call.h"
 
 #include "zemb/message.h"
@@ -17,11 +18,15 @@ namespace NSTE_util {
 
 namespace {
 
+using zemb::ELiveCall;
+using zemb::ELiveMaker;
+
 constexpr TEOperObject EVERYTHING = {0, 0, 0};
 
 // Every guard asks the manager through these: a manager that could not be made refuses.
 template <class Objects>
-unsigned long Acquire(int nOper, const Objects& objects) {
+unsigned long Acquire(ELiveMaker eMaker, int nOper, const Objects& objects) {
+    const LiveMaker maker(eMaker);
     TEMutexOperMgr* const pMgr = TEMutexOperMgr::Instance();
     return pMgr == nullptr ? ERR_MUTEX_NO_ERRORCODE : pMgr->AcquireMutexOper(nOper, objects);
 }
@@ -61,7 +66,7 @@ unsigned long AcquireNEs(const NeIds& neIds, int& nOper, std::list<TEOperObject>
     nOper = static_cast<int>(pMsg->nCmd);
     for (const int nNeId : neIds)
         listObj.push_back({nNeId, 0, 0});
-    return Acquire(nOper, listObj);
+    return Acquire(ELiveMaker::NE_GUARD, nOper, listObj);
 }
 
 // Sorts what was appended behind the sorted beginning, then merges once.
@@ -76,10 +81,14 @@ void SortAppended(std::list<int>& listNumber) {
 }  // namespace
 
 TEMutexOperGuard::TEMutexOperGuard(int nOper, const TEOperObject& obj)
-    : m_nOper(nOper), m_listObj{obj}, m_nResult(Acquire(nOper, m_listObj)) {}
+    : m_nOper(nOper),
+      m_listObj{obj},
+      m_nResult(Acquire(ELiveMaker::OBJECT_GUARD, nOper, m_listObj)) {}
 
 TEMutexOperGuard::TEMutexOperGuard(int nOper, const std::list<TEOperObject>& listObj)
-    : m_nOper(nOper), m_listObj(listObj), m_nResult(Acquire(nOper, listObj)) {}
+    : m_nOper(nOper),
+      m_listObj(listObj),
+      m_nResult(Acquire(ELiveMaker::OBJECT_GUARD, nOper, listObj)) {}
 
 TEMutexOperGuard::~TEMutexOperGuard() {
     ReleaseGranted(m_nResult, m_nOper, m_listObj);
@@ -98,7 +107,7 @@ TEMutexOperNEGuard::~TEMutexOperNEGuard() {
 }
 
 unsigned long TEMutexLock::lock(int nOper) {
-    return Acquire(nOper, EVERYTHING);
+    return Acquire(ELiveMaker::LOCK, nOper, EVERYTHING);
 }
 
 void TEMutexLock::release(int nOper) {
@@ -124,6 +133,8 @@ bool TEMutexOperTrailGuard::IsConflict() {
     m_listRegistered.clear();
     if (m_listTrail.empty())
         return false;
+    const LiveMaker maker(ELiveMaker::TRAIL_GUARD);
+    const LiveCall call(ELiveCall::ACQUIRE, 0, m_listTrail);
     if (!m_listStaticTrail.empty()) {
         m_listTrail.sort();
         SortAppended(m_listStaticTrail);
@@ -134,6 +145,7 @@ bool TEMutexOperTrailGuard::IsConflict() {
         m_bConflict = !listBusy.empty();
         if (m_bConflict) {
             m_listRegistered.swap(listBusy);
+            call.Refused(0, ERR_MUTEX_TRAIL_CONFLICT);
             return true;
         }
     }
@@ -141,6 +153,7 @@ bool TEMutexOperTrailGuard::IsConflict() {
     std::list<int> listRegistered = m_listTrail;
     m_listStaticTrail.splice(m_listStaticTrail.end(), listTaken);
     m_listRegistered.swap(listRegistered);
+    call.Granted();
     return false;
 }
 
@@ -151,14 +164,19 @@ unsigned long TEMutexOperTrailGuard::GetResult() {
 TEMutexOperTrailGuard::~TEMutexOperTrailGuard() {
     if (m_listTrail.empty() || m_bConflict)
         return;
+    const LiveMaker maker(ELiveMaker::TRAIL_GUARD);
+    const LiveCall call(ELiveCall::RELEASE, 0, m_listRegistered);
+    std::size_t nPlace = 0;
     m_listRegistered.sort();
     SortAppended(m_listStaticTrail);
     auto itBusy = m_listStaticTrail.begin();
     for (const int nTrail : m_listRegistered) {
         while (itBusy != m_listStaticTrail.end() && *itBusy < nTrail)
             ++itBusy;
-        if (itBusy != m_listStaticTrail.end() && *itBusy == nTrail)
+        if (itBusy != m_listStaticTrail.end() && *itBusy == nTrail) {
             itBusy = m_listStaticTrail.erase(itBusy);
+            call.GivenBack(LiveObjectOf(nTrail), ++nPlace);
+        }
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mutex/held_objects.h"
+#include "mutex/live_call.h"
 #include "mutex/mutex_table.h"
 
 #include "tovelkarin/temutexopermgr.h"
@@ -17,6 +18,7 @@ namespace NSTE_util {
 class TEMutexOperMgrImpl final : public TEMutexOperMgr {
 public:
     TEMutexOperMgrImpl();
+    ~TEMutexOperMgrImpl() override;
 
     unsigned long AcquireMutexOper(int nOper, const std::list<TEOperObject>& listObj) override;
     unsigned long AcquireMutexOper(int nOper, const TEOperObject& obj) override;
@@ -28,9 +30,13 @@ public:
 
 private:
     unsigned long CodeOfBlocker_nolock(int nBlocker);
-    void Record_nolock(int nOper, const std::list<TEOperObject>& listObj);
+    struct InTheWay;
+    InTheWay FindInTheWay_nolock(int nOper, const std::list<TEOperObject>& listObj,
+                                 const MutexTable::Blockers& blockers);
+    void Record_nolock(int nOper, const std::list<TEOperObject>& listObj,
+                       const LiveCall<std::list<TEOperObject>>& call);
     bool IsRunning_nolock(int nOper) const;
-    void ReleaseOne_nolock(int nOper, const TEOperObject& obj);
+    bool ReleaseOne_nolock(int nOper, const TEOperObject& obj);
 
     bool LoadLines_nolock(std::string_view strText);
     bool LoadTableLine_nolock(const std::string& strLine);

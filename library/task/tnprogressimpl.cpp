@@ -4,6 +4,7 @@
 #include "trace/guarded_call.h"
 #include "trace/singleton.h"
 
+#include "zemb/live.h"
 #include "zemb/task.h"
 
 #include <iostream>
@@ -38,7 +39,15 @@ int Truncated(float fPercent) {
     return fPercent == fPercent ? static_cast<int>(fPercent) : 0;
 }
 
+// Tells who watches the process how far a section is.
+void TellSection(const ZembGnlTask* pTask, const TNProgressSection& section) {
+    if (zemb::LiveWatcher* const pWatcher = zemb::Live())
+        pWatcher->TaskSection(pTask, section.nBase, section.nRange, section.nSteps,
+                              section.nCurStep);
+}
+
 void Send(ZembGnlTask* pTask, int nPercent, const char* szDesc) {
+    zemb::LiveCount(zemb::ELiveCounter::PROGRESS_STEPS);
     ProgressMgr::Instance()->SendProgress(pTask, nPercent, TaskProgressInfo(szDesc));
 }
 
@@ -180,7 +189,7 @@ void TNProgressImpl::SetProgressSection(int nRange, int nSteps) {
         int nPercent = 0;
         float fScale = 0;
         if (ProgressMgr::Instance()->GetProgress(pTask, nPercent, fScale))
-            m_mapTaskSection[pTask] = {nRange, nPercent, fScale, nSteps, 0};
+            TellSection(pTask, m_mapTaskSection[pTask] = {nRange, nPercent, fScale, nSteps, 0});
     });
 }
 
@@ -193,6 +202,7 @@ void TNProgressImpl::SendSectionStep(const char* szDesc) {
         if (section.nCurStep >= section.nSteps)
             return;
         ++section.nCurStep;
+        TellSection(pTask, section);
         // In exactly this order, each step rounded to a float.
         const float fPercent = static_cast<float>(section.nCurStep) *
                                    static_cast<float>(section.nRange) /

@@ -1,3 +1,4 @@
+#include "embedded/coarse_clock.h"
 #include "zemb/control.h"
 
 #include <time.h>
@@ -26,6 +27,16 @@ long long NowMicroseconds() {
     clock_gettime(CLOCK_REALTIME, &now);
     return static_cast<long long>(now.tv_sec) * MICROSECONDS + now.tv_nsec / 1000 +
            g_nOffset.load();
+}
+
+long long NowCoarseMicroseconds() {
+    const long long nFrozen = g_nFrozen.load(std::memory_order_relaxed);
+    if (nFrozen != RUNNING)
+        return nFrozen;
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    return static_cast<long long>(now.tv_sec) * MICROSECONDS + now.tv_nsec / 1000 +
+           g_nOffset.load(std::memory_order_relaxed);
 }
 
 long long NowSeconds() {

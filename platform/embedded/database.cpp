@@ -3,7 +3,6 @@
 #include "base/escape.h"
 #include "embedded/database_wal.h"
 #include "embedded/state_folder.h"
-#include "zemb/debug.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -38,7 +37,6 @@ struct Connection {
 
 namespace {
 
-constexpr int TRACE_LEVEL = 3;
 constexpr auto CLOSING_WAIT = std::chrono::seconds(2);
 constexpr auto LOCK_LOOK = std::chrono::milliseconds(1);
 
@@ -367,15 +365,6 @@ Transaction::~Transaction() {
 void Transaction::Commit() {
     m_database.Run("COMMIT");
     m_bOpen = false;
-}
-
-void TellOfDatabase(const char* szWhat, const std::string& strText) noexcept {
-    try {
-        if (TEDebugInterface* const pDebug = NSTE_util::GetDefaultDebugInterface())
-            pDebug->Trace(TRACE_LEVEL, (szWhat + strText).c_str());
-    } catch (...) {
-        NSTE_util::WriteException("a line about a database could not be written");
-    }
 }
 
 }  // namespace zemb

@@ -88,9 +88,6 @@ private:
     Deadline m_deadline;
 };
 
-// A line about a database in the default channel. The caller holds no lock.
-void TellOfDatabase(const char* szWhat, const std::string& strText) noexcept;
-
 // Holds those off who would exchange a database (Exclusive), or lets several open and close it at a
 // time that nobody exchanges it (Shared). Throws std::system_error after the deadline.
 class ExchangeLock {

@@ -1,6 +1,7 @@
 #include "zemb/error_log.h"
 
 #include "base/immortal.h"
+#include "embedded/black_box.h"
 #include "embedded/fault_point.h"
 #include "zemb/control.h"
 #include "zemb/operlog.h"
@@ -74,6 +75,8 @@ private:
             error.nUserId = pTask->GetContext() == nullptr ? 0 : pTask->GetContext()->nUserId;
         }
         const std::lock_guard<std::mutex> guard(m_lock);
+        PutLiveError(error.nCode.value_or(0), error.nTaskId, error.nUserId, error.strFirst,
+                     error.strSecond);
         m_dequeError.push_back(std::move(error));
         if (m_dequeError.size() > ERRORS_KEPT)
             m_dequeError.pop_front();

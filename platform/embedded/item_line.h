@@ -10,4 +10,7 @@ namespace zemb {
 // line.
 std::optional<std::string> FindItem(std::string_view strKey, const std::string& strFile);
 
+// The installation root, without a fault point; "" for none.
+std::string RootPath();
+
 }  // namespace zemb

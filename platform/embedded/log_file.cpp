@@ -6,6 +6,7 @@
 #include "embedded/fork_gate.h"
 #include "embedded/line_file.h"
 #include "zemb/control.h"
+#include "zemb/live.h"
 
 #include <unistd.h>
 
@@ -138,6 +139,7 @@ void LogFile::Write(std::string_view strKind, std::string_view strText) noexcept
             pSink->Write(strKind, strText);
             if (m_bWarned.load(std::memory_order_relaxed))
                 m_bWarned = false;
+            LiveCount(ELiveCounter::LINES_WRITTEN);
         } else {
             std::string strLine;
             LineFormatter().Format(strKind, strText, strLine);
@@ -151,6 +153,7 @@ void LogFile::Write(std::string_view strKind, std::string_view strText) noexcept
 }
 
 void LogFile::Warn(const char* szReason) {
+    LiveCount(ELiveCounter::LINES_LOST);
     {
         std::lock_guard<std::mutex> guard(m_lock);
         m_pSink = nullptr;  // the next line tries again

@@ -4,6 +4,7 @@
 #include "base/immortal.h"
 #include "base/root_files.h"
 #include "base/trim.h"
+#include "embedded/black_box.h"
 #include "embedded/fault_point.h"
 #include "embedded/item_line.h"
 #include "embedded/thrown.h"
@@ -104,6 +105,7 @@ public:
     bool StartModules(std::string& strError) override {
         if (!LoadNamed(strError))
             return false;
+        zemb::BeginBlackBox();
         for (ModuleObject* pModule : Modules()) {
             if (IsStarted(pModule))
                 continue;
@@ -132,6 +134,7 @@ public:
                 bAll = false;
             }
         }
+        zemb::EndBlackBox();
         return bAll;
     }
 

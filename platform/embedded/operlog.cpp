@@ -4,8 +4,10 @@
 #include "embedded/fault_point.h"
 #include "embedded/fork_gate.h"
 #include "embedded/operlog_database.h"
+#include "embedded/tell.h"
 #include "zemb/control.h"
 #include "zemb/debug.h"
+#include "zemb/live.h"
 #include "zemb/operlog_store.h"
 
 #include <atomic>
@@ -50,6 +52,9 @@ public:
             }
         }
         TellAll(vecLine);
+        LiveCount(own.nResult == FrameUtil::OPERLOG_WRITTEN ? ELiveCounter::ENTRIES_WRITTEN
+                  : own.nResult == FrameUtil::OPERLOG_KEPT  ? ELiveCounter::ENTRIES_KEPT
+                                                            : ELiveCounter::ENTRIES_LOST);
         return own.nResult;
     }
 
@@ -218,7 +223,7 @@ PerProcess<Store> g_store;
 }  // namespace
 
 void TellOfOperLog(const std::string& strText) noexcept {
-    TellOfDatabase("operation log: ", strText);
+    TellOfPlatform("operation log: ", strText);
 }
 
 Database::Deadline LongestWait() {

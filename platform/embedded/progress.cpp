@@ -3,12 +3,15 @@
 #include "base/cancel_hold.h"
 #include "base/immortal.h"
 #include "base/view_of.h"
+#include "embedded/black_box.h"
 #include "embedded/fault_point.h"
 #include "embedded/thrown.h"
 #include "zemb/message.h"
 #include "zemb/progress_view.h"
+#include "zemb/task.h"
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <map>
 #include <memory>
@@ -61,13 +64,20 @@ public:
         State& state = m_mapTask.try_emplace(pTask, ++m_nLastTask).first->second;
         if (state.setMission.insert(mission).second)
             state.vecMission.push_back(mission);
+        m_nMissionChanges.fetch_add(1, std::memory_order_relaxed);
+        Show(pTask, state);
     }
 
     void UnRegister(const ZembGnlTask* pTask) override {
         if (IsFaulty("ProgressMgr::UnRegister"))
             return;
         const std::lock_guard<std::mutex> guard(m_lock);
-        m_mapTask.erase(pTask);
+        const auto it = m_mapTask.find(pTask);
+        if (it == m_mapTask.end())
+            return;
+        m_nMissionChanges.fetch_add(1, std::memory_order_relaxed);
+        DropLiveTask(it->second.place);
+        m_mapTask.erase(it);
     }
 
     bool IsAbort(ZembGnlTask* pTask) override {
@@ -88,6 +98,7 @@ public:
             if (State* const pState = Find(pTask)) {
                 pState->nPercent = nPercent;
                 pState->strDesc = info.Text();
+                Show(pTask, *pState);
             }
             for (const auto& [nId, pListener] : m_mapListener)
                 vecListener.push_back(pListener);
@@ -107,7 +118,7 @@ public:
             return;
         const std::lock_guard<std::mutex> guard(m_lock);
         if (State* const pState = Find(pTask))
-            pState->vecScale.push_back(fScale);
+            PushScale(pTask, *pState, fScale);
     }
 
     void RestoreScale(ZembGnlTask* pTask) override {
@@ -115,8 +126,10 @@ public:
             return;
         const std::lock_guard<std::mutex> guard(m_lock);
         State* const pState = Find(pTask);
-        if (pState != nullptr && pState->vecScale.size() > 1)
-            pState->vecScale.pop_back();
+        if (pState == nullptr || pState->vecScale.size() < 2)
+            return;
+        pState->vecScale.pop_back();
+        Show(pTask, *pState);
     }
 
     bool GetProgress(ZembGnlTask* pTask, int& nPercent, float& fScale) override {
@@ -153,9 +166,33 @@ public:
         for (auto& [pTask, state] : m_mapTask)
             if (fits(pTask, state.vecMission)) {
                 state.bAbort = true;
+                Show(pTask, state);
                 ++nTasks;
             }
         return nTasks;
+    }
+
+    void SetSection(const ZembGnlTask* pTask, int nBase, int nRange, int nSteps, int nStep) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        State* const pState = Find(pTask);
+        if (pState == nullptr)
+            return;
+        pState->nBase = nBase;
+        pState->nRange = nRange;
+        pState->nSteps = nSteps;
+        pState->nStep = nStep;
+        if (nStep == 0)  // else a percent is on its way
+            Show(pTask, *pState);
+    }
+
+    std::uint32_t FirstMission(const ZembGnlTask* pTask) {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        const State* const pState = Find(pTask);
+        return pState == nullptr || pState->vecMission.empty() ? 0 : pState->vecMission[0].nMission;
+    }
+
+    std::uint32_t MissionChanges() const {
+        return m_nMissionChanges.load(std::memory_order_relaxed);
     }
 
     int Add(Listener listener) {
@@ -179,7 +216,28 @@ private:
         std::vector<float> vecScale = {1.0F};
         bool bAbort = false;
         std::string strDesc;
+        int nBase = 0;  // of the section, if there is one, as the library tells
+        int nRange = 0;
+        int nSteps = 0;
+        int nStep = 0;
+        TaskPlace place;
     };
+
+    static void PushScale(const ZembGnlTask* pTask, State& state, float fScale) {
+        state.vecScale.push_back(fScale);
+        Show(pTask, state);
+    }
+
+    // To who watches from outside.
+    static void Show(const ZembGnlTask* pTask, State& state) {
+        if (Live() == nullptr || pTask == nullptr || state.vecMission.empty())
+            return;
+        const int nUser = pTask->GetContext() == nullptr ? 0 : pTask->GetContext()->nUserId;
+        PutLiveTask({pTask->GetTaskId(), state.vecMission[0].nMission, state.vecMission.size(),
+                     nUser, state.nPercent, state.vecScale.back(), state.bAbort, state.nBase,
+                     state.nRange, state.nSteps, state.nStep, &state.strDesc},
+                    state.place);
+    }
 
     State* Find(const ZembGnlTask* pTask) {
         const auto it = m_mapTask.find(pTask);
@@ -189,6 +247,7 @@ private:
     std::mutex m_lock;
     std::unordered_map<const ZembGnlTask*, State> m_mapTask;
     std::uint64_t m_nLastTask = 0;
+    std::atomic<std::uint32_t> m_nMissionChanges{0};
     std::map<int, std::shared_ptr<const Listener>> m_mapListener;
     int m_nLastId = 0;
 };
@@ -199,6 +258,19 @@ ProgressMgrImpl& TheManager() {
 }
 
 }  // namespace
+
+void NoteTaskSection(const ZembGnlTask* pTask, int nBase, int nRange, int nSteps,
+                     int nStep) noexcept {
+    TheManager().SetSection(pTask, nBase, nRange, nSteps, nStep);
+}
+
+std::uint32_t FirstMissionOf(const ZembGnlTask* pTask) noexcept {
+    return TheManager().FirstMission(pTask);
+}
+
+std::uint32_t MissionChanges() noexcept {
+    return TheManager().MissionChanges();
+}
 
 std::vector<TaskProgress> AllProgress() {
     return TheManager().All();

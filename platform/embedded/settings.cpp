@@ -139,10 +139,14 @@ int ZembGetLangType() {
 std::string NSTE_util::GetZEMBRootPath() {
     if (zemb::IsFaulty("GetZEMBRootPath"))
         return "";
-    return Root().Get();
+    return zemb::RootPath();
 }
 
 namespace zemb {
+
+std::string RootPath() {
+    return Root().Get();
+}
 
 std::optional<std::string> FindItem(std::string_view strKey, const std::string& strFile) {
     const base::CancelHold hold;

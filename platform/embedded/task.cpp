@@ -1,5 +1,6 @@
 #include "zemb/task.h"
 
+#include "embedded/black_box.h"
 #include "embedded/fault_point.h"
 #include "zemb/control.h"
 #include "zemb/debug.h"
@@ -43,6 +44,10 @@ const TETaskContext* GetTaskContext() {
 }  // namespace NSTE_util
 
 namespace zemb {
+
+ZembGnlTask* CurrentTask() noexcept {
+    return t_pTask;
+}
 
 ScopedTask::ScopedTask(ZembGnlTask* pTask) : m_pBefore(t_pTask) {
     t_pTask = pTask;

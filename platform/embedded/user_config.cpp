@@ -3,6 +3,7 @@
 #include "base/cancel_hold.h"
 #include "embedded/database.h"
 #include "embedded/fault_point.h"
+#include "embedded/tell.h"
 #include "zemb/control.h"
 #include "zemb/settings.h"
 
@@ -34,7 +35,7 @@ Database::Deadline LongestWait() {
 // What was wrong with the write-ahead log: values in what was kept of it may be nowhere else.
 void TellNotice(const Database& database) {
     if (!database.Notice().empty())
-        TellOfDatabase(WHAT, database.Notice());
+        TellOfPlatform(WHAT, database.Notice());
 }
 
 bool HasValues(Database& database) {
@@ -47,7 +48,7 @@ public:
         std::string strNotice;
         const bool bFound = Find(strSection, strKey, strValue, strNotice);
         if (!strNotice.empty())
-            TellOfDatabase(WHAT, strNotice);
+            TellOfPlatform(WHAT, strNotice);
         return bFound;
     }
 

@@ -1,0 +1,568 @@
+#include "embedded/black_box_writer.h"
+
+#include "base/immortal.h"
+#include "embedded/black_box_file.h"
+#include "embedded/coarse_clock.h"
+#include "embedded/live_facts.h"
+#include "embedded/random_number.h"
+#include "embedded/record_index.h"
+#include "zemb/task.h"
+
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <vector>
+
+// The writer of the black box. The file is mapped once and written with plain stores: a grant and
+// its return cost no call of the system and no lock of their own but one for the ring of events,
+// which is held for some stores. What is held, threads and tasks are each written under the lock
+// that the library, or the progress manager, holds anyway, so each part has one writer at a time.
+//
+// A box ends while threads may still write: its memory is then exchanged for memory without a file,
+// at the same address, and whatever comes late goes nowhere. A child process does the same with the
+// box of its parent before fork() returns there, and begins its own at its first report.
+namespace zemb {
+
+BoxWriter::~BoxWriter() = default;
+
+namespace {
+
+using box::EPart;
+
+constexpr std::uint32_t NO_SLOT = 0xFFFFFFFF;
+constexpr int SPINS = 200;
+
+// What the calling thread is in the midst of. No destructor: it may be used until the thread has
+// gone.
+struct ThreadState {
+    std::uint32_t nGeneration;
+    std::uint32_t nSlot;
+    box::Thread* pRecord;  // null: there is no place for this thread
+    std::uint32_t nThread;
+    long long nNow;
+    std::uint32_t nTask;
+    std::uint32_t nMission;
+    std::int32_t nUser;
+    LiveRequest request;
+    std::uint32_t nMissionTask;  // for which nMission was asked, and when
+    std::uint32_t nMissionChanges;
+    std::uint32_t nMissionFound;
+};
+thread_local ThreadState t_state __attribute__((tls_model("initial-exec")));
+
+box::Object Stored(const LiveObject& obj) {
+    return {obj.nNeId, obj.nObjId, obj.lSubObjId};
+}
+
+template <std::size_t SIZE>
+void CopyText(char (&szTarget)[SIZE], std::string_view strText) noexcept {
+    const std::size_t nLength = std::min(strText.size(), SIZE - 1);
+    std::memcpy(szTarget, strText.data(), nLength);
+    szTarget[nLength] = '\0';
+}
+
+// Adds where only this thread, or with bShared every thread without a place, adds.
+void AddTo(std::atomic<std::uint64_t>& nCounter, bool bShared) noexcept {
+    if (bShared)
+        nCounter.fetch_add(1, std::memory_order_relaxed);
+    else
+        nCounter.store(nCounter.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+}
+
+class BlackBoxWriter final : public BoxWriter {
+public:
+    void CallBegins(const LiveRequest& request, const LiveObject* pFirst,
+                    std::size_t nFirst) noexcept override {
+        ThreadState& state = Self();
+        state.request = request;
+        state.nNow = NowCoarseMicroseconds();
+        LookAtTask(state);
+        box::Thread* const pRecord = state.pRecord;
+        if (pRecord == nullptr)
+            return;
+        pRecord->nCallSince = state.nNow;
+        pRecord->nKind = static_cast<std::uint8_t>(request.eCall);
+        pRecord->nMaker = static_cast<std::uint8_t>(request.eMaker);
+        pRecord->nOper = request.nOper;
+        pRecord->nObjects = request.nObjects;
+        for (std::size_t i = 0; i < nFirst; ++i)
+            pRecord->arrFirst[i] = Stored(pFirst[i]);
+        pRecord->nCall.store(pRecord->nCall.load(std::memory_order_relaxed) + 1,
+                             std::memory_order_release);
+        box::FenceOfWriter();  // before whatever the call does
+    }
+
+    void CallEnds() noexcept override {
+        if (box::Thread* const pRecord = Self().pRecord)
+            pRecord->nCall.store((pRecord->nCall.load(std::memory_order_relaxed) + 1) & ~1ULL,
+                                 std::memory_order_release);
+    }
+
+    void Granted(const LiveObject& obj, std::size_t nPlace) noexcept override {
+        ThreadState& state = Self();
+        if (nPlace <= 1)
+            Count(state, ELiveCounter::GRANTS);
+        Pool& pool = PoolOf(state.request.eMaker);
+        pool.ResetFor(m_nGeneration.load(std::memory_order_relaxed));
+        const int nOper = state.request.nOper;
+        const std::uint32_t nRecord = pool.index.Add(HashOf(nOper, obj));
+        if (nRecord == 0)
+            NotShown(pool.ePart).fetch_add(1, std::memory_order_relaxed);
+        else
+            box::Put(pool.pFirst[nRecord - 1], [&](box::Held& held) {
+                held.nSince = state.nNow;
+                held.object = Stored(obj);
+                held.nCall = CallOf(state);
+                held.nThread = state.nThread;
+                held.nSlot = state.nSlot;
+                held.nTask = state.nTask;
+                held.nMission = state.nMission;
+                held.nUser = state.nUser;
+                held.nOper = nOper;
+                held.bUsed = 1;
+                held.bNoObject = nPlace == 0 ? 1 : 0;
+                held.nMaker = static_cast<std::uint8_t>(state.request.eMaker);
+                CopyLabel(state, held.szLabel);
+            });
+        AddEvent(state, box::GRANTED, obj, nPlace, state.request.nOper, 0, 0);
+    }
+
+    void Refused(const LiveObject& obj, std::size_t nPlace, int nBlocker,
+                 unsigned long nCode) noexcept override {
+        ThreadState& state = Self();
+        if (nPlace <= 1)
+            Count(state, ELiveCounter::REFUSALS);
+        AddEvent(state, box::REFUSED, obj, nPlace, state.request.nOper, nBlocker, nCode);
+    }
+
+    void GivenBack(int nOper, const LiveObject& obj, std::size_t nPlace) noexcept override {
+        ThreadState& state = Self();
+        if (nPlace <= 1)
+            Count(state, ELiveCounter::RELEASES);
+        Pool& pool = PoolOf(state.request.eMaker);
+        pool.ResetFor(m_nGeneration.load(std::memory_order_relaxed));
+        const std::uint32_t nRecord =
+            pool.index.Remove(HashOf(nOper, obj), [&](std::uint32_t nOne) {
+                const box::Held& held = pool.pFirst[nOne - 1];
+                return held.nOper == nOper && held.object.nNe == obj.nNeId &&
+                       held.object.nObj == obj.nObjId && held.object.nSub == obj.lSubObjId &&
+                       (held.bNoObject != 0) == (nPlace == 0);
+            });
+        if (nRecord != 0)
+            box::Put(pool.pFirst[nRecord - 1], [](box::Held& held) { held.bUsed = 0; });
+        else if (NotShown(pool.ePart).load(std::memory_order_relaxed) != 0)
+            NotShown(pool.ePart).fetch_sub(1, std::memory_order_relaxed);
+        AddEvent(state, box::GIVEN_BACK, obj, nPlace, nOper, 0, 0);
+    }
+
+    void AllGivenBack() noexcept override {
+        m_held.ResetFor(m_nGeneration.load(std::memory_order_relaxed));
+        for (std::uint32_t i = 0; i < m_held.nRecords; ++i)
+            if (m_held.pFirst[i].bUsed != 0)
+                box::Put(m_held.pFirst[i], [](box::Held& held) { held.bUsed = 0; });
+        m_held.index.Reset(m_held.nRecords);
+        NotShown(box::HELD) = 0;
+    }
+
+    void ThreadWorks(std::string_view strLabel, int nNesting,
+                     std::int64_t nSinceSeconds) noexcept override {
+        ThreadState& state = Self();
+        const bool bComes = nNesting == 1;
+        if (bComes)
+            Count(state, ELiveCounter::THREADS);
+        box::Thread* const pRecord = state.pRecord;
+        if (pRecord == nullptr)
+            return;
+        box::Put(*pRecord, [&](box::Thread& thread) {
+            thread.nNesting = nNesting;
+            thread.nSince = nSinceSeconds * 1000000;
+            if (bComes)
+                CopyText(thread.szLabel, strLabel);
+        });
+    }
+
+    void AllThreadsLeft() noexcept override {
+        box::Thread* const pFirst = Records<box::Thread>(box::THREADS);
+        for (std::uint32_t i = 1; i < m_layout.Records(box::THREADS); ++i)
+            if (pFirst[i].nNesting != 0)
+                box::Put(pFirst[i], [](box::Thread& thread) { thread.nNesting = 0; });
+    }
+
+    void TaskSection(const ZembGnlTask* pTask, int nBase, int nRange, int nSteps,
+                     int nStep) noexcept override {
+        NoteTaskSection(pTask, nBase, nRange, nSteps, nStep);
+    }
+
+    void Counts(ELiveCounter eCounter) noexcept override { Count(Self(), eCounter); }
+
+    void PutTask(const LiveTask& task, TaskPlace& place) noexcept override {
+        const std::uint32_t nGeneration = m_nGeneration.load(std::memory_order_relaxed);
+        if (m_tasks.nGeneration != nGeneration)
+            m_tasks.Reset(nGeneration);
+        const bool bNew = place.nGeneration != nGeneration;
+        if (bNew) {
+            place = {nGeneration, m_tasks.Take(m_layout.Records(box::TASKS))};
+            if (place.nRecord == 0)
+                NotShown(box::TASKS).fetch_add(1, std::memory_order_relaxed);
+        }
+        if (place.nRecord == 0)
+            return;
+        ThreadState& state = Self();
+        box::Put(Records<box::Task>(box::TASKS)[place.nRecord - 1], [&](box::Task& record) {
+            if (bNew)
+                record.nSince = NowCoarseMicroseconds();
+            record.nMissions = task.nMissions;
+            record.nTask = task.nTask;
+            record.nMission = task.nMission;
+            record.nUser = task.nUser;
+            record.nPercent = task.nPercent;
+            record.fScale = task.fScale;
+            record.nBase = task.nBase;
+            record.nRange = task.nRange;
+            record.nSteps = task.nSteps;
+            record.nStep = task.nStep;
+            record.bAbort = task.bAbort ? 1 : 0;
+            record.nThread = state.nThread;
+            CopyText(record.szText, *task.pText);
+        });
+        if (bNew)
+            AddTaskEvent(state, box::TASK_BEGAN, task.nTask);
+    }
+
+    void DropTask(TaskPlace& place) noexcept override {
+        if (place.nGeneration != m_nGeneration.load(std::memory_order_relaxed))
+            return;
+        if (place.nRecord != 0) {
+            box::Task& record = Records<box::Task>(box::TASKS)[place.nRecord - 1];
+            AddTaskEvent(Self(), box::TASK_ENDED, record.nTask);
+            box::Put(record, [](box::Task& task) { task.nTask = 0; });
+            m_tasks.Give(place.nRecord);
+        } else {
+            NotShown(box::TASKS).fetch_sub(1, std::memory_order_relaxed);
+        }
+        place = {};
+    }
+
+    void PutError(std::uint64_t nCode, std::uint32_t nTask, int nUser, const std::string& strFirst,
+                  const std::string& strSecond) noexcept override {
+        Count(Self(), ELiveCounter::OPERATION_ERRORS);
+        const std::uint64_t nOrder = ++m_nErrors;
+        box::Error* const pFirst = Records<box::Error>(box::ERRORS);
+        box::Put(pFirst[(nOrder - 1) % m_layout.Records(box::ERRORS)], [&](box::Error& error) {
+            error.nTime = NowCoarseMicroseconds();
+            error.nCode = nCode;
+            error.nTask = nTask;
+            error.nUser = nUser;
+            error.nOrder = nOrder;
+            char szText[sizeof error.szText];
+            CopyText(szText, strFirst);
+            const std::size_t nLength = std::strlen(szText);
+            if (!strSecond.empty() && nLength + 3 < sizeof szText) {
+                szText[nLength] = ' ';
+                const std::size_t nMore = std::min(strSecond.size(), sizeof szText - nLength - 2);
+                std::memcpy(szText + nLength + 1, strSecond.data(), nMore);
+                szText[nLength + 1 + nMore] = '\0';
+            }
+            std::memcpy(error.szText, szText, sizeof szText);
+        });
+    }
+
+    void Begin(const std::string& strProgram) override {
+        m_file.Make(m_layout, strProgram);
+        if (m_pMemory == nullptr) {  // for good: a later box gets the same place
+            m_pMemory = m_file.Memory();
+            m_held.pFirst = Records<box::Held>(box::HELD);
+            m_held.nRecords = m_layout.Records(box::HELD);
+            m_trails.pFirst = Records<box::Held>(box::TRAILS);
+            m_trails.nRecords = m_layout.Records(box::TRAILS);
+        }
+        {
+            const std::lock_guard<std::mutex> guard(m_lockSlots);
+            m_vecFreeSlot.clear();
+            m_nSlotsUsed = 1;  // the first is shared by those without a place
+        }
+        m_nGeneration.fetch_add(1, std::memory_order_release);
+        PutFacts();
+        m_file.Complete();
+    }
+
+    void End() noexcept override { m_file.TakeAway(); }
+
+    void PutFacts() noexcept override {
+        std::uint32_t i = 0;
+        const std::uint32_t nRecords = m_layout.Records(box::FACTS);
+        ForEachLiveFact([&](const std::string& strFact) {
+            if (i == nRecords)
+                return AddTo(NotShown(box::FACTS), true);
+            box::Fact& fact = Records<box::Fact>(box::FACTS)[i++];
+            const std::size_t nLength = std::min(strFact.size(), sizeof fact.szText - 1);
+            if (std::memcmp(fact.szText, strFact.data(), nLength) != 0 ||
+                fact.szText[nLength] != '\0')
+                box::Put(fact, [&](box::Fact& record) {
+                    std::memcpy(record.szText, strFact.data(), nLength);
+                    std::memset(record.szText + nLength, 0, sizeof record.szText - nLength);
+                });
+        });
+    }
+
+    void ChildBegan() noexcept override {
+        new (&m_lockSlots) std::mutex;  // another thread of the parent may have held it
+        m_nRingLock = 0;
+        m_file.Leave();
+        m_nGeneration.fetch_add(1, std::memory_order_release);
+    }
+
+    // The calling thread ends. One that is still registered stays to be seen.
+    void ThreadEnds() noexcept {
+        ThreadState& state = t_state;
+        if (state.nGeneration != m_nGeneration.load(std::memory_order_relaxed) ||
+            state.pRecord == nullptr)
+            return;
+        box::Thread& record = *state.pRecord;
+        const std::uint32_t nSlot = state.nSlot;
+        state = {};
+        if (record.nNesting != 0)
+            return;
+        box::Put(record, [](box::Thread& thread) { thread.nThread = 0; });
+        const std::lock_guard<std::mutex> guard(m_lockSlots);
+        try {
+            m_vecFreeSlot.push_back(nSlot);
+        } catch (const std::bad_alloc&) {
+            // The place is not used again.
+        }
+    }
+
+private:
+    struct Pool {
+        explicit Pool(EPart ePartOf) : ePart(ePartOf) {}
+        const EPart ePart;
+        box::Held* pFirst = nullptr;
+        std::uint32_t nRecords = 0;
+        RecordIndex index;
+        std::uint32_t nGeneration = 0;
+
+        // By the first report about a box, under the lock of those who report.
+        void ResetFor(std::uint32_t nGenerationOf) noexcept {
+            if (nGeneration == nGenerationOf)
+                return;
+            nGeneration = nGenerationOf;
+            index.Reset(nRecords);
+        }
+    };
+
+    struct TaskRecords {
+        std::uint32_t nGeneration = 0;
+        std::uint32_t nUsed = 0;
+        std::vector<std::uint32_t> vecFree;
+
+        void Reset(std::uint32_t nGenerationOf) noexcept {
+            nGeneration = nGenerationOf;
+            nUsed = 0;
+            vecFree.clear();
+        }
+        std::uint32_t Take(std::uint32_t nRecords) noexcept {
+            if (vecFree.empty())
+                return nUsed == nRecords ? 0 : ++nUsed;
+            const std::uint32_t nRecord = vecFree.back();
+            vecFree.pop_back();
+            return nRecord;
+        }
+        void Give(std::uint32_t nRecord) noexcept {
+            try {
+                vecFree.push_back(nRecord);
+            } catch (const std::bad_alloc&) {
+                // The place is not used again.
+            }
+        }
+    };
+
+    // A fast path of a few instructions; the first report of a thread finds it a place.
+    ThreadState& Self() noexcept {
+        ThreadState& state = t_state;
+        if (state.nGeneration != m_nGeneration.load(std::memory_order_acquire))
+            FindPlace(state);
+        return state;
+    }
+
+    void FindPlace(ThreadState& state) noexcept;
+
+    Pool& PoolOf(ELiveMaker eMaker) {
+        return eMaker == ELiveMaker::TRAIL_GUARD ? m_trails : m_held;
+    }
+
+    static std::uint64_t CallOf(const ThreadState& state) noexcept {
+        return state.pRecord == nullptr ? 0 : state.pRecord->nCall.load(std::memory_order_relaxed);
+    }
+
+    template <std::size_t SIZE>
+    static void CopyLabel(const ThreadState& state, char (&szLabel)[SIZE]) noexcept {
+        if (state.pRecord == nullptr || state.pRecord->nNesting == 0) {
+            szLabel[0] = '\0';
+            return;
+        }
+        std::memcpy(szLabel, state.pRecord->szLabel, SIZE - 1);
+        szLabel[SIZE - 1] = '\0';
+    }
+
+    static void LookAtTask(ThreadState& state) noexcept {
+        const ZembGnlTask* const pTask = CurrentTask();
+        if (pTask == nullptr) {
+            state.nTask = 0;
+            state.nMission = 0;
+            state.nUser = 0;
+            return;
+        }
+        state.nTask = pTask->GetTaskId();
+        state.nUser = pTask->GetContext() == nullptr ? 0 : pTask->GetContext()->nUserId;
+        if (state.nMissionTask != state.nTask || state.nMissionChanges != MissionChanges()) {
+            state.nMissionTask = state.nTask;
+            state.nMissionChanges = MissionChanges();
+            state.nMissionFound = FirstMissionOf(pTask);
+        }
+        state.nMission = state.nMissionFound;
+    }
+
+    void Count(const ThreadState& state, ELiveCounter eCounter) noexcept {
+        const bool bShared = state.pRecord == nullptr;
+        box::Thread& record = bShared ? *Records<box::Thread>(box::THREADS) : *state.pRecord;
+        AddTo(record.arrCounter[static_cast<std::size_t>(eCounter)], bShared);
+    }
+
+    // Never waits for long: an event for which there is no time is counted as lost.
+    void AddEvent(const ThreadState& state, box::EEvent eKind, const LiveObject& obj,
+                  std::size_t nPlace, int nOper, int nBlocker, unsigned long nCode) noexcept {
+        int nSpins = 0;
+        while (m_nRingLock.exchange(1, std::memory_order_acquire) != 0)
+            if (++nSpins == SPINS)
+                return Count(state, ELiveCounter::EVENTS_LOST);
+        box::Tallies& tallies = TalliesOf();
+        const std::uint64_t nNumber = tallies.nNextEvent.load(std::memory_order_relaxed);
+        box::Event& event =
+            Records<box::Event>(box::EVENTS)[nNumber % m_layout.Records(box::EVENTS)];
+        event.nSequence.store(2 * nNumber + 1, std::memory_order_relaxed);
+        box::FenceOfWriter();
+        event.nTime = state.nNow;
+        event.nCall = CallOf(state);
+        event.nCode = nCode;
+        event.object = Stored(obj);
+        event.nThread = state.nThread;
+        event.nOper = nOper;
+        event.nBlocker = nBlocker;
+        event.nPlace = static_cast<std::uint32_t>(nPlace);
+        event.nOf = static_cast<std::uint32_t>(state.request.nObjects);
+        event.nTask = state.nTask;
+        event.nSlot = state.nSlot;
+        event.nKind = eKind;
+        event.nMaker = static_cast<std::uint8_t>(state.request.eMaker);
+        event.nSequence.store(2 * nNumber + 2, std::memory_order_release);
+        tallies.nNextEvent.store(nNumber + 1, std::memory_order_release);
+        m_nRingLock.store(0, std::memory_order_release);
+    }
+
+    void AddTaskEvent(ThreadState& state, box::EEvent eKind, std::uint32_t nTask) noexcept {
+        const ThreadState before = state;
+        state.nNow = NowCoarseMicroseconds();
+        state.nTask = nTask;
+        state.request = {ELiveCall::ACQUIRE, ELiveMaker::CALL, 0, 0};
+        AddEvent(state, eKind, {0, 0, 0}, 0, 0, 0, 0);
+        state = before;
+    }
+
+    // The identifiers come from outside, so the hash has a secret.
+    std::uint64_t HashOf(int nOper, const LiveObject& obj) const noexcept {
+        std::uint64_t n = m_nSecret + static_cast<std::uint32_t>(nOper);
+        for (const std::uint64_t nPart :
+             {static_cast<std::uint64_t>(static_cast<std::uint32_t>(obj.nNeId)) << 32 |
+                  static_cast<std::uint32_t>(obj.nObjId),
+              static_cast<std::uint64_t>(obj.lSubObjId)}) {
+            n = (n ^ nPart) * 0x9E3779B97F4A7C15ULL;
+            n = (n ^ (n >> 29)) * m_nFactor;
+        }
+        return n ^ (n >> 32);
+    }
+
+    template <class Record>
+    Record* Records(EPart ePart) noexcept {
+        return reinterpret_cast<Record*>(m_pMemory + m_layout.Offset(ePart));
+    }
+    box::Tallies& TalliesOf() noexcept {
+        return *reinterpret_cast<box::Tallies*>(m_pMemory + box::TALLIES_AT);
+    }
+    std::atomic<std::uint64_t>& NotShown(EPart ePart) noexcept {
+        return TalliesOf().arrNotShown[ePart];
+    }
+
+    BoxLayout m_layout{BoxLayout::OfSettings()};
+    BoxFile m_file;
+    char* m_pMemory = nullptr;
+    std::atomic<std::uint32_t> m_nGeneration{0};
+    std::atomic<int> m_nRingLock{0};
+    Pool m_held{box::HELD};
+    Pool m_trails{box::TRAILS};
+    TaskRecords m_tasks;
+    std::uint64_t m_nErrors = 0;
+
+    const std::uint64_t m_nSecret = RandomNumber();
+    const std::uint64_t m_nFactor = RandomNumber() | 1U;
+
+    std::mutex m_lockSlots;
+    std::vector<std::uint32_t> m_vecFreeSlot;
+    std::uint32_t m_nSlotsUsed = 1;
+};
+
+BlackBoxWriter& TheWriter() {
+    static base::Immortal<BlackBoxWriter> writer;
+    return *writer;
+}
+
+void AtThreadEnd(void* /*unused*/) {
+    TheWriter().ThreadEnds();
+}
+
+// Has AtThreadEnd called when the calling thread ends; not for the thread that ends the process.
+void WatchThreadEnd() noexcept {
+    static const pthread_key_t s_key = [] {
+        pthread_key_t key{};
+        pthread_key_create(&key, AtThreadEnd);
+        return key;
+    }();
+    pthread_setspecific(s_key, &t_state);
+}
+
+void BlackBoxWriter::FindPlace(ThreadState& state) noexcept {
+    state = {};
+    state.nThread = static_cast<std::uint32_t>(syscall(SYS_gettid));
+    state.nSlot = NO_SLOT;
+    {
+        const std::lock_guard<std::mutex> guard(m_lockSlots);
+        state.nGeneration = m_nGeneration.load(std::memory_order_relaxed);
+        if (!m_vecFreeSlot.empty()) {
+            state.nSlot = m_vecFreeSlot.back();
+            m_vecFreeSlot.pop_back();
+        } else if (m_nSlotsUsed < m_layout.Records(box::THREADS)) {
+            state.nSlot = m_nSlotsUsed++;
+        } else {
+            NotShown(box::THREADS).fetch_add(1, std::memory_order_relaxed);
+            return;
+        }
+    }
+    state.pRecord = Records<box::Thread>(box::THREADS) + state.nSlot;
+    box::Put(*state.pRecord, [&](box::Thread& thread) {
+        thread.nThread = state.nThread;
+        thread.nNesting = 0;
+        thread.nPthread = pthread_self();
+    });
+    WatchThreadEnd();
+}
+
+}  // namespace
+
+BoxWriter& TheBoxWriter() {
+    return TheWriter();
+}
+
+}  // namespace zemb

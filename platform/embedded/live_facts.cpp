@@ -1,0 +1,52 @@
+#include "embedded/live_facts.h"
+
+#include "base/immortal.h"
+#include "embedded/fork_gate.h"
+#include "zemb/live.h"
+
+#include <map>
+#include <mutex>
+#include <utility>
+
+// What the library told of settings and loaded files, whether or not there is a black box yet. A
+// box gets all of it at its beginning, and again whenever something changed.
+namespace zemb {
+
+namespace {
+
+struct Facts {
+    std::mutex lock;
+    std::map<std::pair<std::string, std::string>, std::string> mapValue;  // by kind and name
+};
+
+Facts& TheFacts() {
+    static base::Immortal<Facts> facts;
+    return *facts;
+}
+
+}  // namespace
+
+void LiveFact(const std::string& strKind, const std::string& strName,
+              const std::string& strValue) noexcept {
+    const ForkGate gate;
+    try {
+        {
+            Facts& facts = TheFacts();
+            const std::lock_guard<std::mutex> guard(facts.lock);
+            facts.mapValue[{strKind, strName}] = strValue;
+        }
+        PutLiveFacts();
+    } catch (...) {
+        // Without memory for it, it is not seen.
+    }
+}
+
+void ForEachLiveFact(const std::function<void(const std::string& strFact)>& fn) {
+    const ForkGate gate;
+    Facts& facts = TheFacts();
+    const std::lock_guard<std::mutex> guard(facts.lock);
+    for (const auto& [key, strValue] : facts.mapValue)
+        fn(key.first + '\0' + key.second + '\0' + strValue);
+}
+
+}  // namespace zemb
