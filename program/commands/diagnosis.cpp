@@ -1,6 +1,7 @@
 #include "commands/asn_json.h"
 #include "commands/backup_text.h"
 #include "sub_commands.h"
+#include "view/rows.h"
 #include "view/texts.h"
 
 #include "tovelkarin/nml_commondataapi.h"
@@ -31,21 +32,20 @@ struct ThreadsArguments {
 };
 
 int ShowThreads(const Session& session, const ThreadsArguments& /*args*/) {
-    std::vector<std::vector<std::string>> vecRow = {{"LABEL", "NESTING", "SECONDS", ""}};
+    Rows rows(session.out,
+              {{"thread", {}},
+               {"label", "LABEL"},
+               {"nesting", "NESTING"},
+               {"seconds", "SECONDS"},
+               {"long", ""}},
+              "no thread is registered");
     for (const auto& [nThreadId, info] : TNThreadMgr::Instance()->GetAllInfo()) {
         const std::int64_t nSeconds = zemb::NowSeconds() - info.m_nStartTime;
-        Json::Value record;
-        record["thread"] = static_cast<Json::UInt64>(nThreadId);
-        record["label"] = info.m_strLable;
-        record["nesting"] = info.m_nUseCount;
-        record["seconds"] = static_cast<Json::Int64>(nSeconds);
-        record["long"] = nSeconds > LONG_SECONDS;
-        if (session.out.IsJson())
-            session.out.Put("", record);
-        vecRow.push_back({OnOneLine(info.m_strLable), std::to_string(info.m_nUseCount),
-                          std::to_string(nSeconds), nSeconds > LONG_SECONDS ? "long" : ""});
+        const bool bLong = nSeconds > LONG_SECONDS;
+        rows.Add(
+            {nThreadId, info.m_strLable, info.m_nUseCount, nSeconds, {bLong, bLong ? "long" : ""}});
     }
-    session.out.Say(vecRow.size() == 1 ? "no thread is registered" : Table(vecRow));
+    rows.Put();
     return DONE;
 }
 

@@ -1,5 +1,6 @@
 #include "base/root_files.h"
 #include "sub_commands.h"
+#include "view/rows.h"
 
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/utilif.h"
@@ -20,17 +21,16 @@ struct ModuleArguments {
 };
 
 int List(const Session& session, const ModuleArguments& /*args*/) {
-    std::vector<std::vector<std::string>> vecRow = {{"MODULE", "NUMBER", "STATE", "INTERFACES"}};
+    Rows rows(session.out, {{"module", "MODULE"},
+                            {"number", "NUMBER"},
+                            {"started", "STATE"},
+                            {"interfaces", "INTERFACES"}});
     for (ModuleObject* const pModule : ModuleMgr::Instance()->Modules()) {
         const bool bStarted = ModuleMgr::Instance()->IsStarted(pModule);
         std::list<ModuleInterface*> listInterface;
         pModule->ListInterfaces(listInterface);
         std::string strInterfaces;
-        Json::Value record;
-        record["module"] = pModule->GetModuleName();
-        record["number"] = pModule->GetModuleNumber();
-        record["started"] = bStarted;
-        record["interfaces"] = Json::Value(Json::arrayValue);
+        Json::Value interfaces(Json::arrayValue);
         for (ModuleInterface* const pInterface : listInterface) {
             const auto nVersion = static_cast<unsigned long>(pInterface->GetInterfaceVersion());
             strInterfaces += (strInterfaces.empty() ? "" : ", ") + pInterface->GetInterfaceName() +
@@ -38,14 +38,14 @@ int List(const Session& session, const ModuleArguments& /*args*/) {
             Json::Value entry;
             entry["name"] = pInterface->GetInterfaceName();
             entry["version"] = static_cast<Json::UInt64>(nVersion);
-            record["interfaces"].append(entry);
+            interfaces.append(entry);
         }
-        vecRow.push_back({pModule->GetModuleName(), std::to_string(pModule->GetModuleNumber()),
-                          bStarted ? "started" : "stopped", strInterfaces});
-        if (session.out.IsJson())
-            session.out.Put("", record);
+        rows.Add({pModule->GetModuleName(),
+                  pModule->GetModuleNumber(),
+                  {bStarted, bStarted ? "started" : "stopped"},
+                  {interfaces, strInterfaces}});
     }
-    session.out.Say(Table(vecRow));
+    rows.Put();
     return DONE;
 }
 
@@ -71,21 +71,13 @@ constexpr SettingRow SETTINGS[] = {
 // clang-format on
 
 // What the start has loaded because the file says so; mostly nothing.
-void ShowNamedModules(const Session& session, const std::string& strFile,
-                      std::vector<std::vector<std::string>>& vecRow) {
+void AddNamedModules(const std::string& strFile, Rows& rows) {
     std::map<std::string, std::string> mapItem;
     if (!NSTN_util::IsFile(strFile) || NSTN_util::ReadCfgItemFromFile(strFile, mapItem) != 0)
         return;
     const auto it = mapItem.find(base::KEY_MODULES);
-    if (it == mapItem.end())
-        return;
-    vecRow.push_back({it->first, it->second, strFile});
-    Json::Value record;
-    record["setting"] = it->first;
-    record["value"] = it->second;
-    record["from"] = strFile;
-    if (session.out.IsJson())
-        session.out.Put("", record);
+    if (it != mapItem.end())
+        rows.Add({it->first, AsIs(it->second), AsIs(strFile)});
 }
 
 int ShowSettings(Session& session) {
@@ -93,7 +85,7 @@ int ShowSettings(Session& session) {
     const std::string strEms =
         NSTE_util::emscfgfile != nullptr ? NSTE_util::emscfgfile : strRoot + base::EMS_UNDER_ROOT;
     const std::string strTrans = strRoot + base::TRANS_EMS_UNDER_ROOT;
-    std::vector<std::vector<std::string>> vecRow = {{"SETTING", "VALUE", "FROM"}};
+    Rows rows(session.out, {{"setting", "SETTING"}, {"value", "VALUE"}, {"from", "FROM"}});
     for (const SettingRow& row : SETTINGS) {
         const int nValue = row.pSwitch != nullptr ? static_cast<int>(*row.pSwitch) : *row.pNumber;
         const std::string& strFile = row.bTransEms ? strTrans : strEms;
@@ -103,16 +95,10 @@ int ShowSettings(Session& session) {
         std::string strFrom = bInFile ? strFile : "default (no such key in " + strFile + ")";
         if (bInFile && nExpected != nValue)
             strFrom += ", which says " + std::to_string(nInFile);
-        Json::Value record;
-        record["setting"] = row.szKey;
-        record["value"] = nValue;
-        record["from"] = strFrom;
-        vecRow.push_back({row.szKey, std::to_string(nValue), strFrom});
-        if (session.out.IsJson())
-            session.out.Put("", record);
+        rows.Add({row.szKey, nValue, AsIs(strFrom)});
     }
-    ShowNamedModules(session, strTrans, vecRow);
-    session.out.Say(Table(vecRow));
+    AddNamedModules(strTrans, rows);
+    rows.Put();
     return DONE;
 }
 

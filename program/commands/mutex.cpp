@@ -1,4 +1,5 @@
 #include "sub_commands.h"
+#include "view/rows.h"
 
 // Loads table files, and shows them as a matrix or a graph. Both have an entry for each pair of
 // operations, so a table that names too many is refused.
@@ -40,28 +41,27 @@ std::vector<int> ShownOperations(const MutexFile& table) {
 
 void PutMatrix(const Output& out, const MutexFile& table) {
     const std::vector<int> vecOper = ShownOperations(table);
-    std::vector<std::vector<std::string>> vecRow = {{"ASKED \\ RUNNING"}};
+    // A record lists what blocks an operation, the table has a column for each.
+    std::vector<Column> vecColumn = {
+        {"asked", "ASKED \\ RUNNING"}, {"exclusive", {}}, {"blocked_by", {}}};
     for (const int nRunning : vecOper)
-        vecRow[0].push_back(std::to_string(nRunning));
+        vecColumn.push_back({"", std::to_string(nRunning)});
+    Rows rows(out, vecColumn, "the table is empty");
     for (const int nAsked : vecOper) {
         const bool bExclusive = table.ExclusiveRule(nAsked) != nullptr;
-        std::vector<std::string> row = {std::to_string(nAsked) +
-                                        (bExclusive ? " excludes all" : "")};
-        Json::Value record;
-        record["asked"] = nAsked;
-        record["exclusive"] = bExclusive;
-        record["blocked_by"] = Json::Value(Json::arrayValue);
+        std::vector<Cell> vecCell = {
+            {nAsked, std::to_string(nAsked) + (bExclusive ? " excludes all" : "")},
+            bExclusive,
+            Json::Value(Json::arrayValue)};
         for (const int nRunning : vecOper) {
             const bool bBlocks = table.Blocks(nRunning, nAsked);
-            row.emplace_back(bBlocks ? "X" : ".");
+            vecCell.emplace_back(bBlocks ? "X" : ".");
             if (bBlocks)
-                record["blocked_by"].append(nRunning);
+                vecCell[2].value.append(nRunning);
         }
-        vecRow.push_back(std::move(row));
-        if (out.IsJson())
-            out.Put("", record);
+        rows.Add(vecCell);
     }
-    out.Say(vecOper.empty() ? "the table is empty" : Table(vecRow));
+    rows.Put();
 }
 
 void PutGraph(const Output& out, const MutexFile& table) {

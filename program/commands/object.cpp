@@ -1,4 +1,5 @@
 #include "sub_commands.h"
+#include "view/rows.h"
 #include "view/texts.h"
 
 #include "tovelkarin/stringutil.h"
@@ -61,19 +62,13 @@ int ShowFbTypes(const Session& session) {
         kept = type;
         strDetails += (strDetails.empty() ? "" : " ") + std::to_string(nType);
     }
-    std::vector<std::vector<std::string>> vecRow = {{"type", "level", "lower", "detailed types"}};
-    for (const auto& [nFbType, entry] : mapType) {
-        Json::Value record;
-        record["fbtype"] = nFbType;
-        record["level"] = entry.first.strLevel;
-        record["low_level"] = entry.first.strLowLevel;
-        record["types"] = entry.second;
-        if (session.out.IsJson())
-            session.out.Put("", record);
-        vecRow.push_back(
-            {std::to_string(nFbType), entry.first.strLevel, entry.first.strLowLevel, entry.second});
-    }
-    session.out.Say(Table(vecRow));
+    Rows rows(session.out, {{"fbtype", "type"},
+                            {"level", "level"},
+                            {"low_level", "lower"},
+                            {"types", "detailed types"}});
+    for (const auto& [nFbType, entry] : mapType)
+        rows.Add({nFbType, entry.first.strLevel, entry.first.strLowLevel, entry.second});
+    rows.Put();
     return DONE;
 }
 

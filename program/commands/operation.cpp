@@ -1,5 +1,6 @@
 #include "command.h"
 #include "commands/mission.h"
+#include "view/rows.h"
 
 #include "tovelkarin/teoperationlog.h"
 
@@ -55,14 +56,22 @@ Json::Value ToJson(const Place& place) {
     return record;
 }
 
+const std::vector<Column> GRANT = {{"id", "GRANT"},
+                                   {"operation", "OPERATION"},
+                                   {"since", "SINCE"},
+                                   {"by", "BY"},
+                                   {"objects", "OBJECTS"}};
+
+std::vector<Cell> CellsOf(const Grant& grant) {
+    return {grant.nId,
+            grant.nOper,
+            zemb::FormatTime(grant.nSince),
+            AsIs(grant.strBy),
+            {ToJson(grant.listObj), ObjectsText(grant.listObj)}};
+}
+
 Json::Value ToJson(const Grant& grant) {
-    Json::Value record;
-    record["id"] = grant.nId;
-    record["operation"] = grant.nOper;
-    record["objects"] = ToJson(grant.listObj);
-    record["since"] = zemb::FormatTime(grant.nSince);
-    record["by"] = grant.strBy;
-    return record;
+    return RecordOf(GRANT, CellsOf(grant));
 }
 
 std::string QuotedLine(const Place& place) {
@@ -277,16 +286,10 @@ Runner DefineRunning(CLI::App& app) {
         "own.\n" +
         app.get_footer());
     return [](Session& session) {
-        std::vector<std::vector<std::string>> vecRow = {
-            {"GRANT", "OPERATION", "SINCE", "BY", "OBJECTS"}};
-        for (const Grant& grant : session.ledger.Grants()) {
-            vecRow.push_back({std::to_string(grant.nId), std::to_string(grant.nOper),
-                              zemb::FormatTime(grant.nSince), grant.strBy,
-                              ObjectsText(grant.listObj)});
-            if (session.out.IsJson())
-                session.out.Put("", ToJson(grant));
-        }
-        session.out.Say(vecRow.size() == 1 ? "nothing is running" : Table(vecRow));
+        Rows rows(session.out, GRANT, "nothing is running");
+        for (const Grant& grant : session.ledger.Grants())
+            rows.Add(CellsOf(grant));
+        rows.Put();
         return DONE;
     };
 }

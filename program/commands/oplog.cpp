@@ -2,6 +2,7 @@
 #include "console/interrupt.h"
 #include "sub_commands.h"
 #include "view/progress_line.h"
+#include "view/rows.h"
 #include "view/texts.h"
 
 #include "tovelkarin/nml_commondataapi.h"
@@ -56,25 +57,33 @@ std::string KindText(int nKind) {
     return std::to_string(nKind);
 }
 
-Json::Value ToJson(const zemb::OperLogRow& row) {
-    Json::Value record;
-    record["id"] = static_cast<Json::Int64>(row.nId);
-    record["time"] = row.strTime;
-    record["user"] = row.nUserId;
-    record["address"] = AddressText(row.nIpAddr);
-    record["command"] = static_cast<Json::UInt64>(row.nCmd);
-    record["object"] = row.strObject;
-    record["result"] = KindText(row.nResultKind);
-    record["code"] = static_cast<Json::UInt64>(row.nResult);
-    record["text"] = row.strDesc;
-    record["level"] = row.nLevel;
-    record["category"] = row.nCategory;
-    record["process"] = row.nProcess;
-    return record;
-}
-
 std::string ResultText(const zemb::OperLogRow& row) {
     return KindText(row.nResultKind) + (row.nResult == 0 ? "" : " " + Hex(row.nResult));
+}
+
+// An entry, in the order of its line of CSV.
+const std::vector<Column> ENTRY = {
+    {"id", "ID"},           {"time", "TIME"},     {"user", "USER"},     {"address", "ADDRESS"},
+    {"command", "COMMAND"}, {"object", "OBJECT"}, {"result", "RESULT"}, {"code", {}},
+    {"text", "TEXT"},       {"level", {}},        {"category", {}},     {"process", {}}};
+
+std::vector<Cell> CellsOf(const zemb::OperLogRow& row) {
+    return {row.nId,
+            row.strTime,
+            row.nUserId,
+            AddressText(row.nIpAddr),
+            row.nCmd,
+            row.strObject,
+            {KindText(row.nResultKind), ResultText(row)},
+            row.nResult,
+            row.strDesc,
+            row.nLevel,
+            row.nCategory,
+            row.nProcess};
+}
+
+Json::Value ToJson(const zemb::OperLogRow& row) {
+    return RecordOf(ENTRY, CellsOf(row));
 }
 
 std::string LineText(const zemb::OperLogRow& row) {
@@ -96,16 +105,21 @@ std::string CsvField(const std::string& strText) {
     return "\"" + strField + "\"";
 }
 
-constexpr const char* CSV_HEADING =
-    "id,time,user,address,command,object,result,code,text,level,category,process";
+std::string CsvHeading() {
+    std::string strLine;
+    for (const Column& column : ENTRY)
+        strLine += (strLine.empty() ? "" : ",") + column.strKey;
+    return strLine;
+}
 
 std::string CsvLine(const zemb::OperLogRow& row) {
-    return std::to_string(row.nId) + "," + row.strTime + "," + std::to_string(row.nUserId) + "," +
-           AddressText(row.nIpAddr) + "," + std::to_string(row.nCmd) + "," +
-           CsvField(row.strObject) + "," + KindText(row.nResultKind) + "," +
-           std::to_string(row.nResult) + "," + CsvField(row.strDesc) + "," +
-           std::to_string(row.nLevel) + "," + std::to_string(row.nCategory) + "," +
-           std::to_string(row.nProcess);
+    std::string strLine;
+    for (const Cell& cell : CellsOf(row)) {
+        const std::string strValue = cell.value.asString();
+        strLine +=
+            (strLine.empty() ? "" : ",") + (cell.value.isString() ? CsvField(strValue) : strValue);
+    }
+    return strLine;
 }
 
 void RequireLog() {
@@ -142,22 +156,17 @@ int List(const Session& session, const OpLogArguments& args) {
     if (args.bCsv && session.out.IsJson())
         throw CommandError(WRONG_USAGE, "oplog list: --csv or --json, not both");
     if (args.bCsv)
-        session.out.Say(CSV_HEADING);
-    std::vector<std::vector<std::string>> vecRow = {
-        {"ID", "TIME", "USER", "ADDRESS", "COMMAND", "OBJECT", "RESULT", "TEXT"}};
+        session.out.Say(CsvHeading());
+    Rows rows(session.out, ENTRY, "no entries");
     Read(filter, [&](const zemb::OperLogRow& row) {
         if (args.bCsv)
             session.out.Say(CsvLine(row));
-        else if (session.out.IsJson())
-            session.out.Put("", ToJson(row));
         else
-            vecRow.push_back({std::to_string(row.nId), row.strTime, std::to_string(row.nUserId),
-                              AddressText(row.nIpAddr), std::to_string(row.nCmd),
-                              OnOneLine(row.strObject), ResultText(row), OnOneLine(row.strDesc)});
+            rows.Add(CellsOf(row));
         return true;
     });
     if (!args.bCsv)
-        session.out.Say(vecRow.size() == 1 ? "no entries" : Table(vecRow));
+        rows.Put();
     return DONE;
 }
 
@@ -216,7 +225,7 @@ int Follow(const Session& session, const OpLogArguments& args) {
 long long ExportTo(const OpLogArguments& args, const std::function<void(const std::string&)>& put) {
     const ProgressLine line;
     if (args.bCsv)
-        put(std::string(CSV_HEADING) + "\n");
+        put(CsvHeading() + "\n");
     long long nRows = 0;
     Read(FilterOf(args), [&](const zemb::OperLogRow& row) {
         put((args.bCsv ? CsvLine(row) : JsonLine(ToJson(row))) + "\n");

@@ -1,6 +1,7 @@
 #include "commands/task_runner.h"
 #include "sub_commands.h"
 #include "view/progress_line.h"
+#include "view/rows.h"
 
 #include "tovelkarin/tedebugcommandmgr.h"
 
@@ -56,23 +57,17 @@ int RunTask(Session& session, const TaskArguments& args) {
 
 // nOnly: that one, or 0 for all.
 int ListTasks(Session& session, int nOnly) {
-    std::vector<std::vector<std::string>> vecRow = {{"TASK", "OPERATION", "NE", "USER", "STATE"}};
-    for (const TaskRunner::Row& row : RunnerOf(session).All()) {
-        if (nOnly != 0 && row.nId != nOnly)
-            continue;
-        Json::Value record;
-        record["task"] = row.nId;
-        record["operation"] = row.order.nOper;
-        record["ne"] = row.order.nNe;
-        record["user"] = row.order.nUser;
-        record["state"] = row.strState;
-        if (session.out.IsJson())
-            session.out.Put("", record);
-        vecRow.push_back({std::to_string(row.nId), std::to_string(row.order.nOper),
-                          std::to_string(row.order.nNe), std::to_string(row.order.nUser),
-                          row.strState});
-    }
-    session.out.Say(vecRow.size() == 1 ? "no tasks" : Table(vecRow));
+    Rows rows(session.out,
+              {{"task", "TASK"},
+               {"operation", "OPERATION"},
+               {"ne", "NE"},
+               {"user", "USER"},
+               {"state", "STATE"}},
+              "no tasks");
+    for (const TaskRunner::Row& row : RunnerOf(session).All())
+        if (nOnly == 0 || row.nId == nOnly)
+            rows.Add({row.nId, row.order.nOper, row.order.nNe, row.order.nUser, row.strState});
+    rows.Put();
     return DONE;
 }
 
@@ -98,49 +93,52 @@ int EndTask(Session& session, const TaskArguments& args) {
 }
 
 int ShowProgress(const Session& session) {
-    std::vector<std::vector<std::string>> vecRow = {{"MISSION", "PERCENT", "SCALE", "", "TEXT"}};
+    Rows rows(session.out,
+              {{"mission", "MISSION"},
+               {"percent", "PERCENT"},
+               {"scale", "SCALE"},
+               {"abort", ""},
+               {"text", "TEXT"}},
+              "no missions");
     for (const zemb::TaskProgress& progress : zemb::AllProgress())
-        for (const NSTE_util::ClientMissionID& mission : progress.vecMission) {
-            Json::Value record;
-            record["mission"] = mission.nMission;
-            record["percent"] = progress.nPercent;
-            record["scale"] = progress.fScale;
-            record["abort"] = progress.bAbort;
-            record["text"] = progress.strDesc;
-            if (session.out.IsJson())
-                session.out.Put("", record);
-            vecRow.push_back({std::to_string(mission.nMission), std::to_string(progress.nPercent),
-                              std::to_string(static_cast<long>(progress.fScale)),
-                              progress.bAbort ? "to abort" : "", OnOneLine(progress.strDesc)});
-        }
-    session.out.Say(vecRow.size() == 1 ? "no missions" : Table(vecRow));
+        for (const NSTE_util::ClientMissionID& mission : progress.vecMission)
+            rows.Add({mission.nMission,
+                      progress.nPercent,
+                      {progress.fScale, std::to_string(static_cast<long>(progress.fScale))},
+                      {progress.bAbort, progress.bAbort ? "to abort" : ""},
+                      progress.strDesc});
+    rows.Put();
     return DONE;
 }
 
 int ShowErrors(const Session& session) {
-    std::vector<std::vector<std::string>> vecRow = {{"TIME", "USER", "CODE", "NUMBERS", "TEXT"}};
+    Rows rows(session.out,
+              {{"time", "TIME"},
+               {"user", "USER"},
+               {"task", {}},
+               {"code", "CODE"},
+               {"numbers", "NUMBERS"},
+               {"text", "TEXT"},
+               {"second_text", {}}},
+              "no errors");
     for (const zemb::OperError& error : zemb::OperErrors()) {
-        Json::Value record;
-        record["time"] = error.strTime;
-        record["user"] = error.nUserId;
-        record["task"] = error.nTaskId;
-        if (error.nCode)
-            record["code"] = static_cast<Json::UInt64>(*error.nCode);
+        Json::Value numbers;
         std::string strNumbers;
         for (const int nValue : error.listValue) {
-            record["numbers"].append(nValue);
+            numbers.append(nValue);
             strNumbers += (strNumbers.empty() ? "" : ",") + std::to_string(nValue);
         }
-        record["text"] = error.strFirst;
-        record["second_text"] = error.strSecond;
-        if (session.out.IsJson())
-            session.out.Put("", record);
-        vecRow.push_back(
-            {error.strTime, std::to_string(error.nUserId), error.nCode ? Hex(*error.nCode) : "",
-             strNumbers,
-             OnOneLine(error.strFirst + (error.strSecond.empty() ? "" : "; ") + error.strSecond)});
+        const std::string strText =
+            error.strFirst + (error.strSecond.empty() ? "" : "; ") + error.strSecond;
+        rows.Add({error.strTime,
+                  error.nUserId,
+                  error.nTaskId,
+                  error.nCode ? Cell(*error.nCode, Hex(*error.nCode)) : Cell(),
+                  {numbers, strNumbers},
+                  {error.strFirst, OnOneLine(strText)},
+                  error.strSecond});
     }
-    session.out.Say(vecRow.size() == 1 ? "no errors" : Table(vecRow));
+    rows.Put();
     return DONE;
 }
 

@@ -1,5 +1,6 @@
 #include "check/timeout_file.h"
 #include "command.h"
+#include "view/rows.h"
 
 #include "tovelkarin/tnreqtimeout.h"
 
@@ -159,23 +160,20 @@ int ShowTimeouts(Session& session, const std::string& strGiven) {
     for (const auto* const pMap : {&file.mapTimeout, &file.mapDual})
         for (const auto& [nCmd, fact] : *pMap)
             setCmd.insert(nCmd);
-    std::vector<std::vector<std::string>> vecRow = {{"command", "seconds", "second time", "lines"}};
+    Rows rows(session.out, {{"command", "command"},
+                            {"seconds", "seconds"},
+                            {"second_time", "second time"},
+                            {"", "lines"}});
     const auto Line = [](const std::map<int, TimeoutFile::Fact>& mapFact, int nCmd) {
         const auto it = mapFact.find(nCmd);
         return it == mapFact.end() ? std::string("-") : it->second.place.Text();
     };
     for (const int nCmd : setCmd) {
-        Json::Value record;
-        record["command"] = nCmd;
-        record["seconds"] = Service().GetReqTimeOutValue(nCmd, 1, false);
-        record["second_time"] = Service().GetReqTimeDualValue(nCmd);
-        if (session.out.IsJson())
-            session.out.Put("", record);
-        vecRow.push_back({std::to_string(nCmd), record["seconds"].asString(),
-                          record["second_time"].asString(),
-                          Line(file.mapTimeout, nCmd) + ", " + Line(file.mapDual, nCmd)});
+        const std::string strLines = Line(file.mapTimeout, nCmd) + ", " + Line(file.mapDual, nCmd);
+        rows.Add({nCmd, Service().GetReqTimeOutValue(nCmd, 1, false),
+                  Service().GetReqTimeDualValue(nCmd), AsIs(strLines)});
     }
-    session.out.Say(Table(vecRow));
+    rows.Put();
     session.out.Say("default " + std::to_string(Service().GetReqDefaultTimeout(WITHOUT_DEFAULT)) +
                     " s, offset " + std::to_string(file.offset ? file.offset->nValue : 0) +
                     " s, read again when it changes: " +

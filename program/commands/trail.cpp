@@ -1,5 +1,6 @@
 #include "commands/trail_holder.h"
 #include "sub_commands.h"
+#include "view/rows.h"
 
 // Marks trails as busy through the library's guards, one for each holder that the user names.
 namespace host {
@@ -62,17 +63,12 @@ int Give(Session& session, const TrailArguments& args) {
 }
 
 int List(const Session& session, const TrailArguments& /*args*/) {
-    std::vector<std::vector<std::string>> vecRow = {{"HOLDER", "TRAILS"}};
-    for (const auto& [strHolder, pHolder] : session.mapTrail) {
-        vecRow.push_back({strHolder, NumbersText(pHolder->Registered())});
-        Json::Value record;
-        record["holder"] = strHolder;
-        record["trails"] = ToJson(pHolder->Registered());
-        if (session.out.IsJson())
-            session.out.Put("", record);
-    }
-    vecRow.push_back({"busy", NumbersText(TrailHolder::Busy())});
-    session.out.Say(Table(vecRow));
+    Rows rows(session.out, {{"holder", "HOLDER"}, {"trails", "TRAILS"}});
+    for (const auto& [strHolder, pHolder] : session.mapTrail)
+        rows.Add(
+            {AsIs(strHolder), {ToJson(pHolder->Registered()), NumbersText(pHolder->Registered())}});
+    rows.AddText({"busy", NumbersText(TrailHolder::Busy())});
+    rows.Put();
     return DONE;
 }
 

@@ -1,4 +1,5 @@
 #include "sub_commands.h"
+#include "view/rows.h"
 #include "view/texts.h"
 
 #include "tovelkarin/stringutil.h"
@@ -20,18 +21,11 @@ int ListUserCfg(const Session& session, const zemb::UserCfgItem& /*item*/) {
     std::string strError;
     if (!zemb::ReadUserCfg(vecItem, strError))
         throw CommandError(SYSTEM_FAILED, strError);
-    std::vector<std::vector<std::string>> vecRow = {{"SECTION", "KEY", "VALUE"}};
-    for (const zemb::UserCfgItem& item : vecItem) {
-        Json::Value record;
-        record["section"] = item.strSection;
-        record["key"] = item.strKey;
-        record["value"] = item.strValue;
-        if (session.out.IsJson())
-            session.out.Put("", record);
-        vecRow.push_back(
-            {OnOneLine(item.strSection), OnOneLine(item.strKey), OnOneLine(item.strValue)});
-    }
-    session.out.Say(vecRow.size() == 1 ? "no values" : Table(vecRow));
+    Rows rows(session.out, {{"section", "SECTION"}, {"key", "KEY"}, {"value", "VALUE"}},
+              "no values");
+    for (const zemb::UserCfgItem& item : vecItem)
+        rows.Add({item.strSection, item.strKey, item.strValue});
+    rows.Put();
     return DONE;
 }
 
