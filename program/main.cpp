@@ -1,6 +1,7 @@
 #include "command.h"
 #include "global_arguments.h"
 
+#include "zemb/black_box.h"
 #include "zemb/control.h"
 
 #include <CLI/CLI.hpp>
@@ -35,6 +36,9 @@ int Run(int argc, char** argv) {
         zemb::SetRootPath(args.strRoot);
     if (!args.strState.empty())
         zemb::SetStatePath(args.strState);
+    // What runs for long can be looked into from outside. A command that answers at once is none of
+    // the server processes that others list.
+    zemb::SetBlackBox(vecWord.front() == "host" || vecWord.front() == "load");
     host::Session session(args.bJson);
     const int nStatus = host::RunCommand(session, vecWord);
     const int nEnd = std::max(nStatus, session.End());

@@ -50,6 +50,9 @@ public:
     void Quit() { m_bQuit = true; }
     bool IsQuit() const { return m_bQuit; }
 
+    // Whether the commands are those of 'host': they mean this process unless they say otherwise.
+    bool bHosting = false;
+
     Output out;
     Ledger ledger;
     std::map<std::string, std::unique_ptr<TrailHolder>> mapTrail;

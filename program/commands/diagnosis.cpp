@@ -1,5 +1,6 @@
 #include "commands/asn_json.h"
 #include "commands/backup_text.h"
+#include "commands/processes.h"
 #include "sub_commands.h"
 #include "view/rows.h"
 #include "view/texts.h"
@@ -28,10 +29,11 @@ constexpr std::int64_t LONG_SECONDS = 300;
 
 struct ThreadsArguments {
     std::string strLabel;
+    std::string strProcess;
     int nSeconds = 0;
 };
 
-int ShowThreads(const Session& session, const ThreadsArguments& /*args*/) {
+int ShowOwnThreads(const Session& session) {
     Rows rows(session.out,
               {{"thread", {}},
                {"label", "LABEL"},
@@ -49,9 +51,17 @@ int ShowThreads(const Session& session, const ThreadsArguments& /*args*/) {
     return DONE;
 }
 
+int ShowAnyThreads(Session& session, const ThreadsArguments& args) {
+    if (MeansThisProcess(session, args.strProcess))
+        return ShowOwnThreads(session);
+    return ShowProcesses(session, args.strProcess,
+                         [&](const zemb::BlackBox& box) { ShowThreads(session.out, box); });
+}
+
 // Runs fn while the log lines it writes are shown.
 template <class Fn>
-void WithLines(const Session& session, Fn fn) {
+void WithLines(Session& session, Fn fn) {
+    session.Start();
     if (session.IsEchoing())
         return fn();
     const zemb::ScopedDebugSink sink(
@@ -66,17 +76,17 @@ void WithLines(const Session& session, Fn fn) {
     fn();
 }
 
-int EnterThread(const Session& session, const ThreadsArguments& args) {
+int EnterThread(Session& session, const ThreadsArguments& args) {
     WithLines(session, [&] { TNThreadMgr::Instance()->Regist_Thread(args.strLabel); });
     return DONE;
 }
 
-int LeaveThread(const Session& session, const ThreadsArguments& /*args*/) {
+int LeaveThread(Session& session, const ThreadsArguments& /*args*/) {
     WithLines(session, [] { TNThreadMgr::Instance()->UnRegist_Thread(); });
     return DONE;
 }
 
-int WaitForThreads(const Session& session, const ThreadsArguments& args) {
+int WaitForThreads(Session& session, const ThreadsArguments& args) {
     bool bEmpty = false;
     WithLines(session, [&] { bEmpty = TNThreadMgr::Instance()->WaitingThreadExit(args.nSeconds); });
     return bEmpty ? DONE : ANSWER_NO;
@@ -89,7 +99,7 @@ struct AsnArguments {
     bool bText = false;
 };
 
-int TraceAsn(const Session& session, const AsnArguments& args) {
+int TraceAsn(Session& session, const AsnArguments& args) {
     const std::shared_ptr<const AsnType> pValue = ReadAsn(args.strFile, ReadWhole(args.strFile));
     if (args.bText) {
         Json::Value record;
@@ -141,6 +151,7 @@ int SendEvent(const Session& session, EventArguments& args, bool bData) {
 
 Runner DefineThreads(CLI::App& app) {
     SubCommands<ThreadsArguments> commands(app);
+    AddProcessOption(app, commands.Args().strProcess);
     commands.Add("enter", "register the thread of the commands", EnterThread)
         ->add_option("LABEL", commands.Args().strLabel, "what it is busy with")
         ->required();
@@ -148,7 +159,7 @@ Runner DefineThreads(CLI::App& app) {
     commands.Add("wait", "wait until no thread is registered", WaitForThreads)
         ->add_option("SECONDS", commands.Args().nSeconds, "at most; negative: 360")
         ->required();
-    return commands.RunGivenOr(ShowThreads);
+    return commands.RunGivenOr(ShowAnyThreads);
 }
 
 Runner DefineAsn(CLI::App& app) {

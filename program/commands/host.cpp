@@ -22,6 +22,7 @@ struct HostArguments {
 };
 
 int RunHost(Session& session, const HostArguments& args) {
+    session.bHosting = true;
     if (!args.strScript.empty()) {
         std::ifstream script(args.strScript);
         if (!script || script.peek() == std::ifstream::traits_type::eof())

@@ -80,6 +80,11 @@ const Grant& Ledger::Add(int nOper, std::list<TEOperObject> listObj, const std::
     return m_listGrant.back();
 }
 
+void Ledger::AddSince(int nOper, std::list<TEOperObject> listObj, const std::string& strBy,
+                      long long nSince) {
+    m_listGrant.push_back({0, nOper, std::move(listObj), nSince, strBy, nullptr, 0});
+}
+
 void Ledger::AddTask(int nTask, int nOper, const TEOperObject& obj, const std::string& strBy) {
     Add(nOper, {obj}, strBy);
     m_listGrant.back().nTask = nTask;

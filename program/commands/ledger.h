@@ -48,6 +48,9 @@ public:
     const Grant& Add(int nOper, std::list<NSTE_util::TEOperObject> listObj,
                      const std::string& strBy,
                      std::unique_ptr<NSTE_util::TEMutexOperNEGuard> pGuard = nullptr);
+    // What another process holds since a moment, without a number.
+    void AddSince(int nOper, std::list<NSTE_util::TEOperObject> listObj, const std::string& strBy,
+                  long long nSince);
     // What a background task holds until it ends, and gives back itself.
     void AddTask(int nTask, int nOper, const NSTE_util::TEOperObject& obj,
                  const std::string& strBy);

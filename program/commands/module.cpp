@@ -1,4 +1,5 @@
 #include "base/root_files.h"
+#include "commands/processes.h"
 #include "sub_commands.h"
 #include "view/rows.h"
 
@@ -80,7 +81,8 @@ void AddNamedModules(const std::string& strFile, Rows& rows) {
         rows.Add({it->first, AsIs(it->second), AsIs(strFile)});
 }
 
-int ShowSettings(Session& session) {
+int ShowOwnSettings(Session& session) {
+    session.Start();
     const std::string strRoot = NSTE_util::GetZEMBRootPath();
     const std::string strEms =
         NSTE_util::emscfgfile != nullptr ? NSTE_util::emscfgfile : strRoot + base::EMS_UNDER_ROOT;
@@ -133,8 +135,16 @@ Runner DefineModule(CLI::App& app) {
     return commands.RunGiven();
 }
 
-Runner DefineSettings(CLI::App&) {
-    return ShowSettings;
+Runner DefineSettings(CLI::App& app) {
+    const auto pProcess = std::make_shared<std::string>();
+    AddProcessOption(app, *pProcess);
+    return [pProcess](Session& session) {
+        // Without a server these are the settings that one would begin with.
+        if (MeansThisProcess(session, *pProcess) || (pProcess->empty() && NobodyLives()))
+            return ShowOwnSettings(session);
+        return ShowProcesses(session, *pProcess,
+                             [&](const zemb::BlackBox& box) { ShowFacts(session.out, box); });
+    };
 }
 
 }  // namespace host

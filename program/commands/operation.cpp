@@ -1,6 +1,7 @@
 #include "command.h"
 #include "commands/mission.h"
-#include "view/rows.h"
+#include "commands/processes.h"
+#include "commands/refusal_text.h"
 
 #include "tovelkarin/teoperationlog.h"
 
@@ -34,48 +35,6 @@ std::list<TEOperObject> ParseObjects(const std::vector<std::string>& vecText) {
     if (listObj.empty())
         listObj.push_back({});
     return listObj;
-}
-
-Json::Value ToJson(const std::list<TEOperObject>& listObj) {
-    Json::Value array(Json::arrayValue);
-    for (const TEOperObject& obj : listObj) {
-        Json::Value levels(Json::arrayValue);
-        levels.append(obj.nNeId);
-        levels.append(obj.nObjId);
-        levels.append(static_cast<Json::Int64>(obj.lSubObjId));
-        array.append(levels);
-    }
-    return array;
-}
-
-Json::Value ToJson(const Place& place) {
-    Json::Value record;
-    record["file"] = place.strFile;
-    record["line"] = place.nLine;
-    record["text"] = place.strText;
-    return record;
-}
-
-const std::vector<Column> GRANT = {{"id", "GRANT"},
-                                   {"operation", "OPERATION"},
-                                   {"since", "SINCE"},
-                                   {"by", "BY"},
-                                   {"objects", "OBJECTS"}};
-
-std::vector<Cell> CellsOf(const Grant& grant) {
-    return {grant.nId,
-            grant.nOper,
-            zemb::FormatTime(grant.nSince),
-            AsIs(grant.strBy),
-            {ToJson(grant.listObj), ObjectsText(grant.listObj)}};
-}
-
-Json::Value ToJson(const Grant& grant) {
-    return RecordOf(GRANT, CellsOf(grant));
-}
-
-std::string QuotedLine(const Place& place) {
-    return place.Text() + ": " + place.strText;
 }
 
 // What was done goes to the operation log; users count in the order in which they come.
@@ -116,21 +75,7 @@ int PutRefused(const Session& session, int nOper, const std::list<TEOperObject>&
     if (nCode == NSTE_util::ERR_MUTEX_NO_REQUEST) {
         strText += "\n  no current task with a request";
     } else if (const std::optional<Refusal> refusal = session.ledger.Explain(nOper, listObj)) {
-        const Grant& grant = *refusal->pGrant;
-        record["blocker"] = ToJson(grant);
-        strText += "\n  in the way: operation " + std::to_string(grant.nOper) + " on " +
-                   ObjectText(refusal->obj) + ", held by " + grant.strBy + " since " +
-                   zemb::FormatTime(grant.nSince) + " (grant " + std::to_string(grant.nId) + ")";
-        if (refusal->rule) {
-            record["rule"] = ToJson(*refusal->rule);
-            strText += "\n  rule:       " + QuotedLine(*refusal->rule);
-        }
-        if (refusal->code)
-            record["code_line"] = ToJson(*refusal->code);
-        strText +=
-            "\n  code:       " + (refusal->code ? QuotedLine(*refusal->code)
-                                                : "operation " + std::to_string(grant.nOper) +
-                                                      " has no line in [MUTEX_ERRORCODE]");
+        strText += RefusalText(*refusal, record);
     }
     session.out.Put(strText, record);
     return ANSWER_NO;
@@ -281,15 +226,13 @@ Runner DefineRelease(CLI::App& app) {
 }
 
 Runner DefineRunning(CLI::App& app) {
-    app.footer(
-        "Only what this program was granted is known; another process has a manager of its "
-        "own.\n" +
-        app.get_footer());
-    return [](Session& session) {
-        Rows rows(session.out, GRANT, "nothing is running");
-        for (const Grant& grant : session.ledger.Grants())
-            rows.Add(CellsOf(grant));
-        rows.Put();
+    const auto pProcess = std::make_shared<std::string>();
+    AddProcessOption(app, *pProcess);
+    return [pProcess](Session& session) {
+        if (!MeansThisProcess(session, *pProcess))
+            return ShowProcesses(session, *pProcess,
+                                 [&](const zemb::BlackBox& box) { ShowHeld(session.out, box); });
+        ShowGrants(session.out, session.ledger.Grants());
         return DONE;
     };
 }

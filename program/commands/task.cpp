@@ -1,3 +1,4 @@
+#include "commands/processes.h"
 #include "commands/task_runner.h"
 #include "sub_commands.h"
 #include "view/progress_line.h"
@@ -17,6 +18,7 @@ namespace host {
 namespace {
 
 TaskRunner& RunnerOf(Session& session) {
+    session.Start();
     if (session.pTaskRunner == nullptr)
         session.pTaskRunner = std::make_shared<TaskRunner>();
     return *session.pTaskRunner;
@@ -25,6 +27,7 @@ TaskRunner& RunnerOf(Session& session) {
 struct TaskArguments {
     TaskOrder order;
     int nId = 0;
+    std::string strProcess;
 };
 
 std::string TitleOf(const TaskOrder& order) {
@@ -69,6 +72,13 @@ int ListTasks(Session& session, int nOnly) {
             rows.Add({row.nId, row.order.nOper, row.order.nNe, row.order.nUser, row.strState});
     rows.Put();
     return DONE;
+}
+
+int ShowAllTasks(Session& session, const TaskArguments& args) {
+    if (MeansThisProcess(session, args.strProcess))
+        return ListTasks(session, 0);
+    return ShowProcesses(session, args.strProcess,
+                         [&](const zemb::BlackBox& box) { ShowTasks(session.out, box); });
 }
 
 int StartTask(Session& session, const TaskArguments& args) {
@@ -161,8 +171,11 @@ Runner DefineTask(CLI::App& app) {
             ->capture_default_str();
         pOne->add_flag("--fail", order.bFail, "the NE does not answer in time");
     }
-    commands.Add("list", "what was started in the background",
-                 [](Session& session, const TaskArguments&) { return ListTasks(session, 0); });
+    AddProcessOption(*commands.Add("list",
+                                   "what was started in the background, or the tasks of "
+                                   "another process",
+                                   ShowAllTasks),
+                     commands.Args().strProcess);
     CLI::App* const pAbort =
         commands.Add("abort", "ask a task to stop, and wait for it", EndTask<&TaskRunner::Abort>);
     CLI::App* const pFinish =
@@ -172,8 +185,15 @@ Runner DefineTask(CLI::App& app) {
     return commands.RunGiven();
 }
 
-Runner DefineProgress(CLI::App& /*app*/) {
-    return [](Session& session) { return ShowProgress(session); };
+Runner DefineProgress(CLI::App& app) {
+    const auto pProcess = std::make_shared<std::string>();
+    AddProcessOption(app, *pProcess);
+    return [pProcess](Session& session) {
+        if (MeansThisProcess(session, *pProcess))
+            return ShowProgress(session);
+        return ShowProcesses(session, *pProcess,
+                             [&](const zemb::BlackBox& box) { ShowTasks(session.out, box); });
+    };
 }
 
 Runner DefineDebugCmd(CLI::App& app) {
@@ -192,10 +212,15 @@ Runner DefineDebugCmd(CLI::App& app) {
 
 Runner DefineErrors(CLI::App& app) {
     const auto pClear = std::make_shared<bool>(false);
-    app.add_flag("--clear", *pClear, "forget them");
-    return [pClear](Session& session) {
-        if (!*pClear)
+    const auto pProcess = std::make_shared<std::string>();
+    CLI::Option* const pForget = app.add_flag("--clear", *pClear, "forget them");
+    AddProcessOption(app, *pProcess)->excludes(pForget);
+    return [pClear, pProcess](Session& session) {
+        if (!*pClear && MeansThisProcess(session, *pProcess))
             return ShowErrors(session);
+        if (!*pClear)
+            return ShowProcesses(session, *pProcess,
+                                 [&](const zemb::BlackBox& box) { ShowErrors(session.out, box); });
         zemb::ClearOperErrors();
         return DONE;
     };
