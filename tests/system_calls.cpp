@@ -56,6 +56,12 @@ REPLACED int fdatasync(int nFile) {
                                                : -1;
 }
 
+REPLACED int posix_fallocate(int nFile, off_t nFrom, off_t nBytes) {
+    if (!support::Passes("posix_fallocate", nFile))
+        return errno;
+    return syscall(SYS_fallocate, nFile, 0, nFrom, nBytes) == 0 ? 0 : errno;
+}
+
 REPLACED int flock(int nFile, int nOperation) noexcept {
     const char* const szCall = (nOperation & LOCK_EX) != 0 ? "flock exclusive" : "flock shared";
     return support::Passes(szCall, nFile) ? static_cast<int>(syscall(SYS_flock, nFile, nOperation))

@@ -6,7 +6,7 @@
 namespace support {
 
 // While in scope: is asked before calls of the operating system by which files get to the disk and
-// to their names (fsync, fdatasync, renameat2, flock), of all code of the process. Gets the name of
+// to their names (fsync, fdatasync, posix_fallocate, renameat2, flock), of all code of the process. Gets the name of
 // the call and the file, of renameat2 the one that is renamed; answers an errno with which the call
 // fails, or 0. One at a time.
 class SystemCalls {

@@ -3,6 +3,7 @@
 
 #include "zemb/debug.h"
 #include "zemb/event.h"
+#include "zemb/live.h"
 #include "zemb/module.h"
 #include "zemb/os.h"
 #include "zemb/settings.h"
@@ -292,6 +293,11 @@ bool ZembFileUtil::isDir(const char*, const char*) {
 int ZembFileUtil::delDir(const char*, const char*) {
     return ENOENT;
 }
+
+// Nobody watches.
+std::atomic<zemb::LiveWatcher*> zemb::g_pLiveWatcher{nullptr};
+
+void zemb::LiveFact(const std::string&, const std::string&, const std::string&) noexcept {}
 
 ZembTime ZembTZone::toZembTime(long nSeconds) {
     std::tm parts;
