@@ -9,7 +9,7 @@
 #include <atomic>
 
 namespace {
-thread_local ZembGnlTask* t_pTask = nullptr;
+thread_local ZembGnlTask* t_pTask __attribute__((tls_model("initial-exec"))) = nullptr;
 std::atomic<std::uint32_t> g_nLastTaskId{0};
 }  // namespace
 

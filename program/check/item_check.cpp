@@ -32,7 +32,9 @@ const KnownFile KNOWN_FILES[] = {
     {base::EMS_UNDER_ROOT,
      {base::KEY_INT3, base::KEY_LOG, base::KEY_ASN_LOG, base::KEY_MML_TRACE, base::KEY_OVERTIME_LOW,
       base::KEY_OVERTIME_MID, base::KEY_OVERTIME_HIGH}},
-    {base::TRANS_EMS_UNDER_ROOT, {base::KEY_EXPORT_INTERVAL, base::KEY_MODULES}},
+    {base::TRANS_EMS_UNDER_ROOT,
+     {base::KEY_EXPORT_INTERVAL, base::KEY_MODULES, base::KEY_BOX_HELD, base::KEY_BOX_EVENTS,
+      base::KEY_BOX_THREADS, base::KEY_BOX_TASKS}},
     {base::COMMON_UNDER_ROOT, {base::KEY_ADVANCE_ASN_TRACE, base::KEY_EXPLICITY_TRACE}},
 };
 

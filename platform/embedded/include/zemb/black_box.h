@@ -23,6 +23,7 @@ ZEMB_API void SetProcessName(const std::string& strName);
 // environment variable ZEMB_BOX=off.
 ZEMB_API void SetBlackBox(bool bWanted);
 
+// Names for people: "timeout_queries", "NE guard".
 ZEMB_API const char* LiveCounterName(ELiveCounter eCounter);
 ZEMB_API const char* LiveMakerName(ELiveMaker eMaker);
 
