@@ -70,6 +70,13 @@ public:
 
     std::uint64_t Torn() const { return m_nTorn; }
 
+    bool IsFile(const std::string& strFile) const {
+        struct stat own {};
+        struct stat named {};
+        return fstat(m_nFile, &own) == 0 && lstat(strFile.c_str(), &named) == 0 &&
+               own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+    }
+
     void Read(std::uint64_t nFrom, char* pTo, std::size_t nBytes) const {
         errno = 0;
         if (pread(m_nFile, pTo, nBytes, static_cast<off_t>(nFrom)) != static_cast<ssize_t>(nBytes))
@@ -358,8 +365,8 @@ private:
                 return;
             m_box.vecEvent.push_back({event.nSequence.load(std::memory_order_relaxed) / 2 - 1,
                                       static_cast<EBoxEvent>(event.nKind), MakerOf(event.nMaker),
-                                      event.nTime, event.nThread, event.nCall, event.nOper,
-                                      ObjectOf(event.object), event.nPlace, event.nOf,
+                                      event.nTime, event.nThread, (event.nCall + 1) / 2,
+                                      event.nOper, ObjectOf(event.object), event.nPlace, event.nOf,
                                       event.nBlocker, event.nCode, event.nTask});
         });
         std::sort(m_box.vecEvent.begin(), m_box.vecEvent.end(),
@@ -414,18 +421,46 @@ std::vector<BoxSummary> ListBlackBoxes(const std::string& strState) {
 }
 
 bool ReadBlackBox(const std::string& strFile, BlackBox& box, std::string& strError) {
+    return BoxWatch(strFile).Read(box, strError);
+}
+
+struct BoxWatch::Hidden {
+    std::string strFile;
+    std::unique_ptr<BoxReader> pReader;
+    std::string strError;  // without a reader
+};
+
+BoxWatch::BoxWatch(const std::string& strFile) : m_pHidden(std::make_unique<Hidden>()) {
     const base::CancelHold hold;
+    m_pHidden->strFile = strFile;
+    try {
+        m_pHidden->pReader = std::make_unique<BoxReader>(strFile);
+    } catch (const BoxFault& fault) {
+        m_pHidden->strError = strFile + ": " + fault.what();
+    }
+}
+
+BoxWatch::~BoxWatch() = default;
+
+bool BoxWatch::Read(BlackBox& box, std::string& strError) {
+    const base::CancelHold hold;
+    strError = m_pHidden->strError;
+    if (m_pHidden->pReader == nullptr)
+        return false;
     try {
         BlackBox read;
-        read.strFile = strFile;
-        BoxReader reader(strFile);
-        BoxContents(reader, read).Read();
+        read.strFile = m_pHidden->strFile;
+        BoxContents(*m_pHidden->pReader, read).Read();
         box = std::move(read);
         return true;
     } catch (const BoxFault& fault) {
-        strError = strFile + ": " + fault.what();
+        strError = m_pHidden->strFile + ": " + fault.what();
         return false;
     }
+}
+
+bool BoxWatch::IsInPlace() const {
+    return m_pHidden->pReader != nullptr && m_pHidden->pReader->IsFile(m_pHidden->strFile);
 }
 
 }  // namespace zemb

@@ -4,6 +4,7 @@
 #include "check/mutex_file.h"
 #include "check/timeout_file.h"
 #include "command.h"
+#include "commands/processes.h"
 
 #include "tovelkarin/temutexopermgr.h"
 #include "tovelkarin/utilif.h"
@@ -79,6 +80,7 @@ public:
         CheckClock();
         CheckOperLog();
         CheckUserConfig();
+        CheckBoxes();
         m_out.Say(Counted(m_nErrors, "error") + ", " + Counted(m_nWarnings, "warning"));
         return m_nErrors == 0 ? DONE : ANSWER_NO;
     }
@@ -354,6 +356,38 @@ private:
             Good("user values", UserConfigFile() + " can be read");
         else
             Fail("user values", strError, "sqlite3 " + Quoted(UserConfigFile()) + " .dump");
+    }
+
+    void CheckBoxes() {
+        const std::vector<zemb::BoxSummary> vecBox = zemb::ListBlackBoxes(zemb::GetStatePath());
+        std::size_t nWrong = 0;
+        for (const zemb::BoxSummary& summary : vecBox)
+            nWrong += IsBoxGood(summary) ? 0 : 1;
+        if (nWrong == 0)
+            Good("processes", vecBox.empty() ? "none runs, and none has left a black box"
+                                             : Counted(vecBox.size(), "black box", "black boxes") +
+                                                   ", nothing is held by the dead");
+    }
+
+    bool IsBoxGood(const zemb::BoxSummary& summary) {
+        zemb::BlackBox box;
+        std::string strError = summary.strFile + ": " + summary.strError;
+        if (!summary.strError.empty() || !zemb::ReadBlackBox(summary.strFile, box, strError)) {
+            Warn("processes", strError, "ls -l " + Quoted(summary.strFile));
+            return false;
+        }
+        const std::string strProcess = std::to_string(box.nProcess);
+        const std::uint64_t nHeld = box.vecHeld.size() + box.nHeldNotShown;
+        if (box.eState == zemb::EBoxState::DIED && nHeld != 0) {
+            Warn("processes", ProcessText(box) + ", held " + Counted(nHeld, "object"),
+                 Program() + "post-mortem " + strProcess);
+            return false;
+        }
+        if (box.nHeldNotShown + box.nTasksNotShown + box.nThreadsNotShown == 0)
+            return true;
+        Warn("processes", ProcessText(box) + ": its box has no room for all that it holds",
+             Program() + "check items " + Quoted(box.strRoot + base::TRANS_EMS_UNDER_ROOT));
+        return false;
     }
 
     const Output& m_out;

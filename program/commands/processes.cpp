@@ -1,13 +1,19 @@
 #include "commands/processes.h"
 
+#include "base/item_line.h"
+#include "base/root_files.h"
+#include "check/lang_file.h"
 #include "commands/ledger.h"
 #include "commands/refusal_text.h"
 #include "console/interrupt.h"
 #include "sub_commands.h"
 #include "view/rows.h"
 
+#include "zemb/settings.h"
+
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
@@ -183,13 +189,13 @@ BlackBox TheOnlyBox(const std::string& strProcess, const char* szWhat) {
 template <class Put, class PutGap>
 void FollowEvents(BlackBox box, const EventFilter& filter, Put fnPut, PutGap fnPutGap) {
     const Interruptible interruptible;
-    for (std::uint64_t nNext = box.nNextEvent;;) {
-        if (box.eState == EBoxState::DIED || interruptible.Pause())
-            return;
-        const std::string strFile = box.strFile;
+    zemb::BoxWatch watch(box.strFile);
+    std::uint64_t nNext = box.nNextEvent;
+    for (bool bLast = false; !bLast;) {
+        bLast = interruptible.Pause() || box.eState == EBoxState::DIED || !watch.IsInPlace();
         std::string strError;
-        if (!zemb::ReadBlackBox(strFile, box, strError))
-            return;  // it stopped in order
+        if (!watch.Read(box, strError))
+            throw CommandError(SYSTEM_FAILED, strError);
         if (!box.vecEvent.empty() && box.vecEvent.front().nNumber > nNext)
             fnPutGap(box.vecEvent.front().nNumber - nNext);
         for (const zemb::BoxEvent& event : box.vecEvent)
@@ -303,6 +309,23 @@ void FillLedger(const BlackBox& box, Ledger& ledger) {
     }
 }
 
+// What users are shown for the code, in the language of this process; "" for nothing.
+std::string TextOfCode(const BlackBox& box, const Ledger& ledger, const Refusal& refusal) {
+    if (!refusal.code)
+        return "";
+    const std::string strFolder =
+        box.strRoot + base::LANG_UNDER_ROOT + Zembcommon::ZembMsg::instance()->getLanguage() + "/";
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(strFolder, ignored))
+        return "";
+    const LangFolder folder(strFolder);
+    const auto nCode =
+        static_cast<unsigned long>(ledger.table.mapCode.at(refusal.pGrant->nOper).nCode);
+    const auto it = folder.mapKey.find("refusal." + Hex(nCode).substr(2));
+    return it == folder.mapKey.end() ? ""
+                                     : std::string(base::ReadItemLine(it->second.strText).strValue);
+}
+
 int Why(const Session& session, const WhyArguments& args) {
     const BlackBox box = TheOnlyBox(args.strProcess, "why");
     std::list<NSTE_util::TEOperObject> listObj;
@@ -324,7 +347,13 @@ int Why(const Session& session, const WhyArguments& args) {
         session.out.Put(strWhat + " would be granted now", record);
         return DONE;
     }
-    session.out.Put(strWhat + " would be refused now" + RefusalText(*refusal, record), record);
+    std::string strText = strWhat + " would be refused now" + RefusalText(*refusal, record);
+    const std::string strForUsers = TextOfCode(box, ledger, *refusal);
+    if (!strForUsers.empty()) {
+        record["text"] = strForUsers;
+        strText += "\n  users read: " + strForUsers;
+    }
+    session.out.Put(strText, record);
     return ANSWER_NO;
 }
 

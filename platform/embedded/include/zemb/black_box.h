@@ -4,6 +4,7 @@
 #include "zemb/live.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -106,7 +107,7 @@ struct BoxEvent {
     ELiveMaker eMaker = ELiveMaker::CALL;
     long long nTime = 0;
     std::uint32_t nThread = 0;
-    std::uint64_t nCall = 0;  // of this thread
+    std::uint64_t nCall = 0;  // of this thread, counted from 1; 0: unknown
     int nOper = 0;
     LiveObject obj{};
     std::uint32_t nPlace = 0;  // among nOf objects of the call; 0: a request without objects
@@ -142,5 +143,23 @@ ZEMB_API std::vector<BoxSummary> ListBlackBoxes(const std::string& strState);
 // The process it belongs to is not disturbed, and may be gone. Any thread. Cost: three readings of
 // the file, some milliseconds.
 ZEMB_API bool ReadBlackBox(const std::string& strFile, BlackBox& box, std::string& strError);
+
+// A box that is read again and again, also once more after its process has taken it away. Own.
+class ZEMB_API BoxWatch {
+public:
+    explicit BoxWatch(const std::string& strFile);
+    ~BoxWatch();
+    BoxWatch(const BoxWatch&) = delete;
+    BoxWatch& operator=(const BoxWatch&) = delete;
+
+    // As ReadBlackBox().
+    bool Read(BlackBox& box, std::string& strError);
+    // Whether the file still stands under its name.
+    bool IsInPlace() const;
+
+private:
+    struct Hidden;
+    const std::unique_ptr<Hidden> m_pHidden;
+};
 
 }  // namespace zemb
