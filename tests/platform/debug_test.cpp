@@ -1,12 +1,5 @@
-#include "zemb/control.h"
 #include "zemb/debug.h"
-#include "zemb/event.h"
-#include "zemb/module.h"
-#include "zemb/settings.h"
-#include "zemb/task.h"
-
-#include "tovelkarin/temutexopermgr.h"
-#include "tovelkarin/utilif.h"
+#include "zemb/control.h"
 
 #include "tests/support.h"
 
@@ -15,16 +8,13 @@
 
 #include <algorithm>
 #include <csignal>
-#include <cstring>
 #include <memory>
-#include <stdexcept>
 #include <thread>
 
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::SizeIs;
 
@@ -193,6 +183,16 @@ TEST_F(StateTest, LinesOfManyThreadsAreWhole) {
                 testing::Each(testing::EndsWith("1 0123456789012345678901234567890123456789")));
 }
 
+TEST_F(StateTest, ASecondBefore1970IsNotTakenForTheNext) {
+    zemb::ScopedClock clock;
+    clock.Freeze(-500000);
+    NSTE_util::GetDebugInterface("m")->Trace(1, "before");
+    clock.Freeze(250000);
+    NSTE_util::GetDebugInterface("m")->Trace(1, "after");
+    EXPECT_THAT(LinesOf("m"), ElementsAre(HasSubstr("1969-12-31 23:59:59.500Z"),
+                                          HasSubstr("1970-01-01 00:00:00.250Z")));
+}
+
 TEST(DebugTest, WithoutAStateFolderLinesGoToStandardError) {
     unsetenv("ZEMB_STATE");
     zemb::SetRootPath("");
@@ -240,24 +240,6 @@ TEST(DebugTest, SinksPassOnAndMayGoInAnyOrder) {
     EXPECT_THAT(vecSeen, ElementsAre("last"));
 }
 
-TEST(ClockTest, MomentsBefore1970HaveTheirFractionToo) {
-    EXPECT_EQ("1969-12-31 23:59:59.999Z", zemb::FormatTime(-1000));
-    EXPECT_EQ("1970-01-01 00:00:00.000Z", zemb::FormatTime(999));
-    zemb::ScopedClock clock;
-    clock.Freeze(-1);
-    EXPECT_EQ(-1, zemb::NowMicroseconds());
-}
-
-TEST_F(StateTest, ASecondBefore1970IsNotTakenForTheNext) {
-    zemb::ScopedClock clock;
-    clock.Freeze(-500000);
-    NSTE_util::GetDebugInterface("m")->Trace(1, "before");
-    clock.Freeze(250000);
-    NSTE_util::GetDebugInterface("m")->Trace(1, "after");
-    EXPECT_THAT(LinesOf("m"), ElementsAre(HasSubstr("1969-12-31 23:59:59.500Z"),
-                                          HasSubstr("1970-01-01 00:00:00.250Z")));
-}
-
 TEST(DebugTest, ASinkMayWriteALineWhileItDies) {
     struct LastWords {
         ~LastWords() { NSTE_util::GetDebugInterface("m")->Trace(1, "last words"); }
@@ -268,216 +250,6 @@ TEST(DebugTest, ASinkMayWriteALineWhileItDies) {
     pWords = nullptr;
     pSink = nullptr;
     EXPECT_THAT(debug.Take(), ElementsAre("last words"));
-}
-
-// The slot of a virtual operation, in words from the start of the table; destructors take two.
-template <class Operation>
-std::size_t SlotOf(Operation pfn) {
-    std::size_t arrWord[2] = {};
-    static_assert(sizeof arrWord == sizeof pfn);
-    std::memcpy(arrWord, &pfn, sizeof pfn);
-    return (arrWord[0] - 1) / sizeof(void*);
-}
-
-TEST(SlotTest, OperationsStandWhereTheInterfacesFixThem) {
-    EXPECT_EQ(2U, SlotOf(&ModuleMgr::RegisterModule)) << "third slot";
-    EXPECT_EQ(3U, SlotOf(&ZembTaskCreator::Register)) << "fourth slot";
-    EXPECT_EQ(5U, SlotOf(&ZembTaskCreator::UnRegister)) << "sixth slot";
-    EXPECT_EQ(0U, SlotOf(&TEEventMgr::RegisterHandler));
-    EXPECT_EQ(1U, SlotOf(&TEEventMgr::UnRegisterHandler));
-    EXPECT_EQ(0U, SlotOf(&TEDebugInterface::Trace));
-    EXPECT_EQ(1U, SlotOf(&TEDebugInterface::Assert));
-    EXPECT_EQ(2U, SlotOf(&ModuleObject::GetModuleName));
-    EXPECT_EQ(3U, SlotOf(&ModuleObject::GetModuleNumber));
-    EXPECT_EQ(4U, SlotOf(&ModuleObject::Start));
-    EXPECT_EQ(5U, SlotOf(&ModuleObject::Stop));
-    EXPECT_EQ(6U, SlotOf(&ModuleObject::QueryInterface));
-    EXPECT_EQ(7U, SlotOf(&ModuleObject::ListInterfaces));
-    EXPECT_EQ(8U, SlotOf(&ModuleObject::ReleaseInterfaces));
-    EXPECT_EQ(9U, SlotOf(&ModuleObject::Reserved));
-    EXPECT_EQ(2U, SlotOf(&UtilIF::GetInterfaceName));
-    EXPECT_EQ(3U, SlotOf(&UtilIF::GetInterfaceVersion));
-    EXPECT_EQ(4U, SlotOf(&UtilIF::IsMatch));
-    EXPECT_EQ(5U, SlotOf(&UtilIF::IsInt3Enabled));
-    EXPECT_EQ(6U, SlotOf(&UtilIF::Reserved6));
-    EXPECT_EQ(7U, SlotOf(&UtilIF::Reserved7));
-    using NSTE_util::TEMutexOperMgr;
-    using NSTE_util::TEOperObject;
-    using Objects = const std::list<TEOperObject>&;
-    using One = const TEOperObject&;
-    EXPECT_EQ(2U, SlotOf<unsigned long (TEMutexOperMgr::*)(int, Objects)>(
-                      &TEMutexOperMgr::AcquireMutexOper));
-    EXPECT_EQ(
-        3U, SlotOf<unsigned long (TEMutexOperMgr::*)(int, One)>(&TEMutexOperMgr::AcquireMutexOper));
-    EXPECT_EQ(4U,
-              SlotOf<void (TEMutexOperMgr::*)(int, Objects)>(&TEMutexOperMgr::ReleaseMutexOper));
-    EXPECT_EQ(5U, SlotOf<void (TEMutexOperMgr::*)(int, One)>(&TEMutexOperMgr::ReleaseMutexOper));
-    EXPECT_EQ(6U, SlotOf(&TEMutexOperMgr::IsOperRunning));
-    EXPECT_EQ(7U, SlotOf(&TEMutexOperMgr::HasRunningOper));
-    EXPECT_EQ(8U, SlotOf(&TEMutexOperMgr::LoadMutexCfg));
-}
-
-TEST(SettingsTest, ReadsNumbersByTheLineRulesOfConfigurationFiles) {
-    const support::TempFolder folder;
-    const std::string strKey = "key = ";
-    struct Case {
-        std::string strText;
-        int nResult;
-        int nValue;
-    };
-    const Case arrCase[] = {
-        {"key=5", 1, 5},
-        {" \tkey \t= 5 \r\n", 1, 5},
-        {"key = -5\n", 1, -5},
-        {"key = 0x1F\n", 1, 31},
-        {"key = -0x80000000\n", 1, -2147483647 - 1},
-        {"key = 2147483648\n", 0, 0},
-        {"key = 0x80000000\n", 0, 0},
-        {"key = 12a\n", 0, 0},
-        {"key = +5\n", 0, 0},
-        {"key = 0x\n", 0, 0},
-        {"key =\n", 0, 0},
-        {"key\n", 0, 0},
-        {"Key = 5\n", 0, 0},
-        {"# key = 5\n  # key = 6\n", 0, 0},
-        {"key = 5\nkey = 6\n", 1, 6},
-        {"key = 5\nkey = x\n", 0, 0},
-        {"key = 5=6\n", 0, 0},
-        {"", 0, 0},
-        {std::string(1022, '#') + "\nkey = 5\n", 1, 5},
-        {std::string(1023, '#') + "\nkey = 5\n", 0, 0},
-        {strKey + std::string(1022 - 7, ' ') + "5", 1, 5},
-        {strKey + "5" + std::string(1022 - 7, ' ') + "6\nkey = 7\n", 1, 5},
-    };
-    for (const Case& test : arrCase) {
-        int nValue = 99;
-        const std::string strFile = folder.Write("x.cfg", test.strText);
-        EXPECT_EQ(test.nResult, ZembGetRegInt("key", nValue, strFile.c_str())) << test.strText;
-        EXPECT_EQ(test.nResult == 1 ? test.nValue : 99, nValue) << test.strText;
-    }
-    int nValue = 99;
-    EXPECT_EQ(0, ZembGetRegInt("key", nValue, folder.Path().c_str())) << "a folder";
-    EXPECT_EQ(0, ZembGetRegInt("key", nValue, "/no/such/file"));
-    EXPECT_EQ(0, ZembGetRegInt(nullptr, nValue, nullptr));
-    EXPECT_EQ(99, nValue);
-}
-
-TEST(SettingsTest, RootAndStateComeFromTheHostElseTheEnvironment) {
-    setenv("ZEMB_ROOT", "/from/environment", 1);
-    EXPECT_EQ("/from/environment", NSTE_util::GetZEMBRootPath());
-    EXPECT_EQ("/from/environment/var", zemb::GetStatePath());
-    setenv("ZEMB_STATE", "/state", 1);
-    EXPECT_EQ("/state", zemb::GetStatePath());
-    zemb::SetRootPath("/from/host");
-    zemb::SetStatePath("/other");
-    EXPECT_EQ("/from/host", NSTE_util::GetZEMBRootPath());
-    EXPECT_EQ("/other", zemb::GetStatePath());
-    zemb::ResetRootPath();
-    zemb::ResetStatePath();
-    unsetenv("ZEMB_ROOT");
-    unsetenv("ZEMB_STATE");
-    EXPECT_EQ("", NSTE_util::GetZEMBRootPath());
-    EXPECT_EQ("", zemb::GetStatePath());
-}
-
-TEST(TaskTest, TheCurrentTaskIsTheThreadsOwn) {
-    ZembCmdMSG msg{};
-    ZembGnlTask task(&msg);
-    const zemb::ScopedTask current(&task);
-    EXPECT_EQ(&task, ZembGetCurrentTask());
-    EXPECT_EQ(&msg, task.GetCurReqMsg());
-    ZembGnlTask* pOther = &task;
-    std::thread([&] { pOther = ZembGetCurrentTask(); }).join();
-    EXPECT_EQ(nullptr, pOther);
-    {
-        const zemb::ScopedTask none(nullptr);
-        EXPECT_EQ(nullptr, ZembGetCurrentTask());
-    }
-    EXPECT_EQ(&task, ZembGetCurrentTask());
-}
-
-// A module whose start and stop do as they are told; registered modules live to the end.
-class FakeModule : public ModuleObject {
-public:
-    explicit FakeModule(const std::string& strName) : m_strName(strName) {}
-    std::string GetModuleName() override { return m_strName; }
-    int GetModuleNumber() override { return 1; }
-    int Start() override { return Answer("start"); }
-    int Stop() override { return Answer("stop"); }
-    ModuleInterface* QueryInterface(const std::string&, int) override { return nullptr; }
-    int ListInterfaces(std::list<ModuleInterface*>&) override { return 0; }
-    void ReleaseInterfaces() override {}
-    int Reserved() override { return 0; }
-
-    int nAnswer = 0;
-    bool bThrow = false;
-    std::vector<std::string>* pCalls = nullptr;
-
-private:
-    int Answer(const char* szWhat) {
-        if (pCalls != nullptr)
-            pCalls->push_back(m_strName + " " + szWhat);
-        if (bThrow)
-            throw std::runtime_error("broken");
-        return nAnswer;
-    }
-
-    const std::string m_strName;
-};
-
-TEST(ModuleMgrTest, StartsInOrderStopsInReverseAndTellsWhatFailed) {
-    static FakeModule first("first");
-    static FakeModule second("second");
-    ModuleMgr& mgr = *ModuleMgr::Instance();
-    EXPECT_FALSE(mgr.RegisterModule(nullptr));
-    EXPECT_TRUE(mgr.RegisterModule(&first));
-    EXPECT_TRUE(mgr.RegisterModule(&second));
-    EXPECT_FALSE(mgr.RegisterModule(&first));
-    std::vector<std::string> vecCall;
-    first.pCalls = second.pCalls = &vecCall;
-
-    support::DebugCapture debug;
-    std::string strError;
-    second.nAnswer = 5;
-    EXPECT_FALSE(mgr.StartModules(strError));
-    EXPECT_EQ("module second: start answered 5", strError);
-    EXPECT_TRUE(mgr.IsStarted(&first));
-    EXPECT_FALSE(mgr.IsStarted(&second));
-    second.nAnswer = 0;
-    EXPECT_TRUE(mgr.StartModules(strError));
-    first.bThrow = true;
-    EXPECT_FALSE(mgr.StopModules(strError));
-    EXPECT_EQ("module first: stop threw: broken", strError);
-    EXPECT_THAT(vecCall, ElementsAre("first start", "second start", "second start", "second stop",
-                                     "first stop"));
-    first.bThrow = false;
-    EXPECT_TRUE(mgr.StartModules(strError));
-    first.nAnswer = 3;
-    second.nAnswer = 4;
-    EXPECT_FALSE(mgr.StopModules(strError));
-    EXPECT_EQ("module second: stop answered 4", strError) << "of several the one that came first";
-    first.nAnswer = second.nAnswer = 0;
-    first.pCalls = second.pCalls = nullptr;
-}
-
-TEST(ModuleMgrTest, LoadingTellsWhyItFailed) {
-    std::string strError;
-    EXPECT_FALSE(ModuleMgr::Instance()->LoadModule("/no/such/module.so", strError));
-    EXPECT_THAT(strError, HasSubstr("/no/such/module.so"));
-    EXPECT_FALSE(ModuleMgr::Instance()->LoadModule("libm.so.6", strError));
-    EXPECT_THAT(strError, HasSubstr("registered no module"));
-}
-
-TEST(TaskCreatorTest, KnowsItsRecords) {
-    ZembTaskCreator& creator = *ZembTaskCreator::Instance();
-    static ZembTaskCreatorRecord record{};
-    EXPECT_EQ(-1, creator.Register(nullptr));
-    EXPECT_EQ(0, creator.UnRegister(&record)) << "an unknown record is no failure";
-    EXPECT_EQ(0, creator.Register(&record));
-    EXPECT_EQ(0, creator.Register(&record));
-    EXPECT_TRUE(creator.IsRegistered(&record));
-    EXPECT_EQ(0, creator.UnRegister(&record));
-    EXPECT_FALSE(creator.IsRegistered(&record));
 }
 
 }  // namespace
