@@ -14,6 +14,9 @@
 
 namespace support {
 
+constexpr long long MORNING = 1772352000000000LL;  // 2026-03-01 08:00
+constexpr const char* NO_DATABASE = "no database at all, but long enough to be looked at";
+
 // A connection of somebody else.
 class OtherConnection {
 public:
@@ -48,6 +51,12 @@ protected:
             _exit(fn() ? 0 : 1);
         int nStatus = -1;
         return waitpid(nChild, &nStatus, 0) == nChild && nStatus == 0;
+    }
+
+    static bool Prune() {
+        long long nDeleted = 0;
+        std::string strError;
+        return zemb::PruneOperLog("2000", nDeleted, strError);
     }
 
     // Databases and write-ahead logs that were put aside as damaged.
