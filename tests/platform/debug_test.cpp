@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <csignal>
 #include <memory>
-#include <thread>
 
 namespace {
 
@@ -168,15 +167,10 @@ TEST_F(StateTest, AFullLogGivesWayAndFiveOldOnesAreKept) {
 }
 
 TEST_F(StateTest, LinesOfManyThreadsAreWhole) {
-    std::vector<std::thread> vecThread;
-    for (int i = 0; i < 4; ++i)
-        vecThread.emplace_back([] {
-            for (int n = 0; n < 250; ++n)
-                NSTE_util::GetDebugInterface("m")->Trace(
-                    1, "0123456789012345678901234567890123456789");
-        });
-    for (std::thread& thread : vecThread)
-        thread.join();
+    support::RunTogether(4, [](std::size_t) {
+        for (int n = 0; n < 250; ++n)
+            NSTE_util::GetDebugInterface("m")->Trace(1, "0123456789012345678901234567890123456789");
+    });
     const auto vecLine = LinesOf("m");
     EXPECT_THAT(vecLine, SizeIs(1000));
     EXPECT_THAT(vecLine,

@@ -2,7 +2,6 @@
 
 #include "tests/support.h"
 #include "zemb/operlog.h"
-#include "zemb/operlog_store.h"
 
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -82,12 +81,8 @@ protected:
 
     static std::vector<int> Users(const zemb::OperLogFilter& filter = {}) {
         std::vector<int> vecUser;
-        std::string strError;
-        const auto Take = [&](const zemb::OperLogRow& row) {
+        for (const zemb::OperLogRow& row : OperLogRows(filter))
             vecUser.push_back(row.nUserId);
-            return true;
-        };
-        EXPECT_TRUE(zemb::ReadOperLog(filter, Take, strError)) << strError;
         return vecUser;
     }
 

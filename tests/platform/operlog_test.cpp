@@ -63,6 +63,14 @@ TEST_F(OperLogStoreTest, FindsEntriesByTheirFields) {
     EXPECT_THAT(m_debug.Take(), IsEmpty());
 }
 
+TEST_F(OperLogStoreTest, WritersFromManyThreadsLoseNothing) {
+    support::RunTogether(8, [](std::size_t) {
+        for (int n = 0; n < 100; ++n)
+            EXPECT_EQ(1, WriteOperationLog(Info(n), 0));
+    });
+    EXPECT_THAT(Users(), SizeIs(800));
+}
+
 TEST_F(OperLogStoreTest, KeepsEntriesWhileTheDiskFails) {
     const std::pair<const char*, int> arrFault[] = {
         {"write", ENOSPC}, {"write", EIO}, {"open", EROFS}, {"open", EMFILE}};

@@ -8,12 +8,11 @@ namespace {
 TEST(SettingsTest, ReadsNumbersByTheLineRulesOfConfigurationFiles) {
     const support::TempFolder folder;
     const std::string strKey = "key = ";
-    struct Case {
+    const struct {
         std::string strText;
         int nResult;
         int nValue;
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {"key=5", 1, 5},
         {" \tkey \t= 5 \r\n", 1, 5},
         {"key = -5\n", 1, -5},
@@ -37,7 +36,7 @@ TEST(SettingsTest, ReadsNumbersByTheLineRulesOfConfigurationFiles) {
         {strKey + std::string(1022 - 7, ' ') + "5", 1, 5},
         {strKey + "5" + std::string(1022 - 7, ' ') + "6\nkey = 7\n", 1, 5},
     };
-    for (const Case& test : arrCase) {
+    for (const auto& test : arrCase) {
         int nValue = 99;
         const std::string strFile = folder.Write("x.cfg", test.strText);
         EXPECT_EQ(test.nResult, ZembGetRegInt("key", nValue, strFile.c_str())) << test.strText;
