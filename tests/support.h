@@ -2,11 +2,14 @@
 
 #include "zemb/control.h"
 #include "zemb/debug.h"
+#include "zemb/operlog_store.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <atomic>
 #include <cstddef>
@@ -96,6 +99,21 @@ void RunTogether(std::size_t nThreads, const Body& fnBody) {
         });
     for (std::thread& thread : vecThread)
         thread.join();
+}
+
+// When a file was changed last, in seconds.
+inline void SetFileTime(const std::string& strPath, long nSeconds) {
+    const timespec arrTime[] = {{nSeconds, 0}, {nSeconds, 0}};
+    EXPECT_EQ(0, utimensat(AT_FDCWD, strPath.c_str(), arrTime, 0)) << strPath;
+}
+
+// Entries of the operation log, oldest first.
+inline std::vector<zemb::OperLogRow> OperLogRows(const zemb::OperLogFilter& filter = {}) {
+    std::vector<zemb::OperLogRow> vecRow;
+    std::string strError;
+    const auto Take = [&](const zemb::OperLogRow& row) { return vecRow.push_back(row), true; };
+    EXPECT_TRUE(zemb::ReadOperLog(filter, Take, strError)) << strError;
+    return vecRow;
 }
 
 inline std::string ReadAll(const std::string& strPath) {

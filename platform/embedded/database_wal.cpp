@@ -160,8 +160,7 @@ private:
 
     // Also moves the check sum on.
     bool Continues(const std::vector<Octets>& vecFrame) {
-        if (std::memcmp(vecFrame.data() + 8, Salts(), 8) != 0 ||
-            WordAt(vecFrame.data()) == 0)
+        if (std::memcmp(vecFrame.data() + 8, Salts(), 8) != 0 || WordAt(vecFrame.data()) == 0)
             return false;
         Add(m_sum, m_bBigEndian, vecFrame.data(), 8);
         Add(m_sum, m_bBigEndian, vecFrame.data() + FRAME_HEADER_BYTES, m_nPage);
@@ -203,12 +202,14 @@ int OpenIndex(Seen& seen, const std::string& strFile) {
     return it->second;
 }
 
-// After a power cut the index may be older than the log.
+// After a power cut the index may be older than the log. What counts is when it was written: the
+// rights of a file change at any start of a service. A time to come is that of a clock that was
+// wrong.
 bool IsSinceTheStartOfTheMachine(const timespec& time) {
     timespec now{};
     timespec running{};
     return clock_gettime(CLOCK_REALTIME, &now) == 0 &&
-           clock_gettime(CLOCK_BOOTTIME, &running) == 0 &&
+           clock_gettime(CLOCK_BOOTTIME, &running) == 0 && time.tv_sec <= now.tv_sec &&
            time.tv_sec > now.tv_sec - running.tv_sec;
 }
 
@@ -222,7 +223,7 @@ std::optional<std::uint32_t> PublishedFrames(Seen& seen, const std::string& strD
     struct stat status {};
     std::optional<std::uint32_t> published;
     if (fstat(nFile, &status) != 0 || !S_ISREG(status.st_mode) ||
-        !IsSinceTheStartOfTheMachine(status.st_ctim) ||
+        !IsSinceTheStartOfTheMachine(status.st_mtim) ||
         pread(nFile, arrHeader, sizeof arrHeader, 0) != sizeof arrHeader)
         return published;
     for (const Octets(&header)[INDEX_HEADER_BYTES] : arrHeader) {

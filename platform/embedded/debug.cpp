@@ -49,6 +49,7 @@ public:
     };
 
     int Add(zemb::DebugSink sink, bool bPassOn) {
+        const zemb::ForkGate gate;
         std::unique_lock<std::shared_mutex> guard(m_lock);
         m_vecTap.push_back(std::make_shared<const Tap>(Tap{++m_nLastId, std::move(sink), bPassOn}));
         m_nTaps = static_cast<int>(m_vecTap.size());
@@ -57,6 +58,7 @@ public:
 
     void Remove(int nId) {
         std::shared_ptr<const Tap> pRemoved;  // dies without the lock: it may write a line itself
+        const zemb::ForkGate gate;
         std::unique_lock<std::shared_mutex> guard(m_lock);
         const auto it = std::find_if(m_vecTap.begin(), m_vecTap.end(),
                                      [nId](const auto& pTap) { return pTap->nId == nId; });

@@ -49,16 +49,15 @@ TEST_F(TELangResMgrTest, BuildsTheFolderOfTheProcessLanguageWithoutAnySeparator)
 }
 
 TEST_F(TELangResMgrTest, PrintsWhyThereIsNoFolderAndLoadsNothing) {
-    struct Case {
+    const struct {
         std::string strRoot;
         const char* szPrinted;
         bool bFound;
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {"", "Can not find the Environment variant.", false},
         {std::string(246, 'x'), "Environment variant'length is too long, please modify.\n", false},
         {std::string(245, 'x'), "", true}};
-    for (const Case& test : arrCase) {
+    for (const auto& test : arrCase) {
         zemb::SetRootPath(test.strRoot);
         std::string strPath = "untouched";
         testing::internal::CaptureStdout();

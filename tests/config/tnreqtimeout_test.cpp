@@ -47,17 +47,15 @@ TEST_F(TNReqTimeoutTest, CountsHalvesAndOffsets) {
     EXPECT_EQ(1, Load("[cmdreq_common_config]\ndefault_timeout = 0\noffset_time = -100\n"
                       "[cmdreq_command_timeout]\n7 = 20\n8 = 90 # nine tenths\n9 = 2147483647\n"
                       "[cmdreq_timedual_do]\n7 = 5\n"));
-    struct Case {
+    const struct {
         int nCmd;
         int nCount;
         bool bOffset;
         int nSeconds;
-    };
-    const Case arrCase[] = {
-        {7, 1, false, 20},  {7, 3, false, 20}, {7, 5, false, 40},
-        {7, -4, false, 20}, {8, 1, true, 60},  {8, 1, false, 90},
-        {1, 1, false, 60},  {7, 14, true, 40}, {9, 2147483647, false, 2147483647}};
-    for (const Case& one : arrCase)
+    } arrCase[] = {{7, 1, false, 20},  {7, 3, false, 20}, {7, 5, false, 40},
+                   {7, -4, false, 20}, {8, 1, true, 60},  {8, 1, false, 90},
+                   {1, 1, false, 60},  {7, 14, true, 40}, {9, 2147483647, false, 2147483647}};
+    for (const auto& one : arrCase)
         EXPECT_EQ(one.nSeconds, Service().GetReqTimeOutValue(one.nCmd, one.nCount, one.bOffset))
             << one.nCmd << " " << one.nCount;
     EXPECT_EQ(45, Service().GetReqDefaultTimeout(45));
@@ -75,8 +73,7 @@ TEST_F(TNReqTimeoutTest, TakesTheFirstLineThatContainsTheKey) {
     EXPECT_EQ(5, Service().GetReqTimeOutValue(8, 1, false));
     EXPECT_EQ(6, Service().GetReqTimeOutValue(9, 1, false));
     m_folder.Write("t.cfg", "[cmdreq_command_timeout]\n9 = 7\n");
-    const timespec arrTime[] = {{1, 0}, {1, 0}};
-    utimensat(AT_FDCWD, m_folder.Path("t.cfg").c_str(), arrTime, 0);
+    support::SetFileTime(m_folder.Path("t.cfg"), 1);
     m_clock.Advance(301);
     testing::internal::CaptureStdout();
     EXPECT_EQ(7, Service().GetReqTimeOutValue(9, 1, false));
@@ -124,26 +121,13 @@ TEST_F(TNReqTimeoutTest, KeepsTheFileThatIsLoadedWhileAnotherThreadReadsTheOldOn
         "new.cfg", "[cmdreq_common_config]\nneed_auto_refresh = 1\ndefault_timeout = 6\n");
     for (int i = 1; i < 300; ++i) {
         Service().LoadTimeoutCfgFile(strOld);
-        const timespec arrTime[] = {{i, 0}, {i, 0}};
-        utimensat(AT_FDCWD, strOld.c_str(), arrTime, 0);
+        support::SetFileTime(strOld, i);
         m_clock.Advance(301);
         std::thread asker([] { Service().GetReqDefaultTimeout(1); });
         Service().LoadTimeoutCfgFile(strNew);
         asker.join();
         ASSERT_EQ(6, Service().GetReqDefaultTimeout(1)) << i;
     }
-}
-
-TEST_F(TNReqTimeoutTest, LooksAgainWhenTheClockIsSetBack) {
-    Load("[cmdreq_common_config]\nneed_auto_refresh = 1\ndefault_timeout = 5\n");
-    EXPECT_EQ(5, Service().GetReqDefaultTimeout(1));
-    m_folder.Write("t.cfg", "[cmdreq_common_config]\ndefault_timeout = 6\n");
-    const timespec arrTime[] = {{1, 0}, {1, 0}};
-    utimensat(AT_FDCWD, m_folder.Path("t.cfg").c_str(), arrTime, 0);
-    m_clock.Advance(-300);
-    EXPECT_EQ(5, Service().GetReqDefaultTimeout(1));
-    m_clock.Advance(-1);
-    EXPECT_EQ(6, Service().GetReqDefaultTimeout(1));
 }
 
 // A query sees the times of one file, never some of each, and no load waits for queries.
@@ -165,25 +149,6 @@ TEST_F(TNReqTimeoutTest, SeesAWholeTableHoweverOftenItIsLoaded) {
         while (nLoading != 0)
             ASSERT_THAT(Service().GetReqTimeOutValue(7, 1, true), testing::AnyOf(1001, 3003));
     });
-}
-
-TEST_F(TNReqTimeoutTest, AnswersWhileTheFileIsReadAgain) {
-    Load("[cmdreq_common_config]\nneed_auto_refresh = 1\n[cmdreq_command_timeout]\n7 = 20\n");
-    std::atomic<bool> bStop{false};
-    std::thread asker([&] {
-        while (!bStop) {
-            EXPECT_EQ(20, Service().GetReqTimeOutValue(7, 1, false));
-            EXPECT_EQ(60, Service().GetReqDefaultTimeout(1));
-        }
-    });
-    for (int i = 1; i < 200; ++i) {
-        const timespec arrTime[] = {{i, 0}, {i, 0}};
-        utimensat(AT_FDCWD, m_folder.Path("t.cfg").c_str(), arrTime, 0);
-        m_clock.Advance(301);
-        EXPECT_EQ(20, Service().GetReqTimeoutByDefault(7, 1));
-    }
-    bStop = true;
-    asker.join();
 }
 
 }  // namespace

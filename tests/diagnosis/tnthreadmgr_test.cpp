@@ -8,7 +8,6 @@
 #include <pthread.h>
 
 #include <functional>
-#include <thread>
 
 namespace {
 
@@ -128,22 +127,16 @@ TEST_F(ThreadMgrTest, WaitsForTheLastThread) {
 }
 
 TEST_F(ThreadMgrTest, KeepsThreadsApart) {
-    constexpr int THREADS = 8;
-    std::vector<std::thread> vecThread;
-    for (int i = 0; i < THREADS; ++i)
-        vecThread.emplace_back([] {
-            for (int n = 0; n < 500; ++n) {
-                const TNThreadGuard outer("outer");
-                const TNThreadGuard inner("inner");
-                const auto mapInfo = Mgr().GetAllInfo();
-                ASSERT_EQ(1U, mapInfo.count(pthread_self()));
-                ASSERT_EQ(2, mapInfo.at(pthread_self()).m_nUseCount);
-            }
-        });
-    for (std::thread& thread : vecThread)
-        thread.join();
+    constexpr std::size_t THREADS = 8;
+    support::RunTogether(THREADS, [](std::size_t) {
+        for (int n = 0; n < 500; ++n) {
+            const TNThreadGuard outer("outer");
+            const TNThreadGuard inner("inner");
+            ASSERT_EQ(2, Mgr().GetAllInfo().at(pthread_self()).m_nUseCount);
+        }
+    });
     EXPECT_TRUE(Mgr().CheckNotExistThread());
-    EXPECT_EQ(THREADS * 500U, m_debug.Take().size());
+    EXPECT_EQ(THREADS * 500, m_debug.Take().size());
 }
 
 TEST_F(ThreadMgrTest, KeepsNoMemoryForALongLabelOfAThreadThatHasGone) {

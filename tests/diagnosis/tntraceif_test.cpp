@@ -170,14 +170,13 @@ bool Rests(pid_t nThread, const std::atomic<bool>& bDone) {
 TEST_F(AdvAsnTraceTest, OneThreadPrintsAtATime) {
     Write("AdvanceAsnTrace = 3\nbExplicityTrace = 0\n");
     RefreshAdvAsnTraceSwitch(-1);  // its lines stand outside of the lock
-    struct Case {
+    const struct {
         int nFirst;
         int nSecond;
         bool bWaits;
-    };
-    const Case arrCase[] = {{1, 2, true},  {2, 2, true},  {3, 1, true},  {2, 4, true},
-                            {2, -1, true}, {4, 2, false}, {4, 4, false}, {-1, 2, false}};
-    for (const Case& one : arrCase) {
+    } arrCase[] = {{1, 2, true},  {2, 2, true},  {3, 1, true},  {2, 4, true},
+                   {2, -1, true}, {4, 2, false}, {4, 4, false}, {-1, 2, false}};
+    for (const auto& one : arrCase) {
         std::promise<void> printing;
         std::promise<void> release;
         std::atomic<int> nLines{0};

@@ -33,6 +33,13 @@ std::vector<Call> FileCalls(const std::string& strFolder);
 std::vector<Call> ObjectCalls();
 std::vector<Call> WorkCalls();
 
+inline std::vector<Call> AllCalls(const std::string& strFolder) {
+    std::vector<Call> vecCall;
+    for (const auto& vecPart : {TextCalls(), FileCalls(strFolder), ObjectCalls(), WorkCalls()})
+        vecCall.insert(vecCall.end(), vecPart.begin(), vecPart.end());
+    return vecCall;
+}
+
 template <class Value>
 void Add(std::ostream& out, const Value& value) {
     out << value;

@@ -72,19 +72,15 @@ std::vector<Call> PathCalls(const std::string& strFolder) {
 std::vector<Call> FolderCalls(const std::string& strFolder) {
     const std::string strList = strFolder + "/list";
     return {
-        {"GetAllFolder", [=] { return NamesIn(strList, GetAllFolder); }},
-        {"GetAllFile", [=] { return NamesIn(strList, GetAllFile); }},
-        {"GetAllFolderByFlag",
+        {"GetAllFile",
          [=] {
-             return NamesIn(strList, [](const std::string& strDir, Names& listName) {
-                 return GetAllFolderByFlag(strDir, 1, listName);
-             });
-         }},
-        {"GetAllFileByFlag",
-         [=] {
-             return NamesIn(strList, [](const std::string& strDir, Names& listName) {
-                 return GetAllFileByFlag(strDir, 1, listName);
-             });
+             const auto WithFlag = [](auto fn) {
+                 return
+                     [fn](const auto& strDir, Names& listName) { return fn(strDir, 1, listName); };
+             };
+             return NamesIn(strList, GetAllFolder) + NamesIn(strList, GetAllFile) +
+                    NamesIn(strList, WithFlag(GetAllFolderByFlag)) +
+                    NamesIn(strList, WithFlag(GetAllFileByFlag));
          }},
         {"CheckFolerSize",
          [=] {
@@ -106,23 +102,17 @@ std::vector<Call> FolderCalls(const std::string& strFolder) {
              Remove(strFolder + "/gone");
              return Show(nMoved, nGone);
          }},
-        {"RemoveFileByOrderName",
-         [=] {
-             Write(strFolder + "/old/1", "x");
-             Write(strFolder + "/old/2", "x");
-             Names listName;
-             const int nResult = RemoveFileByOrderName(strFolder + "/old", listName, 1, true);
-             Remove(strFolder + "/old");
-             return Show(nResult, listName);
-         }},
         {"DeleteFolderByOrderName",
          [=] {
-             Write(strFolder + "/olds/1/a", "x");
-             Write(strFolder + "/olds/2/a", "x");
-             Names listName;
-             const int nResult = DeleteFolderByOrderName(strFolder + "/olds", listName, 1, true);
+             for (const char* const szFile : {"/old/1", "/old/2", "/olds/1/a", "/olds/2/a"})
+                 Write(strFolder + szFile, "x");
+             Names listFile;
+             Names listFolder;
+             const int nFile = RemoveFileByOrderName(strFolder + "/old", listFile, 1, true);
+             const int nFolder = DeleteFolderByOrderName(strFolder + "/olds", listFolder, 1, true);
+             Remove(strFolder + "/old");
              Remove(strFolder + "/olds");
-             return Show(nResult, listName);
+             return Show(nFile, listFile, nFolder, listFolder);
          }},
     };
 }

@@ -11,7 +11,6 @@
 
 #include "zemb/control.h"
 #include "zemb/faults.h"
-#include "zemb/operlog_store.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -41,10 +40,7 @@ protected:
 
 // What is asked for once and kept is asked for in a child that has called nothing yet.
 TEST_F(SingleFaultTest, FirstCallsThrowNothing) {
-    std::vector<faults::Call> vecCall = faults::FileCalls(m_folder.Path());
-    for (const auto& vecPart : {faults::TextCalls(), faults::ObjectCalls(), faults::WorkCalls()})
-        vecCall.insert(vecCall.end(), vecPart.begin(), vecPart.end());
-    for (const faults::Call& call : vecCall) {
+    for (const faults::Call& call : faults::AllCalls(m_folder.Path())) {
         const pid_t nChild = fork();
         ASSERT_NE(-1, nChild);
         if (nChild == 0) {
@@ -174,14 +170,8 @@ TEST_F(SingleFaultTest, AnEntryWhoseTextsCannotBeCopiedIsWrittenWithoutThem) {
                 ElementsAre("memcpy_s in TEOperationLog failed. ",
                             "memcpy_s in TEOperationLog failed. ", "memcpy_s in SetDesc failed. "));
     std::vector<std::string> vecRow;
-    std::string strError;
-    EXPECT_TRUE(zemb::ReadOperLog(
-        {},
-        [&](const zemb::OperLogRow& row) {
-            vecRow.push_back(faults::Show(row.nUserId, row.strObject, row.strDesc));
-            return true;
-        },
-        strError));
+    for (const zemb::OperLogRow& row : support::OperLogRows())
+        vecRow.push_back(faults::Show(row.nUserId, row.strObject, row.strDesc));
     EXPECT_THAT(vecRow, ElementsAre("7   ", "8   "));
 }
 

@@ -130,50 +130,31 @@ std::vector<Call> NumberCalls() {
 
 std::vector<Call> ListCalls() {
     return {
-        {"StrToNumList of a string",
+        {"StrToNumList",
          [] {
-             return ListOf(LONG_LIST, [](const std::string& strText, Numbers& vec) {
-                 return StrToNumList(strText, vec);
-             });
-         }},
-        {"StrToNumList of a C string",
-         [] {
-             return ListOf(LONG_LIST.c_str(), [](const char* szText, Numbers& vec) {
-                 return StrToNumList(szText, vec);
-             });
-         }},
-        {"StrToNumList of a CStdString",
-         [] {
-             return ListOf(CStdString(LONG_LIST), [](const CStdString& strText, Numbers& vec) {
-                 return StrToNumList(strText, vec);
-             });
+             const auto Read = [](const auto& text, Numbers& vec) {
+                 return StrToNumList(text, vec);
+             };
+             return ListOf(LONG_LIST, Read) + ListOf(LONG_LIST.c_str(), Read) +
+                    ListOf(CStdString(LONG_LIST), Read);
          }},
         {"StrOIDToVec", [] { return ListOf(std::string("1,3,6,7,8"), StrOIDToVec); }},
-        {"CompOID2Str",
-         [] { return TextOf([](Numbers vec, std::string& strOut) { CompOID2Str(vec, strOut); }); }},
         {"NumListToStr",
          [] {
+             const auto Write = [](const Numbers& vec, auto& strOut) { NumListToStr(vec, strOut); };
              std::string strOut;
              NumListToStr(std::list<int>{1, 2, 3, 100, 200, 300, 400, 500}, strOut);
-             return strOut + TextOf([](const Numbers& vec, std::string& strText) {
-                        NumListToStr(vec, strText);
-                    });
+             return strOut + TextOf(Write) + TextOf<CStdString>(Write);
          }},
-        {"NumListToStr of a CStdString",
+        {"NumListToStr2",
          [] {
-             return TextOf<CStdString>(
-                 [](const Numbers& vec, CStdString& strText) { NumListToStr(vec, strText); });
+             return TextOf<CStdString>(NumListToStr2) + TextOf(NumListToRawStr) +
+                    TextOf([](Numbers vec, std::string& strOut) { CompOID2Str(vec, strOut); });
          }},
-        {"NumListToStr2", [] { return TextOf<CStdString>(NumListToStr2); }},
-        {"NumListToRawStr", [] { return TextOf(NumListToRawStr); }},
         {"TEVec2Str",
          [] {
-             return TextOf([](const Numbers& vec, std::string& strOut) { TEVec2Str(vec, strOut); });
-         }},
-        {"TEVec2Str of a CStdString",
-         [] {
-             return TextOf<CStdString>(
-                 [](const Numbers& vec, CStdString& strOut) { TEVec2Str(vec, strOut); });
+             const auto Write = [](const Numbers& vec, auto& strOut) { TEVec2Str(vec, strOut); };
+             return TextOf(Write) + TextOf<CStdString>(Write);
          }},
         {"TEStr2Vec",
          [] {

@@ -39,13 +39,7 @@ const support::TempFolder& Folder() {
 }
 
 const std::vector<Call>& AllCalls() {
-    static const std::vector<Call>& vecCall = *[] {
-        auto* const pAll = new std::vector<Call>;
-        for (const auto& vecPart : {faults::TextCalls(), faults::FileCalls(Folder().Path()),
-                                    faults::ObjectCalls(), faults::WorkCalls()})
-            pAll->insert(pAll->end(), vecPart.begin(), vecPart.end());
-        return pAll;
-    }();
+    static const auto& vecCall = *new std::vector<Call>(faults::AllCalls(Folder().Path()));
     return vecCall;
 }
 

@@ -8,7 +8,6 @@
 #include "zemb/event.h"
 #include "zemb/faults.h"
 #include "zemb/operlog.h"
-#include "zemb/operlog_store.h"
 #include "zemb/settings.h"
 
 #include <climits>
@@ -89,15 +88,14 @@ TEST_F(ModuleTest, RegisteredItselfWithItsInterfaceAtLoad) {
 }
 
 TEST_F(ModuleTest, AnswersOnlyForItsExactInterface) {
-    struct Case {
+    const struct {
         const char* szName;
         int nVersion;
         bool bFound;
-    };
-    const Case arrCase[] = {{"UtilIF", 0x1030001, true},  {"UtilIF", 0x1030000, false},
-                            {"utilif", 0x1030001, false}, {"UtilIF ", 0x1030001, false},
-                            {"", 0x1030001, false},       {"UtilIF", INT_MIN, false}};
-    for (const Case& test : arrCase)
+    } arrCase[] = {{"UtilIF", 0x1030001, true},  {"UtilIF", 0x1030000, false},
+                   {"utilif", 0x1030001, false}, {"UtilIF ", 0x1030001, false},
+                   {"", 0x1030001, false},       {"UtilIF", INT_MIN, false}};
+    for (const auto& test : arrCase)
         EXPECT_EQ(test.bFound, Module().QueryInterface(test.szName, test.nVersion) != nullptr)
             << test.szName;
     std::list<ModuleInterface*> listInterface = {nullptr};
@@ -129,18 +127,6 @@ TEST_F(ModuleTest, StartReadsTheSettingsThatAreThere) {
         << "a missing key is silent";
     EXPECT_EQ(0, Module().Stop());
     EXPECT_EQ(0, Module().started);
-}
-
-TEST_F(ModuleTest, StartAgainReadsAgainButRegistersNoTaskCreator) {
-    WriteInterval("400");
-    Module().Start();
-    EXPECT_EQ(0, Module().Stop());
-    EXPECT_EQ(0, ZembTaskCreator::Instance()->Count());
-    WriteInterval("500");
-    EXPECT_EQ(0, Module().Start());
-    EXPECT_EQ(500, NSTN_util::g_nVCNExportTimerInterval);
-    EXPECT_EQ(0, ZembTaskCreator::Instance()->Count());
-    EXPECT_EQ(0, Module().Stop()) << "an unknown record is no failure";
 }
 
 // What a start keeps and a stop forgets would add up: handlers, descriptors, memory (under asan).
@@ -181,21 +167,17 @@ TEST_F(ModuleTest, TheEmsFileIsTheOneTheHostNamed) {
 }
 
 TEST_F(ModuleTest, RaisesSmallExportIntervalsOnly) {
-    struct Case {
-        const char* szInFile;
-        int nInterval;
-    };
-    const Case arrCase[] = {{"0", 0},
-                            {"1", 300},
-                            {"299", 300},
-                            {"300", 300},
-                            {"301", 301},
-                            {"-1", -1},
-                            {"-2147483648", INT_MIN}};
-    for (const Case& test : arrCase) {
-        WriteInterval(test.szInFile);
+    const std::pair<const char*, int> arrCase[] = {{"0", 0},
+                                                   {"1", 300},
+                                                   {"299", 300},
+                                                   {"300", 300},
+                                                   {"301", 301},
+                                                   {"-1", -1},
+                                                   {"-2147483648", INT_MIN}};
+    for (const auto& [szInFile, nInterval] : arrCase) {
+        WriteInterval(szInFile);
         Module().Start();
-        EXPECT_EQ(test.nInterval, NSTN_util::g_nVCNExportTimerInterval) << test.szInFile;
+        EXPECT_EQ(nInterval, NSTN_util::g_nVCNExportTimerInterval) << szInFile;
         Module().Stop();
     }
     m_folder.Write("etc/oss_cfg/trans/core/conf/trans_ems.cfg", "");
@@ -208,27 +190,23 @@ TEST_F(ModuleTest, RaisesSmallExportIntervalsOnly) {
 TEST_F(ModuleTest, StartsWithoutSettingsWhenTheRootIsUnusable) {
     const std::string strFile = m_folder.Write("ems.cfg", "overtime_low = 2\n");
     NSTE_util::emscfgfile = strFile.c_str();
-    struct Case {
-        std::string strRoot;
-        bool bUsable;
-    };
-    const Case arrCase[] = {{"", false},
-                            {std::string(246, 'x'), false},
-                            {std::string(245, 'x'), true},
-                            {"/no/such/folder", true},
-                            {strFile, true}};
-    for (const Case& test : arrCase) {
+    const std::pair<std::string, bool> arrCase[] = {{"", false},
+                                                    {std::string(246, 'x'), false},
+                                                    {std::string(245, 'x'), true},
+                                                    {"/no/such/folder", true},
+                                                    {strFile, true}};
+    for (const auto& [strRoot, bUsable] : arrCase) {
         m_debug.Take();
         NSTN_util::g_OverTime_low = 300;
         NSTN_util::g_nVCNExportTimerInterval = 7;
-        zemb::SetRootPath(test.strRoot);
+        zemb::SetRootPath(strRoot);
         EXPECT_EQ(0, Module().Start());
         EXPECT_EQ(1, Module().started);
-        EXPECT_EQ(test.bUsable ? 2 : 300, NSTN_util::g_OverTime_low) << test.strRoot;
-        EXPECT_EQ(test.bUsable ? 300 : 7, NSTN_util::g_nVCNExportTimerInterval) << test.strRoot;
-        if (test.bUsable)
+        EXPECT_EQ(bUsable ? 2 : 300, NSTN_util::g_OverTime_low) << strRoot;
+        EXPECT_EQ(bUsable ? 300 : 7, NSTN_util::g_nVCNExportTimerInterval) << strRoot;
+        if (bUsable)
             EXPECT_THAT(m_debug.Take(),
-                        testing::Contains(" read bExplicityTrace failed! file = " + test.strRoot +
+                        testing::Contains(" read bExplicityTrace failed! file = " + strRoot +
                                           "/etc/oss_cfg/e2e/nml_common/common.cfg"));
         else
             EXPECT_THAT(m_debug.TakeWhole(),
@@ -259,11 +237,7 @@ TEST_F(ModuleTest, WritesOperationLogEntriesBetweenStartAndStop) {
     const auto SendAndCount = [&] {
         std::filesystem::remove_all(m_folder.Path("state"));
         const int nHandled = TEEventMgr::Instance()->SendEvent(51, &info) - nBefore;
-        int nRows = 0;
-        std::string strError;
-        const auto Count = [&](const zemb::OperLogRow&) { return ++nRows > 0; };
-        EXPECT_TRUE(zemb::ReadOperLog({}, Count, strError)) << strError;
-        return std::make_pair(nHandled, nRows - nBefore);
+        return std::make_pair(nHandled, static_cast<int>(support::OperLogRows().size()) - nBefore);
     };
     EXPECT_EQ(std::make_pair(0, 0), SendAndCount());
     m_folder.Write("etc/oss_cfg/e2e/nml_common/common.cfg",

@@ -44,20 +44,6 @@ TEST(SingletonsTest, LiveAndDieManyTimes) {
     }
 }
 
-// Each life is made by one thread, used by the next and ended by a third.
-TEST(SingletonsTest, LiveAndDieInThreadsThatFollowEachOther) {
-    for (int i = 0; i < 50; ++i)
-        for (const Singleton& singleton : SINGLETONS) {
-            const void* pMade = nullptr;
-            const void* pUsed = nullptr;
-            std::thread([&] { pMade = singleton.fnInstance(); }).join();
-            std::thread([&] { pUsed = singleton.fnInstance(); }).join();
-            ASSERT_NE(nullptr, pMade) << singleton.szName;
-            ASSERT_EQ(pMade, pUsed) << singleton.szName;
-            std::thread(singleton.fnDestroy).join();
-        }
-}
-
 TEST(SingletonsTest, AreOneForThreadsThatAskFirstAtTheSameTime) {
     for (int i = 0; i < 100; ++i)
         for (const Singleton& singleton : SINGLETONS) {

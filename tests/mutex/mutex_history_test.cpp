@@ -216,12 +216,11 @@ std::unique_ptr<TEMutexOperMgr> Make() {
 }
 
 TEST(MutexHistoryTest, AManagerWithAFaultIsFoundOut) {
-    struct Case {
+    const struct {
         const char* szFault;
         std::unique_ptr<TEMutexOperMgr> (*fnMake)();
         bool bFound;
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {"none", Make<PlainMgr>, false},
         {"forgotten conflict", Make<ForgetsAConflict>, true},
         {"wrong code", Make<TellsTheCodeOfTheOperationAskedFor>, true},
@@ -230,7 +229,7 @@ TEST(MutexHistoryTest, AManagerWithAFaultIsFoundOut) {
         {"late release", Make<ReleasesOneCallLater>, true},
         {"lost release", Make<KeepsOneObjectOfMany>, true},
     };
-    for (const Case& test : arrCase) {
+    for (const auto& test : arrCase) {
         Totals totals;
         const unsigned nRounds = test.bFound ? 500 : 50;
         for (unsigned nSeed = 1; nSeed <= nRounds && totals.nViolations == 0; ++nSeed)
@@ -255,73 +254,6 @@ HistoryCall Give(int nOper, const std::list<TEOperObject>& listObj, std::uint64_
 }
 HistoryCall Runs(int nOper, bool bRuns, std::uint64_t nBegin, std::uint64_t nEnd) {
     return {HistoryCall::IS_RUNNING, nOper, nullptr, bRuns, nBegin, nEnd};
-}
-
-TEST(MutexHistoryTest, HistoriesWrittenByHandAreJudgedRightly) {
-    struct Case {
-        const char* szWhat;
-        History history;
-        bool bPossible;
-    };
-    const Case arrCase[] = {
-        {"nothing", {}, true},
-        {"the blocker first", {{Ask(1, WHOLE, 0, 1, 2)}, {Ask(2, PART, 0, 3, 4)}}, false},
-        {"the blocked first", {{Ask(1, WHOLE, 0, 3, 4)}, {Ask(2, PART, 0, 1, 2)}}, true},
-        {"in either order", {{Ask(1, WHOLE, 0, 1, 4)}, {Ask(2, PART, 0, 2, 3)}}, true},
-        {"in either order, the other ends first",
-         {{Ask(1, WHOLE, 0, 2, 3)}, {Ask(2, PART, 0, 1, 4)}},
-         true},
-        {"elsewhere", {{Ask(1, WHOLE, 0, 1, 2)}, {Ask(2, ELSEWHERE, 0, 3, 4)}}, true},
-        {"twice what blocks itself", {{Ask(3, WHOLE, 0, 1, 3)}, {Ask(3, PART, 0, 2, 4)}}, false},
-        {"given back in between",
-         {{Ask(3, WHOLE, 0, 1, 2), Give(3, WHOLE, 3, 6)}, {Ask(3, PART, 0, 4, 5)}},
-         true},
-        {"given back too late",
-         {{Ask(3, WHOLE, 0, 1, 2), Give(3, WHOLE, 5, 6)}, {Ask(3, PART, 0, 3, 4)}},
-         false},
-        {"refused by what came later",
-         {{Ask(1, WHOLE, 0, 3, 4)}, {Ask(2, PART, 101, 1, 2)}},
-         false},
-        {"refused by what was given back",
-         {{Ask(1, WHOLE, 0, 1, 2), Give(1, WHOLE, 3, 4)}, {Ask(2, PART, 101, 5, 6)}},
-         false},
-        {"refused by what is not at an end yet",
-         {{Ask(1, WHOLE, 0, 1, 6)}, {Ask(2, PART, 101, 2, 3), Ask(2, PART, 101, 4, 5)}},
-         true},
-        {"refused, then granted, while it is not at an end",
-         {{Ask(1, WHOLE, 0, 1, 6)}, {Ask(2, PART, 101, 2, 3), Ask(2, PART, 0, 4, 5)}},
-         false},
-        {"refused with another's code",
-         {{Ask(1, WHOLE, 0, 1, 2)}, {Ask(2, PART, 103, 3, 4)}},
-         false},
-        {"refused by the one that can not block",
-         {{Ask(2, WHOLE, 0, 1, 2)}, {Ask(1, PART, 101, 3, 4)}},
-         false},
-        {"a release takes effect between two that are refused and granted",
-         {{Ask(1, WHOLE, 0, 1, 2), Give(1, WHOLE, 3, 10)},
-          {Ask(2, PART, 101, 4, 5), Ask(2, PART, 0, 6, 7)}},
-         true},
-        {"a release takes effect and then not",
-         {{Ask(1, WHOLE, 0, 1, 2), Give(1, WHOLE, 3, 10)},
-          {Ask(2, PART, 0, 4, 5), Ask(2, PART, 101, 6, 7)}},
-         false},
-        {"the call in the way of a later one must come before it",
-         {{Ask(2, PART, 0, 1, 10)}, {Ask(1, WHOLE, 0, 2, 3)}, {Ask(2, PART, 101, 4, 5)}},
-         true},
-        {"running while it is granted",
-         {{Ask(1, WHOLE, 0, 1, 6)}, {Runs(1, false, 2, 3), Runs(1, true, 4, 5)}},
-         true},
-        {"running, then not",
-         {{Ask(1, WHOLE, 0, 1, 6)}, {Runs(1, true, 2, 3), Runs(1, false, 4, 5)}},
-         false},
-    };
-    for (const Case& test : arrCase) {
-        naive::MutexModel model;
-        model.Load("[MUTEX_TABLE]\n1:2:0\n3:3:0\n[MUTEX_ERRORCODE]\n1:101\n3:103\n");
-        naive::HistorySearch search(model, test.history);
-        EXPECT_EQ(test.bPossible ? Verdict::EXPLAINED : Verdict::IMPOSSIBLE, search.Run(1000))
-            << test.szWhat;
-    }
 }
 
 // A history of three threads as a right manager would give it; the model is asked at some moment

@@ -211,22 +211,25 @@ inline void CheckBackupReaders(const NSTN_util::TNBackupObjStr& object, BackupMo
         model.vecLine.push_back("not finding attribute ");
     Expect(object.GetAttributePara(strName.c_str(), strText) == bText && strText == strModel,
            "text " + strWhere);
-    std::vector<char> vecChar;
+    // What is found goes behind what is there.
+    std::vector<char> vecChar = {'k'};
     const auto chars = model.List(strName, false, false);
-    std::vector<char> vecModelChar;
+    std::vector<char> vecModelChar = vecChar;
     for (const std::string& strChar : chars.value_or(std::vector<std::string>()))
         vecModelChar.push_back(static_cast<char>(std::strtol(strChar.c_str(), nullptr, 10)));
     Expect(object.GetAttributePara(strName.c_str(), vecChar) == chars.has_value() &&
                vecChar == vecModelChar,
            "chars " + strWhere);
-    std::vector<std::string> vecText;
+    std::vector<std::string> vecText = {"kept"};
     const auto texts = model.List(strName, true, false);
+    std::vector<std::string> vecModelText = texts.value_or(std::vector<std::string>());
+    vecModelText.insert(vecModelText.begin(), "kept");
     Expect(object.GetAttributePara(strName.c_str(), vecText) == texts.has_value() &&
-               vecText == texts.value_or(std::vector<std::string>()),
+               vecText == vecModelText,
            "texts " + strWhere);
-    std::vector<int> vecNumber;
+    std::vector<int> vecNumber = {7};
     const auto numbers = model.List(strName, false, true);
-    std::vector<int> vecExpected;
+    std::vector<int> vecExpected = vecNumber;
     for (const std::string& strNumber : numbers.value_or(std::vector<std::string>()))
         vecExpected.push_back(static_cast<int>(std::strtol(strNumber.c_str(), nullptr, 10)));
     Expect(object.GetAttributePara(strName.c_str(), vecNumber) == numbers.has_value() &&

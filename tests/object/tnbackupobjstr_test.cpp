@@ -70,53 +70,9 @@ TEST(BackupObjStrTest, RefusesWhatItCannotWrite) {
     EXPECT_EQ("<N><attribute></attribute><object><C/></object></N>", object.GetObjStr());
 }
 
-TEST(BackupObjStrTest, ReadsOneTypeAsAnother) {
-    support::DebugCapture debug;
-    const TNBackupObjStr object = WithList("x=-1,n=257,q=\"300\",t=12x,no=abc,big=4294967301,");
-    unsigned long nLong = 0;
-    EXPECT_TRUE(object.GetAttributePara("x", nLong));
-    EXPECT_EQ(0xFFFFFFFFFFFFFFFFUL, nLong);
-    unsigned int nUnsigned = 0;
-    EXPECT_TRUE(object.GetAttributePara("x", nUnsigned));
-    EXPECT_EQ(0xFFFFFFFFU, nUnsigned);
-    char c = 0;
-    EXPECT_TRUE(object.GetAttributePara("n", c));
-    EXPECT_EQ(1, c);
-    unsigned char nByte = 0;
-    EXPECT_TRUE(object.GetAttributePara("q", nByte));
-    EXPECT_EQ(44, nByte);
-    bool b = false;
-    EXPECT_TRUE(object.GetAttributePara("n", b));
-    EXPECT_TRUE(b);
-    EXPECT_TRUE(object.GetAttributePara("no", b));
-    EXPECT_FALSE(b);
-    unsigned short nShort = 0;
-    EXPECT_TRUE(object.GetAttributePara("x", nShort));
-    EXPECT_EQ(65535, nShort);
-    int n = 0;
-    EXPECT_TRUE(object.GetAttributePara("t", n));
-    EXPECT_EQ(12, n);
-    EXPECT_TRUE(object.GetAttributePara("big", n));
-    EXPECT_EQ(5, n);
-    std::vector<char> vecChar = {'k'};
-    EXPECT_TRUE(object.GetAttributePara("n", vecChar));
-    EXPECT_THAT(vecChar, ElementsAre('k', '\x01'));
-    std::vector<int> vecInt = {7};
-    EXPECT_TRUE(object.GetAttributePara("q", vecInt));
-    EXPECT_THAT(vecInt, ElementsAre(7, 300));
-    std::vector<std::string> vecText = {"kept"};
-    EXPECT_TRUE(object.GetAttributePara("q", vecText));
-    EXPECT_THAT(vecText, ElementsAre("kept", "300"));
-    EXPECT_THAT(debug.Take(), IsEmpty());
-}
-
 TEST(BackupObjStrTest, TellsWhyItReadsNothing) {
     const std::string strEndLine = "FindStringEnd failed,the string is ";
-    struct Case {
-        const char* szList;
-        std::vector<std::string> vecLine;  // of the string reader; the int reader's are the same
-    };
-    const Case arrCase[] = {
+    const std::pair<const char*, std::vector<std::string>> arrCase[] = {
         {"b=1,", {NO_NAME, ABSENT}},
         {"xa=\"1\",", {NO_NAME, ABSENT}},
         {"a=\"1\"", {strEndLine + "\"1\"", "not finding string attribute end \",", ABSENT}},
@@ -124,20 +80,20 @@ TEST(BackupObjStrTest, TellsWhyItReadsNothing) {
         {"a=12", {"not finding string attribute first \"", ABSENT}},
     };
     support::DebugCapture debug;
-    for (const Case& one : arrCase) {
-        const TNBackupObjStr object = WithList(one.szList);
+    for (const auto& [szList, vecText] : arrCase) {
+        const TNBackupObjStr object = WithList(szList);
         std::string strValue = "before";
-        EXPECT_FALSE(object.GetAttributePara("a", strValue)) << one.szList;
-        EXPECT_EQ(one.vecLine, debug.Take()) << one.szList;
+        EXPECT_FALSE(object.GetAttributePara("a", strValue)) << szList;
+        EXPECT_EQ(vecText, debug.Take()) << szList;
         EXPECT_EQ("before", strValue);
         int nValue = 7;
-        EXPECT_FALSE(object.GetAttributePara("a", nValue)) << one.szList;
-        EXPECT_EQ(one.vecLine, debug.Take()) << one.szList;
-        std::vector<std::string> vecLine = one.vecLine;
+        EXPECT_FALSE(object.GetAttributePara("a", nValue)) << szList;
+        EXPECT_EQ(vecText, debug.Take()) << szList;
+        std::vector<std::string> vecLine = vecText;
         vecLine.push_back(ABSENT);
         bool bValue = true;
-        EXPECT_FALSE(object.GetAttributePara("a", bValue)) << one.szList;
-        EXPECT_EQ(vecLine, debug.Take()) << one.szList;
+        EXPECT_FALSE(object.GetAttributePara("a", bValue)) << szList;
+        EXPECT_EQ(vecLine, debug.Take()) << szList;
         EXPECT_TRUE(bValue && nValue == 7);
     }
     std::vector<int> vecNumber;
@@ -161,11 +117,7 @@ TEST(BackupObjStrTest, TellsWhyItReadsNothing) {
 }
 
 TEST(BackupObjStrTest, FindsTheItemThatItsRulesSay) {
-    struct Case {
-        const char* szList;
-        const char* szValue;  // of "a", read as a text
-    };
-    const Case arrCase[] = {
+    const std::pair<const char*, const char*> arrCase[] = {
         {"a=1,a=\"2\",", "1"},          // the first item need not be quoted
         {"b=1,a=2,a=\"3\",", "3"},      // others must
         {"b=1,a=\"2\",a=\"3\",", "2"},  // the first of two
@@ -177,10 +129,10 @@ TEST(BackupObjStrTest, FindsTheItemThatItsRulesSay) {
         {"a=\"\\\\\",", "\\\\"},        // nothing but backslashes
     };
     support::DebugCapture debug;
-    for (const Case& one : arrCase) {
+    for (const auto& [szList, szValue] : arrCase) {
         std::string strValue;
-        EXPECT_TRUE(WithList(one.szList).GetAttributePara("a", strValue)) << one.szList;
-        EXPECT_EQ(one.szValue, strValue) << one.szList;
+        EXPECT_TRUE(WithList(szList).GetAttributePara("a", strValue)) << szList;
+        EXPECT_EQ(szValue, strValue) << szList;
     }
     EXPECT_THAT(debug.Take(), IsEmpty());
     const TNBackupObjStr object = WithList("");
@@ -209,14 +161,6 @@ TEST(BackupObjStrTest, CutsChildrenByTheirTags) {
     EXPECT_FALSE(object.GetObjStrByObjName("NONE", "C", vecText));
     EXPECT_THAT(debug.Take(), ElementsAre("not finding valiableName "));
     EXPECT_EQ(3U, vecText.size());
-}
-
-TEST(BackupObjStrTest, FindsAttributesOnlyBeforeTheObjects) {
-    for (const char* const szText :
-         {"", "<attribute>a=1,", "</attribute><attribute>a=1,</attribute>",
-          "<object><attribute>a=1,</attribute>", "<attribute>a=1,<object></attribute>", "<<<"})
-        EXPECT_EQ("", TNBackupObjStr(szText, "N").GetAttributeStr()) << szText;
-    EXPECT_EQ("a=1,", TNBackupObjStr("<attribute>a=1,</attribute>", "").GetAttributeStr());
 }
 
 TEST(BackupObjStrTest, GetsThroughLargeTexts) {

@@ -46,21 +46,19 @@ TEST(FbTypeTest, FoldsEveryDetailedTypeOnItsFunctionBlock) {
 }
 
 TEST(FbTypeTest, NamesTheLevels) {
-    struct Case {
+    const struct {
         int nType;
         const char* szLevel;
         const char* szLowLevel;
-    };
-    const Case arrCase[] = {{94, "VC4", "VC3"}, {96, "VC4", "VC12"}, {43, "VC4", ""},
-                            {65, "OSC", ""},    {56, "OTS", ""},     {60, "OMS", ""},
-                            {205, "OCH", ""},   {853, "OTU3", ""},   {856, "OTU2", ""},
-                            {859, "OTU5G", ""}, {862, "OTU1", ""},   {873, "ODU3", ""},
-                            {876, "ODU2", ""},  {879, "ODU5G", ""},  {882, "ODU1", ""},
-                            {885, "ODU0", ""},  {201, "CLIENT", ""}};
+    } arrCase[] = {{94, "VC4", "VC3"}, {96, "VC4", "VC12"}, {43, "VC4", ""},   {65, "OSC", ""},
+                   {56, "OTS", ""},    {60, "OMS", ""},     {205, "OCH", ""},  {853, "OTU3", ""},
+                   {856, "OTU2", ""},  {859, "OTU5G", ""},  {862, "OTU1", ""}, {873, "ODU3", ""},
+                   {876, "ODU2", ""},  {879, "ODU5G", ""},  {882, "ODU1", ""}, {885, "ODU0", ""},
+                   {201, "CLIENT", ""}};
     support::DebugCapture debug;
     std::string strLevel = "before";
     std::string strLowLevel = "before";
-    for (const Case& one : arrCase) {
+    for (const auto& one : arrCase) {
         EXPECT_TRUE(ConvertTTPfb2FBTypeStr(one.nType, strLevel, strLowLevel)) << one.nType;
         EXPECT_EQ(one.szLevel, strLevel);
         EXPECT_EQ(one.szLowLevel, strLowLevel);

@@ -23,13 +23,12 @@ TEST_F(TNFdnMgrTest, AgreesWithTheNaiveModel) {
 }
 
 TEST_F(TNFdnMgrTest, ReadsThePortOfAnFdn) {
-    struct Case {
+    const struct {
         const char* szFdn;
         std::uint32_t neId;
         std::uint32_t boardPos;
         std::uint64_t portPos;
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {"NE=5,FR=2,S=3,SS=1,LP=3|7|300,", 5, 0x01020003, 3 * 65536 + 300},
         {"NE=5,PP=9|1|2,LP=3|7|300", 5, 0, 3 * 65536 + 300},
         {"NE=5,LP=,PP=9|1|65537", 5, 0, 9 * 65536 + 1},
@@ -39,7 +38,7 @@ TEST_F(TNFdnMgrTest, ReadsThePortOfAnFdn) {
         {"NE=-2,S=-x,LP=-1|-2|-3", 0xFFFFFFFE, 0, 0xFFFF0000 + 0xFFFD},  // as the library writes it
         {"NE=-9999999999999999999,LP=-", 0, 0, 0},
     };
-    for (const Case& one : arrCase) {
+    for (const auto& one : arrCase) {
         TNPortKey key;
         EXPECT_EQ(0U, Mgr().ParsePortKeyFromFDN(one.szFdn, key)) << one.szFdn;
         EXPECT_EQ(one.neId, key.neId) << one.szFdn;
@@ -76,27 +75,6 @@ TEST_F(TNFdnMgrTest, WritesThreeTextsForEachList) {
     EXPECT_THAT(m_debug.TakeWhole(),
                 ElementsAre("tovelkarin 1 WARNING in ConvertCxValue2FDNstring: unexpected cxValue "
                             "type:[2], file=tnfdnmgr, line=158"));
-}
-
-TEST_F(TNFdnMgrTest, FindsThePathByTheOrderOfTheLevels) {
-    struct Case {
-        const char* szFdn;
-        unsigned long nPathId;
-        unsigned long nTimeSlot;
-    };
-    const Case arrCase[] = {{"ODU1=4,OTU2=5,", 5, 88},     {"VC12=3,VC4=2", 2, 3},
-                            {"VC12=3,VC4=2,VC3=9", 2, 9},  {"VC4=2", 2, 88},
-                            {"VC3=6,VC12=7", 6, 88},       {"VC4=x,Och=8", 8, 88},
-                            {"ODUflex=1,CLIENT=2", 1, 88}, {"NE=1", 77, 88}};
-    for (const Case& one : arrCase) {
-        FrameUtil::StrUIDParser fdn;
-        ASSERT_TRUE(fdn.Parse(one.szFdn));
-        unsigned long nPathId = 77;
-        unsigned long nTimeSlot = 88;
-        EXPECT_EQ(0U, Mgr().GetPathIDorTimeSlot(fdn, nPathId, nTimeSlot));
-        EXPECT_EQ(one.nPathId, nPathId) << one.szFdn;
-        EXPECT_EQ(one.nTimeSlot, nTimeSlot) << one.szFdn;
-    }
 }
 
 TEST_F(TNFdnMgrTest, KnowsEveryLevelOfAPath) {

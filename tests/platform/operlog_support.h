@@ -2,7 +2,6 @@
 
 #include "tests/support.h"
 #include "zemb/operlog.h"
-#include "zemb/operlog_store.h"
 
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -13,6 +12,9 @@
 #include <vector>
 
 namespace support {
+
+constexpr long long MORNING = 1772352000000000LL;  // 2026-03-01 08:00
+constexpr const char* NO_DATABASE = "no database at all, but long enough to be looked at";
 
 // A connection of somebody else.
 class OtherConnection {
@@ -50,6 +52,12 @@ protected:
         return waitpid(nChild, &nStatus, 0) == nChild && nStatus == 0;
     }
 
+    static bool Prune() {
+        long long nDeleted = 0;
+        std::string strError;
+        return zemb::PruneOperLog("2000", nDeleted, strError);
+    }
+
     // Databases and write-ahead logs that were put aside as damaged.
     std::vector<std::string> Aside() const {
         std::vector<std::string> vecAside;
@@ -73,12 +81,8 @@ protected:
 
     static std::vector<int> Users(const zemb::OperLogFilter& filter = {}) {
         std::vector<int> vecUser;
-        std::string strError;
-        const auto Take = [&](const zemb::OperLogRow& row) {
+        for (const zemb::OperLogRow& row : OperLogRows(filter))
             vecUser.push_back(row.nUserId);
-            return true;
-        };
-        EXPECT_TRUE(zemb::ReadOperLog(filter, Take, strError)) << strError;
         return vecUser;
     }
 

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <map>
 #include <thread>
 
 namespace {
@@ -20,7 +19,7 @@ using testing::SizeIs;
 TEST_F(OperLogStoreTest, FindsEntriesByTheirFields) {
     EXPECT_THAT(Users(), IsEmpty());
     zemb::ScopedClock clock;
-    clock.Freeze(1772352000000000LL);  // 2026-03-01 08:00
+    clock.Freeze(support::MORNING);
     for (int i = 0; i < 6; ++i) {
         ZembLogInfo info = Info(i % 3, i < 3 ? "made NE_5" : "lost NEx5");
         info.nCmd = 100 + static_cast<unsigned>(i);
@@ -65,22 +64,11 @@ TEST_F(OperLogStoreTest, FindsEntriesByTheirFields) {
 }
 
 TEST_F(OperLogStoreTest, WritersFromManyThreadsLoseNothing) {
-    constexpr int THREADS = 8;
-    constexpr int ENTRIES = 100;
-    std::vector<std::thread> vecThread;
-    for (int i = 0; i < THREADS; ++i)
-        vecThread.emplace_back([i] {
-            for (int n = 0; n < ENTRIES; ++n)
-                EXPECT_EQ(1, WriteOperationLog(Info(i), 0));
-        });
-    for (std::thread& thread : vecThread)
-        thread.join();
-    std::map<int, int> mapCount;
-    for (const int nUser : Users())
-        ++mapCount[nUser];
-    ASSERT_THAT(mapCount, SizeIs(THREADS));
-    for (const auto& [nUser, nCount] : mapCount)
-        EXPECT_EQ(ENTRIES, nCount) << nUser;
+    support::RunTogether(8, [](std::size_t) {
+        for (int n = 0; n < 100; ++n)
+            EXPECT_EQ(1, WriteOperationLog(Info(n), 0));
+    });
+    EXPECT_THAT(Users(), SizeIs(800));
 }
 
 TEST_F(OperLogStoreTest, KeepsEntriesWhileTheDiskFails) {
@@ -174,12 +162,8 @@ TEST_F(OperLogStoreTest, AChildBeginsWithNothingInMemory) {
         const zemb::ScopedStoreFault fault("open", EIO);
         EXPECT_EQ(0, WriteOperationLog(Info(1), 0));
     }
-    const pid_t nChild = fork();
-    if (nChild == 0)
-        _exit(WriteOperationLog(Info(2), 0) == 1 && zemb::FlushOperLog() == 0 ? 0 : 1);
-    int nStatus = -1;
-    waitpid(nChild, &nStatus, 0);
-    EXPECT_EQ(0, nStatus);
+    EXPECT_TRUE(
+        InChild([] { return WriteOperationLog(Info(2), 0) == 1 && zemb::FlushOperLog() == 0; }));
     EXPECT_THAT(Users(), ElementsAre(2));
     EXPECT_EQ(0U, zemb::FlushOperLog());
     EXPECT_THAT(Users(), ElementsAre(2, 1));
@@ -187,7 +171,7 @@ TEST_F(OperLogStoreTest, AChildBeginsWithNothingInMemory) {
 
 TEST_F(OperLogStoreTest, TakesTimesUpToAWholeField) {
     zemb::ScopedClock clock;
-    clock.Freeze(1772352000000000LL);  // 2026-03-01 08:00
+    clock.Freeze(support::MORNING);
     EXPECT_EQ(1, WriteOperationLog(Info(1), 0));
     long long nDeleted = 0;
     std::string strError;
@@ -220,7 +204,7 @@ TEST_F(OperLogStoreTest, ManyProcessesBeginTogether) {
     for (const bool bDamaged : {false, true}) {
         std::filesystem::remove_all(m_folder.Path("state"));
         if (bDamaged)
-            m_folder.Write("state/operlog.db", "no database at all, but long enough to look at");
+            m_folder.Write("state/operlog.db", support::NO_DATABASE);
         std::vector<pid_t> vecChild;
         for (int i = 0; i < 6; ++i) {
             vecChild.push_back(fork());
@@ -275,15 +259,9 @@ TEST_F(OperLogStoreTest, IsReadByAStrangerWhoLeavesNothingBeside) {
     zemb::SetStatePath(strState);
     for (const std::string& strPath : {m_folder.Path(""), strState, zemb::OperLogFile()})
         ASSERT_EQ(0, chmod(strPath.c_str(), 0755)) << strPath;
-    const pid_t nChild = fork();
-    ASSERT_NE(-1, nChild);
-    if (nChild == 0) {
-        const bool bStranger = setegid(65534) == 0 && seteuid(65534) == 0;
-        _exit(bStranger ? static_cast<int>(Users().size()) : 99);
-    }
-    int nStatus = 0;
-    ASSERT_EQ(nChild, waitpid(nChild, &nStatus, 0));
-    EXPECT_EQ(1, WEXITSTATUS(nStatus));
+    EXPECT_TRUE(InChild([] {
+        return setegid(65534) == 0 && seteuid(65534) == 0 && Users() == std::vector<int>{1};
+    }));
     EXPECT_FALSE(std::filesystem::exists(zemb::OperLogFile() + "-wal"));
     EXPECT_FALSE(std::filesystem::exists(zemb::OperLogFile() + "-shm"));
     EXPECT_EQ(1, WriteOperationLog(Info(3), 0));

@@ -26,13 +26,12 @@ TEST(TrimTest, RemovesBlanksTabsAndLineEnds) {
 }
 
 TEST(StrToIntTest, TakesWholeNumbersThatFit32Bits) {
-    struct Case {
+    const struct {
         const char* szText;
         int nBase;
         bool bRead;
         int nValue;
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {" 42 ", 10, true, 42},       {"-2147483648", 10, true, -2147483647 - 1},
         {"2147483648", 10, false, 0}, {"+7", 10, true, 7},
         {"+-7", 10, false, 0},        {"--7", 10, false, 0},
@@ -43,7 +42,7 @@ TEST(StrToIntTest, TakesWholeNumbersThatFit32Bits) {
         {"ff", 16, true, 255},        {"0x10", 16, false, 0},
         {"-1x", 36, true, -69},       {"7", 1, false, 0},
     };
-    for (const Case& test : arrCase) {
+    for (const auto& test : arrCase) {
         int nValue = 99;
         EXPECT_EQ(test.bRead, NSTE_util::StrToInt(test.szText, nValue, test.nBase)) << test.szText;
         EXPECT_EQ(test.bRead ? test.nValue : 99, nValue) << "untouched on failure";
@@ -84,15 +83,14 @@ TEST(SecurecTest, RefusesWhatDoesNotFitAndTouchesNothing) {
 
 TEST(SecurecTest, FormatsWithinTheSmallerOfBothBounds) {
     char szText[8];
-    struct Case {
+    const struct {
         std::size_t nSize;
         std::size_t nCount;
         int nResult;
         const char* szText;
-    };
-    const Case arrCase[] = {{8, 7, 5, "12345"},  {8, 5, 5, "12345"}, {8, 4, -1, "1234"},
-                            {8, 99, 5, "12345"}, {4, 99, -1, "123"}, {1, 1, -1, ""}};
-    for (const Case& test : arrCase) {
+    } arrCase[] = {{8, 7, 5, "12345"},  {8, 5, 5, "12345"}, {8, 4, -1, "1234"},
+                   {8, 99, 5, "12345"}, {4, 99, -1, "123"}, {1, 1, -1, ""}};
+    for (const auto& test : arrCase) {
         std::memset(szText, '#', sizeof szText);
         EXPECT_EQ(test.nResult, snprintf_s(szText, test.nSize, test.nCount, "%d", 12345));
         EXPECT_STREQ(test.szText, szText);

@@ -8,11 +8,11 @@
 #include "zemb/event.h"
 #include "zemb/message.h"
 #include "zemb/operlog.h"
-#include "zemb/operlog_store.h"
 
 namespace {
 
 using namespace NSTN_util;
+using support::OperLogRows;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -21,21 +21,6 @@ class OperationLogTest : public testing::Test {
 protected:
     OperationLogTest() { zemb::SetStatePath(m_folder.Path()); }
     ~OperationLogTest() override { zemb::ResetStatePath(); }
-
-    // The entries so far, oldest first.
-    static std::vector<zemb::OperLogRow> Rows() {
-        std::vector<zemb::OperLogRow> vecRow;
-        std::string strError;
-        EXPECT_TRUE(zemb::ReadOperLog(
-            {},
-            [&](const zemb::OperLogRow& row) {
-                vecRow.push_back(row);
-                return true;
-            },
-            strError))
-            << strError;
-        return vecRow;
-    }
 
     static SOperateLogInfor Record() {
         SOperateLogInfor record;
@@ -56,17 +41,16 @@ TEST(OperationLogCutTest, AgreesWithTheNaiveModel) {
 }
 
 TEST(OperationLogCutTest, CutsBehindWholeWords) {
-    struct Case {
+    const struct {
         const char* szText;
         std::size_t nMost;
         const char* szCut;
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {"abc", 3, "abc"},         {"abcd", 3, "abc"},     {"ab\xC3\xA9", 3, "a"},
         {"a[b\xC3\xA9g", 4, "a["}, {"a \xC3\xA9", 2, "a"}, {"\xC3\xA9\xC3\xA9", 2, ""},
         {"ab[c", 2, "ab"},         {"ab;;;", 4, "a"},      {"abc", 0, ""},
     };
-    for (const Case& one : arrCase)
+    for (const auto& one : arrCase)
         EXPECT_EQ(one.szCut, SafeCut(one.szText, one.nMost)) << one.szText;
 }
 
@@ -81,7 +65,7 @@ TEST_F(OperationLogTest, WritesAllFieldsOfAnOperation) {
     EXPECT_EQ(0, TEOperationLog(record, 1, 2));
     record.nUserId = 0;
     EXPECT_EQ(0, TEOperationLog(record, 1, 2));
-    const std::vector<zemb::OperLogRow> vecRow = Rows();
+    const std::vector<zemb::OperLogRow> vecRow = OperLogRows();
     ASSERT_THAT(vecRow, SizeIs(4));
     EXPECT_EQ(7, vecRow[0].nUserId);
     EXPECT_EQ(0x0A000001U, vecRow[0].nIpAddr);
@@ -110,7 +94,7 @@ TEST_F(OperationLogTest, RefusesCommand0AndNobody) {
     EXPECT_THAT(m_debug.TakeWhole(),
                 ElementsAre("tovelkarin 1 \n Operation opLog Input Parameter Illigal:nCmd=0!!!\n",
                             "tovelkarin 1 Write opLog, the usrid :0, ipaddr:0"));
-    EXPECT_THAT(Rows(), IsEmpty());
+    EXPECT_THAT(OperLogRows(), IsEmpty());
 }
 
 TEST_F(OperationLogTest, CutsTextsToTheirFields) {
@@ -122,7 +106,7 @@ TEST_F(OperationLogTest, CutsTextsToTheirFields) {
     object.nType = 1;
     object.sOperInfo = std::string(1500, 'p');
     EXPECT_EQ(0, TEOperationLog(object));
-    const std::vector<zemb::OperLogRow> vecRow = Rows();
+    const std::vector<zemb::OperLogRow> vecRow = OperLogRows();
     ASSERT_THAT(vecRow, SizeIs(2));
     EXPECT_EQ(std::string(253, 'o'), vecRow[0].strObject);
     EXPECT_EQ(record.sOperInfo.substr(0, 1023), vecRow[0].strDesc);
@@ -145,7 +129,7 @@ TEST_F(OperationLogTest, MapsTheTypesOfObjectRecords) {
         port.nType = nType;
         EXPECT_EQ(-2, TEOperationLog(port));
     }
-    const std::vector<zemb::OperLogRow> vecRow = Rows();
+    const std::vector<zemb::OperLogRow> vecRow = OperLogRows();
     ASSERT_THAT(vecRow, SizeIs(8));
     for (std::size_t i = 0; i < 8; ++i)
         EXPECT_EQ(arrLevel[i], std::make_pair(vecRow[i].nLevel, vecRow[i].nCategory)) << i;
@@ -171,7 +155,7 @@ TEST_F(OperationLogTest, CollectsAndSplitsLongTexts) {
     }
     log.SetOperInfo(std::string(1500, '\x80'));
     EXPECT_EQ(-2, log.AddOperationLog(0UL, 1U, 7, 0, 9UL, 3, 4));
-    const std::vector<zemb::OperLogRow> vecRow = Rows();
+    const std::vector<zemb::OperLogRow> vecRow = OperLogRows();
     ASSERT_THAT(vecRow, SizeIs(10));
     EXPECT_EQ("a, b", vecRow[0].strDesc);
     EXPECT_EQ("object", vecRow[0].strObject);
@@ -208,7 +192,7 @@ TEST_F(OperationLogTest, CutsTheTextThatItTracedWhoeverSetsItMeanwhile) {
     EXPECT_LT(0, nOthers);
     EXPECT_EQ(0U, zemb::FlushOperLog());
     std::string strJoined;
-    for (const zemb::OperLogRow& row : Rows())
+    for (const zemb::OperLogRow& row : OperLogRows())
         strJoined += row.strDesc;
     EXPECT_EQ(strText, strJoined);
 }
@@ -230,7 +214,7 @@ TEST_F(OperationLogTest, TakesCommandAndAddressFromMessages) {
     EXPECT_EQ(-1, log.AddOperationLog(77UL, pNone, 3, 0, 9UL, 3, 4));
     const std::string strLine = "Error\243\272pCmdMsg Null";
     EXPECT_THAT(m_debug.Take(), ElementsAre(strLine, strLine, strLine));
-    const std::vector<zemb::OperLogRow> vecRow = Rows();
+    const std::vector<zemb::OperLogRow> vecRow = OperLogRows();
     ASSERT_THAT(vecRow, SizeIs(3));
     for (const zemb::OperLogRow& row : vecRow)
         EXPECT_EQ(0x0A0B0C0DU, row.nIpAddr);
@@ -245,14 +229,14 @@ TEST_F(OperationLogTest, HandlesEvent51) {
     info.nUserId = 5;
     EXPECT_EQ(0, handler.HandleEvent(50, &info));
     EXPECT_EQ(0, handler.HandleEvent(51, nullptr));
-    EXPECT_THAT(Rows(), IsEmpty());
+    EXPECT_THAT(OperLogRows(), IsEmpty());
     EXPECT_EQ(0, handler.HandleEvent(51, &info));
-    EXPECT_THAT(Rows(), SizeIs(1));
+    EXPECT_THAT(OperLogRows(), SizeIs(1));
     zemb::SetStatePath("/dev/null/no folder");
     EXPECT_EQ(-1, handler.HandleEvent(51, &info));
     zemb::SetStatePath(m_folder.Path());
     EXPECT_EQ(0U, zemb::FlushOperLog());
-    EXPECT_THAT(Rows(), SizeIs(2));
+    EXPECT_THAT(OperLogRows(), SizeIs(2));
 }
 
 TEST_F(OperationLogTest, PrintsRecords) {

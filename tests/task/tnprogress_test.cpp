@@ -218,23 +218,19 @@ TEST_F(ProgressTest, LetsAListenerCallBackAndThrow) {
 }
 
 TEST_F(ProgressTest, KeepsTasksOfManyThreadsApart) {
-    std::vector<std::thread> vecThread;
-    for (int nThread = 0; nThread < 8; ++nThread)
-        vecThread.emplace_back([nThread] {
-            ZembCmdMSG message{};
-            message.nRequest = static_cast<std::uint32_t>(nThread);
-            ZembGnlTask task(&message);
-            const zemb::ScopedTask current(&task);
-            for (int i = 1; i <= 50; ++i) {
-                Service().Register(i, &task);
-                ASSERT_EQ(static_cast<unsigned>(i), Service().GetMissionID());
-                Service().SendProgress(nThread, "own");
-                ASSERT_EQ(nThread, Service().GetCurProgress());
-                Service().UnRegister(&task);
-            }
-        });
-    for (std::thread& thread : vecThread)
-        thread.join();
+    support::RunTogether(8, [](std::size_t nThread) {
+        const int nPercent = static_cast<int>(nThread);
+        ZembCmdMSG message{};
+        ZembGnlTask task(&message);
+        const zemb::ScopedTask current(&task);
+        for (int i = 1; i <= 50; ++i) {
+            Service().Register(i, &task);
+            ASSERT_EQ(static_cast<unsigned>(i), Service().GetMissionID());
+            Service().SendProgress(nPercent, "own");
+            ASSERT_EQ(nPercent, Service().GetCurProgress());
+            Service().UnRegister(&task);
+        }
+    });
     EXPECT_THAT(zemb::AllProgress(), IsEmpty());
 }
 

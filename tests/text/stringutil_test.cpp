@@ -26,12 +26,11 @@ TEST(StringUtil, AgreesWithTheNaiveModels) {
 }
 
 TEST(StringUtil, ReadsNeIdentifiersAsAStreamReadsNumbers) {
-    struct Case {
+    const struct {
         const char* szText;
         bool bRead;
         unsigned long id;  // 77: untouched
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {"5-3", true, 0x50003},
         {"70000-3", true, 0x11700003},
         {"5x-3", true, 0x50003},
@@ -53,7 +52,7 @@ TEST(StringUtil, ReadsNeIdentifiersAsAStreamReadsNumbers) {
         {"", false, 77},
         {nullptr, false, 77},
     };
-    for (const Case& one : arrCase) {
+    for (const auto& one : arrCase) {
         unsigned long id = 77;
         EXPECT_EQ(one.bRead, TEStr2NEID(one.szText, id)) << one.szText;
         EXPECT_EQ(one.id, id) << (one.szText == nullptr ? "null" : one.szText);
@@ -131,12 +130,11 @@ TEST(StringUtil, WritesOutWhatDoesNotReadAsANumber) {
 }
 
 TEST(StringUtil, ReadsFourOctetsAndNothingElse) {
-    struct Case {
+    const struct {
         const char* szText;
         bool bRead;
         unsigned long ip;
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {"10.1.2.3", true, 0x0A010203},
         {" 1. 2 .3.4 ", true, 0x01020304},
         {"1.2.3.4.", true, 0x01020304},
@@ -152,7 +150,7 @@ TEST(StringUtil, ReadsFourOctetsAndNothingElse) {
         {"", false, 0},
         {nullptr, false, 0},
     };
-    for (const Case& one : arrCase) {
+    for (const auto& one : arrCase) {
         unsigned long ip = 77;
         EXPECT_EQ(one.bRead, TEStr2Ip(one.szText, ip)) << one.szText;
         EXPECT_EQ(one.ip, ip) << (one.szText == nullptr ? "null" : one.szText);
@@ -160,13 +158,12 @@ TEST(StringUtil, ReadsFourOctetsAndNothingElse) {
 }
 
 TEST(StringUtil, StoresFieldsOfATimeAlsoWhenTheyAreRefused) {
-    struct Case {
+    const struct {
         unsigned nIndex;
         const char* szField;
         bool bAccepted;
         int nStored;
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {0, "2026", true, 126},   {0, "1899", false, 1899}, {0, "3000", true, 1100},
         {0, "3001", false, 3001}, {1, "12", true, 11},      {1, "0", false, 0},
         {1, "13", false, 13},     {2, "31", true, 31},      {2, "32", false, 32},
@@ -174,7 +171,7 @@ TEST(StringUtil, StoresFieldsOfATimeAlsoWhenTheyAreRefused) {
         {4, "60", false, 60},     {5, "07s", true, 7},      {5, "x", true, 0},
         {6, "1", false, -7},
     };
-    for (Case one : arrCase) {
+    for (auto one : arrCase) {
         std::tm parts{};
         int* const arrField[] = {&parts.tm_year, &parts.tm_mon, &parts.tm_mday, &parts.tm_hour,
                                  &parts.tm_min,  &parts.tm_sec, &parts.tm_wday};
@@ -186,14 +183,13 @@ TEST(StringUtil, StoresFieldsOfATimeAlsoWhenTheyAreRefused) {
 }
 
 TEST(StringUtil, ReadsListsDownToTheirFirstBadItem) {
-    struct Case {
+    const struct {
         const char* szText;
         bool bSpans;
         std::vector<int> vecSpans;
         bool bAmpersands;
         std::vector<int> vecAmpersands;
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {"1-3, 7", true, {1, 2, 3, 7}, false, {}},
         {" ", true, {}, false, {}},
         {"", true, {}, false, {}},
@@ -217,7 +213,7 @@ TEST(StringUtil, ReadsListsDownToTheirFirstBadItem) {
         {"2147483647&&2147483645", false, {}, true, {2147483647, 2147483646, 2147483645}},
         {nullptr, true, {}, false, {}},
     };
-    for (const Case& one : arrCase) {
+    for (const auto& one : arrCase) {
         SCOPED_TRACE(one.szText == nullptr ? "null" : one.szText);
         std::vector<int> vec = {9};
         EXPECT_EQ(one.bSpans, StrToNumList(CStdString(one.szText), vec));
@@ -228,13 +224,12 @@ TEST(StringUtil, ReadsListsDownToTheirFirstBadItem) {
 }
 
 TEST(StringUtil, WritesEachNotationWithItsOwnShortestRun) {
-    struct Case {
+    const struct {
         std::vector<int> vec;
         const char* szPlain;
         const char* szSpan;
         const char* szAmpersand;
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {{}, "", "", ""},
         {{4}, "4", "4", "4"},
         {{4, 5}, "4,5", "4-5", "4&5"},
@@ -247,7 +242,7 @@ TEST(StringUtil, WritesEachNotationWithItsOwnShortestRun) {
          "2147483647&-2147483648"},
         {{-2, -1, 0}, "-2,-1,0", "-2-0", "-2&&0"},
     };
-    for (const Case& one : arrCase) {
+    for (const auto& one : arrCase) {
         CStdString strOut = "before";
         EXPECT_TRUE(NumListToStr(one.vec, strOut));
         EXPECT_EQ(one.szPlain, strOut);
@@ -261,22 +256,9 @@ TEST(StringUtil, WritesEachNotationWithItsOwnShortestRun) {
     }
 }
 
-TEST(StringUtil, TakesLongListsThroughAllNotations) {
-    std::vector<int> vec;
-    for (int i = 0; i < 100000; ++i)
-        vec.push_back(i % 7 < 4 ? i : i * 20000);
-    CStdString strText;
+TEST(StringUtil, ReadsSoManyNumbersAndNoMore) {
     std::vector<int> vecBack;
-    NumListToStr(vec, strText);
-    EXPECT_TRUE(StrToNumList(strText, vecBack));
-    EXPECT_EQ(vec, vecBack);
-    NumListToStr2(vec, strText);
-    EXPECT_TRUE(StrToNumList(strText, vecBack));
-    EXPECT_EQ(vec, vecBack);
-    TEVec2Str(vec, strText);
-    EXPECT_TRUE(TEStr2Vec(strText, vecBack));
-    EXPECT_EQ(vec, vecBack);
-    EXPECT_FALSE(StrToNumList(CStdString("0-67108831,0-32"), vecBack));  // one too many
+    EXPECT_FALSE(StrToNumList(CStdString("0-67108831,0-32"), vecBack));
     EXPECT_EQ(NUM_SPAN_MAX - 32, vecBack.size());
     EXPECT_TRUE(StrToNumList(CStdString("0-67108831,0-31"), vecBack));
     EXPECT_EQ(NUM_SPAN_MAX, vecBack.size());
@@ -349,14 +331,13 @@ TEST(StringUtil, MatchesWildcardsWithoutGoingBackMoreThanItMust) {
 }
 
 TEST(StringUtil, BuildsLikePatterns) {
-    struct Case {
+    const struct {
         const char* szText;
         bool bQuotes;
         bool bWrap;
         const char* szLiteral;
         const char* szWildcard;
-    };
-    const Case arrCase[] = {
+    } arrCase[] = {
         {"a*b?", false, true, "%a*b?%", "a%b_"},
         {"a?", false, true, "%a?%", "%a_%"},
         {"a?", false, false, "a?", "a_"},
@@ -366,7 +347,7 @@ TEST(StringUtil, BuildsLikePatterns) {
         {"''", true, false, "''''", "''''"},
         {"", true, true, "", ""},
     };
-    for (const Case& one : arrCase) {
+    for (const auto& one : arrCase) {
         std::string strText = one.szText;
         TransWildcardForSqlLikeNotRepeat(strText, one.bQuotes, one.bWrap);
         EXPECT_EQ(one.szLiteral, strText) << one.szText;

@@ -28,11 +28,7 @@ std::string Line(unsigned nMaxLen, const std::string& strFormat, const Args&... 
 }
 
 TEST(TNStringTest, WritesEachSourceTypeAsItsDecimalText) {
-    struct Case {
-        TNString value;
-        const char* szText;
-    };
-    const Case arrCase[] = {
+    const std::pair<TNString, const char*> arrCase[] = {
         {'A', "65"},
         {static_cast<char>(-1), "-1"},
         {static_cast<short>(-32768), "-32768"},
@@ -48,34 +44,33 @@ TEST(TNStringTest, WritesEachSourceTypeAsItsDecimalText) {
         {"text", "text"},
         {std::string("a\0b", 3), "a"},  // compared as a C string below
     };
-    for (const Case& test : arrCase)
-        EXPECT_STREQ(test.szText, test.value.Text().c_str());
+    for (const auto& [value, szText] : arrCase)
+        EXPECT_STREQ(szText, value.Text().c_str());
     EXPECT_EQ(3U, TNString(std::string("a\0b", 3)).Text().size());
     EXPECT_EQ(sizeof(std::string), sizeof(TNString));
 }
 
 TEST(TNStringTest, WritesFloatingPointAsPrintfWithoutDecimalsCutTo63) {
-    const double arrValue[] = {0.0,
-                               -0.0,
-                               -0.4,
-                               0.5,
-                               1.5,
-                               2.5,
-                               -1.5,
-                               1e15,
-                               1e22,
-                               1e63,
-                               1e62,
-                               DBL_MAX,
-                               DBL_MIN,
-                               -DBL_MAX,
-                               INFINITY,
-                               -INFINITY,
-                               NAN,
-                               -NAN,
-                               9007199254740993.0,
-                               4503599627370495.5};
-    for (const double dValue : arrValue) {
+    for (const double dValue : {0.0,
+                                -0.0,
+                                -0.4,
+                                0.5,
+                                1.5,
+                                2.5,
+                                -1.5,
+                                1e15,
+                                1e22,
+                                1e62,
+                                1e63,
+                                DBL_MIN,
+                                DBL_MAX,
+                                -DBL_MAX,
+                                HUGE_VAL,
+                                -HUGE_VAL,
+                                std::nan(""),
+                                -std::nan(""),
+                                9007199254740993.0,
+                                4503599627370495.5}) {
         char szExpected[64] = {};
         std::snprintf(szExpected, sizeof szExpected, "%.0f", dValue);
         EXPECT_EQ(szExpected, TNString(dValue).Text());
@@ -103,15 +98,13 @@ TEST(TNTrace2StrTest, SaysWhichArgumentFoundNoSlot) {
 }
 
 TEST(TNTrace2StrTest, EndsALineThatPassesItsBound) {
-    struct Case {
+    const struct {
         unsigned nMaxLen;
         std::size_t nArgument;
         bool bTooLong;
-    };
-    const Case arrCase[] = {{0, 0, false},       {0, 1, true},       {1000, 1000, false},
-                            {1000, 1001, true},  {1001, 901, false}, {1001, 902, true},
-                            {5120, 5020, false}, {5120, 5021, true}};
-    for (const Case& test : arrCase) {
+    } arrCase[] = {{0, 0, false},      {0, 1, true},      {1000, 1000, false}, {1000, 1001, true},
+                   {1001, 901, false}, {1001, 902, true}, {5120, 5020, false}, {5120, 5021, true}};
+    for (const auto& test : arrCase) {
         const std::string strLong(test.nArgument, 'x');
         const std::string strExpected = strLong + (test.bTooLong ? TOO_MORE : ", tail");
         EXPECT_EQ(strExpected, Line(test.nMaxLen, "%s, tail", strLong))
@@ -135,30 +128,21 @@ TEST(TNTrace2StrTest, AppendsAndCutsTextsWithoutSlots) {
     EXPECT_EQ("012%d<1>", strOut) << "never cleared";
 }
 
-TEST(TNTrace2StrTest, EachOverloadPlacesAllItsArgumentsInOrder) {
+// Every overload, from one argument on: 1, 2 and so on.
+template <class... Args>
+void ExpectInOrder(Args... args) {
+    constexpr int ARGUMENTS = sizeof...(args);
     const std::string strFormat = "%1,%2,%3,%4,%5,%6,%7,%8,%9,%a,%b,%c,%d,%e,%f";
-    const std::string strOut = "1,2,3,4,5,6,7,8,9,10,11,12,13,14,15";
-    const auto Tail = [&](std::size_t n) { return strFormat.substr(3 * n - 1); };
-    EXPECT_EQ("1" + Tail(1), Line(5120, strFormat, 1));
-    EXPECT_EQ("1,2" + Tail(2), Line(5120, strFormat, 1, 2));
-    EXPECT_EQ("1,2,3" + Tail(3), Line(5120, strFormat, 1, 2, 3));
-    EXPECT_EQ("1,2,3,4" + Tail(4), Line(5120, strFormat, 1, 2, 3, 4));
-    EXPECT_EQ("1,2,3,4,5" + Tail(5), Line(5120, strFormat, 1, 2, 3, 4, 5));
-    EXPECT_EQ("1,2,3,4,5,6" + Tail(6), Line(5120, strFormat, 1, 2, 3, 4, 5, 6));
-    EXPECT_EQ("1,2,3,4,5,6,7" + Tail(7), Line(5120, strFormat, 1, 2, 3, 4, 5, 6, 7));
-    EXPECT_EQ("1,2,3,4,5,6,7,8" + Tail(8), Line(5120, strFormat, 1, 2, 3, 4, 5, 6, 7, 8));
-    EXPECT_EQ("1,2,3,4,5,6,7,8,9" + Tail(9), Line(5120, strFormat, 1, 2, 3, 4, 5, 6, 7, 8, 9));
-    EXPECT_EQ(strOut.substr(0, 20) + Tail(10),
-              Line(5120, strFormat, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10));
-    EXPECT_EQ(strOut.substr(0, 23) + Tail(11),
-              Line(5120, strFormat, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11));
-    EXPECT_EQ(strOut.substr(0, 26) + Tail(12),
-              Line(5120, strFormat, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12));
-    EXPECT_EQ(strOut.substr(0, 29) + Tail(13),
-              Line(5120, strFormat, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13));
-    EXPECT_EQ(strOut.substr(0, 32) + Tail(14),
-              Line(5120, strFormat, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14));
-    EXPECT_EQ(strOut, Line(5120, strFormat, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+    std::string strExpected;
+    for (int n = 1; n <= ARGUMENTS; ++n)
+        strExpected += (n == 1 ? "" : ",") + std::to_string(n);
+    EXPECT_EQ(strExpected + strFormat.substr(3 * ARGUMENTS - 1), Line(5120, strFormat, args...));
+    if constexpr (ARGUMENTS < 15)
+        ExpectInOrder(args..., ARGUMENTS + 1);
+}
+
+TEST(TNTrace2StrTest, EachOverloadPlacesAllItsArgumentsInOrder) {
+    ExpectInOrder(1);
 }
 
 TEST(TNTrace2StrTest, AgreesWithTheNaiveFormatterOnRandomInput) {
