@@ -343,6 +343,13 @@ private:
         std::error_code error;
         if (zemb::GetStatePath().empty() || !fs::exists(UserConfigFile(), error))
             return Good("user values", "none yet");
+        std::vector<zemb::UserCfgItem> vecItem;
+        std::string strError;
+        if (zemb::ReadUserCfg(vecItem, strError))
+            Good("user values", UserConfigFile() + " can be read");
+        else
+            Fail("user values", strError, "sqlite3 " + Quoted(UserConfigFile()) + " .dump");
+        // Behind the reading, which may be the first to find damage.
         for (const fs::directory_entry& entry : fs::directory_iterator(zemb::GetStatePath(), error))
             if (entry.path().filename().string().find("usercfg.db.damaged-wal-") == 0)
                 Warn("user values",
@@ -350,12 +357,6 @@ private:
                          " is a write-ahead log that was found damaged: accepted "
                          "values may be in it, and nowhere else",
                      "strings " + Quoted(entry.path().string()));
-        std::vector<zemb::UserCfgItem> vecItem;
-        std::string strError;
-        if (zemb::ReadUserCfg(vecItem, strError))
-            Good("user values", UserConfigFile() + " can be read");
-        else
-            Fail("user values", strError, "sqlite3 " + Quoted(UserConfigFile()) + " .dump");
     }
 
     void CheckBoxes() {
