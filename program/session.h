@@ -50,6 +50,10 @@ public:
     void Quit() { m_bQuit = true; }
     bool IsQuit() const { return m_bQuit; }
 
+    // The path of a file of the state folder, which is "" when there is no such folder; throws
+    // CommandError then.
+    static std::string RequireState(const std::string& strFile);
+
     Output out;
     Ledger ledger;
     std::map<std::string, std::unique_ptr<TrailHolder>> mapTrail;

@@ -139,9 +139,7 @@ void Follow(const Session& session, const LogArguments& args, LogReader& reader)
 }
 
 int ShowLog(const Session& session, const LogArguments& args) {
-    const std::string strFile = zemb::LogFileOf(args.strModule);
-    if (strFile.empty())
-        throw CommandError(WRONG_USAGE, "log: where? give --state DIR or --root DIR");
+    const std::string strFile = Session::RequireState(zemb::LogFileOf(args.strModule));
     LogReader reader(strFile);
     if (!reader.IsOpen())
         throw CommandError(ANSWER_NO, strFile + ": there is no log of this module");

@@ -242,8 +242,8 @@ int Release(Session& session, ReleaseArguments& args, bool bRaw) {
                 args.vecId.push_back(grant.nId);
         }
     else if (args.vecId.empty())
-        throw CommandError(WRONG_USAGE,
-                           "release: give the number of a grant, --all, or --oper with --on");
+        throw CommandError(WRONG_USAGE, "give the number of a grant, --all, or --oper with --on",
+                           EName::COMMAND);
     for (const int nId : args.vecId)
         ReleaseGrant(session, nId);
     return DONE;
