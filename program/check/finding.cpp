@@ -4,6 +4,11 @@
 
 namespace host {
 
+std::string PlaceText(const std::string& strFile, int nLine, int nColumn) {
+    return (strFile.empty() ? "" : strFile + ":") + std::to_string(nLine) +
+           (nColumn == 0 ? "" : ":" + std::to_string(nColumn));
+}
+
 Finding FindingAt(ESeverity eSeverity, Place place, std::size_t nOffset, const std::string& strWhat,
                   const std::string& strExpected) {
     place.nColumn += static_cast<int>(nOffset);
@@ -15,7 +20,7 @@ const char* SeverityText(ESeverity eSeverity) {
 }
 
 std::string TextOf(const Finding& finding) {
-    return finding.place.Text() + ":" + std::to_string(finding.place.nColumn) + ": " +
+    return PlaceText(finding.place.strFile, finding.place.nLine, finding.place.nColumn) + ": " +
            SeverityText(finding.eSeverity) + ": " + finding.strWhat +
            (finding.strExpected.empty() ? "" : "; expected " + finding.strExpected);
 }

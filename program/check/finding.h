@@ -5,6 +5,9 @@
 
 namespace host {
 
+// "file:line:column", as messages name a place. What is empty or 0 is left out.
+std::string PlaceText(const std::string& strFile, int nLine, int nColumn = 0);
+
 // Where something stands: line and column count from 1.
 struct Place {
     std::string strFile;
@@ -12,7 +15,7 @@ struct Place {
     int nColumn = 1;
     std::string strText;  // the line, trimmed
 
-    std::string Text() const { return strFile + ":" + std::to_string(nLine); }
+    std::string Text() const { return PlaceText(strFile, nLine); }
 };
 
 enum class ESeverity { WARNING, ERROR };

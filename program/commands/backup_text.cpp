@@ -381,7 +381,7 @@ Place BackupText::PlaceOf(std::size_t nAt) const {
 
 std::string BackupText::Where(std::size_t nAt) const {
     const Place place = PlaceOf(nAt);
-    return std::to_string(place.nLine) + ":" + std::to_string(place.nColumn);
+    return PlaceText("", place.nLine, place.nColumn);
 }
 
 bool BackupText::Fail(std::size_t nAt, const std::string& strWhat, const std::string& strExpected) {
