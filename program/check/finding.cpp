@@ -1,5 +1,8 @@
 #include "check/finding.h"
 
+#include "view/output.h"
+
+#include <algorithm>
 #include <utility>
 
 namespace host {
@@ -17,6 +20,16 @@ Finding FindingAt(ESeverity eSeverity, Place place, std::size_t nOffset, const s
 
 const char* SeverityText(ESeverity eSeverity) {
     return eSeverity == ESeverity::ERROR ? "error" : "warning";
+}
+
+std::size_t CountErrors(const std::vector<Finding>& vecFinding) {
+    return static_cast<std::size_t>(std::count_if(
+        vecFinding.begin(), vecFinding.end(),
+        [](const Finding& finding) { return finding.eSeverity == ESeverity::ERROR; }));
+}
+
+std::string SumText(std::size_t nErrors, std::size_t nWarnings) {
+    return Counted(nErrors, "error") + ", " + Counted(nWarnings, "warning");
 }
 
 std::string TextOf(const Finding& finding) {

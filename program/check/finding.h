@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -34,6 +35,11 @@ Finding FindingAt(ESeverity eSeverity, Place place, std::size_t nOffset, const s
 
 // "error" or "warning".
 const char* SeverityText(ESeverity eSeverity);
+
+std::size_t CountErrors(const std::vector<Finding>& vecFinding);
+
+// "1 error, 2 warnings".
+std::string SumText(std::size_t nErrors, std::size_t nWarnings);
 
 // "file:line:column: error: what; expected that".
 std::string TextOf(const Finding& finding);

@@ -62,12 +62,9 @@ int PutNodes(const Session& session, const BackupText& text) {
 
 // Findings of a text that is at hand go to standard error.
 int TellFindings(const std::vector<Finding>& vecFinding) {
-    bool bErrors = false;
-    for (const Finding& finding : vecFinding) {
-        bErrors = bErrors || finding.eSeverity == ESeverity::ERROR;
+    for (const Finding& finding : vecFinding)
         Complain(TextOf(finding));
-    }
-    return bErrors ? ANSWER_NO : DONE;
+    return CountErrors(vecFinding) == 0 ? DONE : ANSWER_NO;
 }
 
 int View(const Session& session, const BackupArguments& args) {

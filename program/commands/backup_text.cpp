@@ -8,7 +8,6 @@
 #include "zemb/control.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iostream>
 #include <iterator>
 #include <tuple>
@@ -400,7 +399,7 @@ std::string ReadWhole(const std::string& strFile) {
     std::string strText;
     const int nError = NSTN_util::ReadStrFromFile(strFile, strText);
     if (nError != 0)
-        throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(nError));
+        FailWith(nError, strFile);
     return strText;
 }
 

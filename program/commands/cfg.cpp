@@ -46,7 +46,7 @@ int Show(Session& session, const CfgArguments& args) {
         std::string strText;
         for (const auto& [strKey, strValue] : mapItem) {
             record[strKey] = strValue;
-            strText += (strText.empty() ? "" : "\n") + strKey + " = " + strValue;
+            AppendItem(strText, strKey + " = " + strValue, "\n");
         }
         session.out.Put(strText.empty() ? "no items" : strText, record);
         return DONE;

@@ -61,7 +61,7 @@ int ShowFbTypes(const Session& session) {
             continue;
         auto& [kept, strDetails] = mapType[type.nFbType];
         kept = type;
-        strDetails += (strDetails.empty() ? "" : " ") + std::to_string(nType);
+        AppendItem(strDetails, std::to_string(nType), " ");
     }
     Rows rows(session.out, {{"fbtype", "type"},
                             {"level", "level"},

@@ -108,7 +108,7 @@ std::string CsvField(const std::string& strText) {
 std::string CsvHeading() {
     std::string strLine;
     for (const Column& column : ENTRY)
-        strLine += (strLine.empty() ? "" : ",") + column.strKey;
+        AppendItem(strLine, column.strKey, ",");
     return strLine;
 }
 
@@ -116,8 +116,7 @@ std::string CsvLine(const zemb::OperLogRow& row) {
     std::string strLine;
     for (const Cell& cell : CellsOf(row)) {
         const std::string strValue = cell.value.asString();
-        strLine +=
-            (strLine.empty() ? "" : ",") + (cell.value.isString() ? CsvField(strValue) : strValue);
+        AppendItem(strLine, cell.value.isString() ? CsvField(strValue) : strValue, ",");
     }
     return strLine;
 }

@@ -89,7 +89,7 @@ Runner DefineSay(CLI::App& app) {
     return [pWords](Session& session) {
         std::string strText;
         for (const std::string& strWord : *pWords)
-            strText += (strText.empty() ? "" : " ") + strWord;
+            AppendItem(strText, strWord, " ");
         session.out.Say(strText);
         return DONE;
     };

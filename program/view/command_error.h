@@ -28,8 +28,11 @@ public:
     const EName eName;  // Report puts it there
 };
 
-// Throws it for a file that the system refused, as errno tells.
+// Throw it for a file that the system refused, as errno or nError tells, and for what is none that
+// can be read as a whole.
 [[noreturn]] void FailWithErrno(const std::string& strFile);
+[[noreturn]] void FailWith(int nError, const std::string& strFile);
+[[noreturn]] void FailAsNoPlainFile(const std::string& strFile);
 
 // A command's name, with those of its own commands as far as they were read: "task finish".
 std::string NameOfParsed(const CLI::App& app);

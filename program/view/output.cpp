@@ -94,6 +94,10 @@ std::string Table(const std::vector<std::vector<std::string>>& vecRow) {
     return strTable;
 }
 
+void AppendItem(std::string& strList, const std::string& strItem, const char* szBetween) {
+    strList += (strList.empty() ? "" : szBetween) + strItem;
+}
+
 std::string Counted(std::size_t nCount, const std::string& strThing, const std::string& strThings) {
     const std::string strMany = strThings.empty() ? strThing + "s" : strThings;
     return std::to_string(nCount) + " " + (nCount == 1 ? strThing : strMany);

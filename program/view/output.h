@@ -36,6 +36,9 @@ private:
 // Rows as columns two blanks apart; the first row is the heading.
 std::string Table(const std::vector<std::vector<std::string>>& vecRow);
 
+// Adds an item to a list that is read by people: "1, 3".
+void AppendItem(std::string& strList, const std::string& strItem, const char* szBetween = ", ");
+
 // "1 field", "2 fields"; strThings where an "s" is not enough.
 std::string Counted(std::size_t nCount, const std::string& strThing,
                     const std::string& strThings = "");
