@@ -54,7 +54,7 @@ LogLine Split(const std::string& strLine) {
 // Assertions, prints and exceptions are of every level.
 bool IsWanted(const LogLine& line, const LogArguments& args) {
     if (line.strKind.find_first_not_of("-0123456789") == std::string::npos &&
-        std::atoi(line.strKind.c_str()) < args.nLevel)
+        std::strtol(line.strKind.c_str(), nullptr, 10) < args.nLevel)
         return false;
     return (args.strFrom.empty() || line.strTime >= args.strFrom) &&
            (args.strTo.empty() || line.strTime < args.strTo) &&
