@@ -156,14 +156,6 @@ int PutHelp(const Output& out, const Command& command, std::string strHelp) {
     return DONE;
 }
 
-// With the command's own commands as far as they were read: "task finish".
-std::string NameOfParsed(const CLI::App& app) {
-    std::string strName = app.get_name();
-    for (const CLI::App* const pInner : app.get_subcommands())
-        strName += " " + NameOfParsed(*pInner);
-    return strName;
-}
-
 }  // namespace
 
 int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
@@ -189,11 +181,9 @@ int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
             session.Start();
         return run(session);
     } catch (const CommandError& error) {
-        Complain(error.what());
-        return error.nStatus;
+        return Report(error, app);
     } catch (const std::exception& error) {
-        Complain(std::string(pCommand->szName) + ": " + error.what());
-        return SYSTEM_FAILED;
+        return Report(CommandError(SYSTEM_FAILED, error.what(), EName::COMMAND), app);
     }
 }
 

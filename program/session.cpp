@@ -139,6 +139,12 @@ std::string Session::LoadTimeouts(const std::string& strFile) {
     return strFile;
 }
 
+std::string Session::RequireState(const std::string& strFile) {
+    if (strFile.empty())
+        throw CommandError(WRONG_USAGE, "where? give --state DIR or --root DIR", EName::COMMAND);
+    return strFile;
+}
+
 void Session::EchoTrace(bool bOn) {
     m_pEcho.reset();
     if (!bOn)

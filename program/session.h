@@ -53,6 +53,10 @@ public:
     // Whether the commands are those of 'host': they mean this process unless they say otherwise.
     bool bHosting = false;
 
+    // The path of a file of the state folder, which is "" when there is no such folder; throws
+    // CommandError then.
+    static std::string RequireState(const std::string& strFile);
+
     Output out;
     Ledger ledger;
     std::map<std::string, std::unique_ptr<TrailHolder>> mapTrail;

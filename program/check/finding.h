@@ -2,8 +2,12 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace host {
+
+// "file:line:column", as messages name a place. What is empty or 0 is left out.
+std::string PlaceText(const std::string& strFile, int nLine, int nColumn = 0);
 
 // Where something stands: line and column count from 1.
 struct Place {
@@ -12,7 +16,7 @@ struct Place {
     int nColumn = 1;
     std::string strText;  // the line, trimmed
 
-    std::string Text() const { return strFile + ":" + std::to_string(nLine); }
+    std::string Text() const { return PlaceText(strFile, nLine); }
 };
 
 enum class ESeverity { WARNING, ERROR };
@@ -31,6 +35,11 @@ Finding FindingAt(ESeverity eSeverity, Place place, std::size_t nOffset, const s
 
 // "error" or "warning".
 const char* SeverityText(ESeverity eSeverity);
+
+std::size_t CountErrors(const std::vector<Finding>& vecFinding);
+
+// "1 error, 2 warnings".
+std::string SumText(std::size_t nErrors, std::size_t nWarnings);
 
 // "file:line:column: error: what; expected that".
 std::string TextOf(const Finding& finding);

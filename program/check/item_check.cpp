@@ -131,9 +131,8 @@ private:
         if (m_pKnown == nullptr)
             return;
         if (std::find(m_pKnown->begin(), m_pKnown->end(), strKey) == m_pKnown->end()) {
-            const std::string strNearest = LineFile::Nearest(strKey, *m_pKnown);
             return Add(ESeverity::WARNING, place, 0, "nobody reads '" + strKey + "'",
-                       strNearest.empty() ? "" : "perhaps " + strNearest);
+                       LineFile::Perhaps(strKey, *m_pKnown));
         }
         const int nNumber = NSTN_util::HexDecStr2Int(strValue);
         if (strKey == base::KEY_EXPORT_INTERVAL && nNumber > 0 &&

@@ -53,7 +53,7 @@ LineFile::LineFile(const std::string& strFile)
                                        "one kind of line end"));
 }
 
-std::string LineFile::Nearest(const std::string& strKey, const std::vector<std::string>& vecKnown) {
+std::string LineFile::Perhaps(const std::string& strKey, const std::vector<std::string>& vecKnown) {
     std::string strNearest;
     std::size_t nLeast = strKey.size() / 3 + 2;
     for (const std::string& strKnown : vecKnown) {
@@ -64,7 +64,7 @@ std::string LineFile::Nearest(const std::string& strKey, const std::vector<std::
             strNearest = strKnown;
         }
     }
-    return strNearest;
+    return strNearest.empty() ? "" : "perhaps " + strNearest;
 }
 
 }  // namespace host

@@ -18,8 +18,9 @@ public:
     std::vector<TextLine> vecLine;
     std::vector<Finding> vecFinding;
 
-    // The key nearest to strKey, or "" when none is near.
-    static std::string Nearest(const std::string& strKey, const std::vector<std::string>& vecKnown);
+    // What was expected in place of strKey: "perhaps" and the known key nearest to it, or "" when
+    // none is near.
+    static std::string Perhaps(const std::string& strKey, const std::vector<std::string>& vecKnown);
 };
 
 }  // namespace host

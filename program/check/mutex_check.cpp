@@ -1,5 +1,7 @@
 #include "check/mutex_file.h"
 
+#include "view/output.h"
+
 #include <algorithm>
 #include <string>
 #include <tuple>
@@ -22,7 +24,7 @@ std::string Join(const Runs& vecRun) {
     for (const auto& [nFirst, nLast] : vecRun) {
         for (std::int64_t n = nFirst;
              n <= nLast && nCount + static_cast<std::uint64_t>(n - nFirst) < NAMED_AT_MOST; ++n)
-            strText += (strText.empty() ? "" : ", ") + std::to_string(n);
+            AppendItem(strText, std::to_string(n));
         nCount += static_cast<std::uint64_t>(std::int64_t{nLast} - nFirst + 1);
     }
     if (nCount > NAMED_AT_MOST)

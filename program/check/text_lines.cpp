@@ -6,7 +6,6 @@
 #include "tovelkarin/stringutil.h"
 
 #include <algorithm>
-#include <cstring>
 #include <filesystem>
 
 namespace host {
@@ -37,10 +36,10 @@ std::string ReadText(const std::string& strFile) {
     std::error_code error;
     const std::filesystem::file_status status = std::filesystem::status(strFile, error);
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
-        throw CommandError(SYSTEM_FAILED, strFile + ": no plain file");
+        FailAsNoPlainFile(strFile);
     std::string strText;
     if (const int nError = NSTN_util::ReadStrFromFile(strFile, strText); nError != 0)
-        throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(nError));
+        FailWith(nError, strFile);
     return strText;
 }
 

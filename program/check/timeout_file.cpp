@@ -62,12 +62,9 @@ void TimeoutFile::ReadHeader(const Place& place, const std::string& strName) {
                  : strName == SECTION_DUAL    ? ESection::DUAL
                                               : ESection::OTHER;
     bCommon = bCommon || m_eSection == ESection::COMMON;
-    if (m_eSection == ESection::OTHER) {
-        const std::string strNearest =
-            LineFile::Nearest(strName, {SECTION_COMMON, SECTION_TIMEOUT, SECTION_DUAL});
+    if (m_eSection == ESection::OTHER)
         Add(ESeverity::WARNING, place, "nobody reads section '" + strName + "'",
-            strNearest.empty() ? "" : "perhaps " + strNearest);
-    }
+            LineFile::Perhaps(strName, {SECTION_COMMON, SECTION_TIMEOUT, SECTION_DUAL}));
     if (place.strText.front() != '[' || place.strText.find(']') + 1 != place.strText.size())
         Add(ESeverity::WARNING, place, "the whole line is taken for a section header",
             "[" + strName + "] alone");
@@ -103,12 +100,9 @@ void TimeoutFile::ReadCommon(const Place& place) {
                 "'" + strKey + "' contains '" + key.szName + "' and is read for it",
                 "a name that contains no other");
     }
-    if (!bKnown) {
-        const std::string strNearest =
-            LineFile::Nearest(strKey, {KEY_DEFAULT_TIMEOUT, KEY_OFFSET_TIME, KEY_AUTO_REFRESH});
+    if (!bKnown)
         Add(ESeverity::WARNING, place, "nobody reads '" + strKey + "'",
-            strNearest.empty() ? "" : "perhaps " + strNearest);
-    }
+            LineFile::Perhaps(strKey, {KEY_DEFAULT_TIMEOUT, KEY_OFFSET_TIME, KEY_AUTO_REFRESH}));
 }
 
 void TimeoutFile::ReadCommand(const Place& place) {

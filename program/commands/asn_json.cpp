@@ -1,5 +1,6 @@
 #include "commands/asn_json.h"
 
+#include "check/finding.h"
 #include "view/output.h"
 
 #include "zemb/asn.h"
@@ -104,11 +105,10 @@ private:
 
     CommandError Error(const Json::Value& json, const std::string& strExpected) const {
         const auto nStart = static_cast<std::size_t>(json.getOffsetStart());
-        std::size_t nLine = 1;
+        int nLine = 1;
         for (std::size_t i = 0; i < nStart && i < m_strText.size(); ++i)
             nLine += m_strText[i] == '\n' ? 1 : 0;
-        return CommandError(ANSWER_NO,
-                            m_strFile + ":" + std::to_string(nLine) + ": expected " + strExpected);
+        return CommandError(ANSWER_NO, PlaceText(m_strFile, nLine) + ": expected " + strExpected);
     }
 
     const std::string& m_strFile;

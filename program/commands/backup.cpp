@@ -62,12 +62,9 @@ int PutNodes(const Session& session, const BackupText& text) {
 
 // Findings of a text that is at hand go to standard error.
 int TellFindings(const std::vector<Finding>& vecFinding) {
-    bool bErrors = false;
-    for (const Finding& finding : vecFinding) {
-        bErrors = bErrors || finding.eSeverity == ESeverity::ERROR;
+    for (const Finding& finding : vecFinding)
         Complain(TextOf(finding));
-    }
-    return bErrors ? ANSWER_NO : DONE;
+    return CountErrors(vecFinding) == 0 ? DONE : ANSWER_NO;
 }
 
 int View(const Session& session, const BackupArguments& args) {
@@ -101,8 +98,9 @@ Step ReadStep(const std::string& strGroup, std::string strChild) {
             !NSTN_util::StrToInt(strChild.substr(nBracket + 1, strChild.size() - nBracket - 2),
                                  nChild, 10) ||
             nChild < 1)
-            throw CommandError(WRONG_USAGE, "backup get: '" + strChild +
-                                                "' is no child; expected such as PORT[2]");
+            throw CommandError(WRONG_USAGE,
+                               "'" + strChild + "' is no child; expected such as PORT[2]",
+                               EName::SUB_COMMAND);
         step.nChild = static_cast<std::size_t>(nChild);
         strChild.resize(nBracket);
     }
@@ -195,12 +193,15 @@ public:
             strName.resize(nColon);
         }
         if (nEqual == std::string::npos || strName.empty())
-            throw CommandError(WRONG_USAGE, "backup build: '" + strItem +
-                                                "' is no attribute; expected name=value");
+            throw CommandError(WRONG_USAGE,
+                               "'" + strItem + "' is no attribute; expected name=value",
+                               EName::SUB_COMMAND);
         if (!AddTyped(strName, strType, strItem.substr(nEqual + 1)))
-            throw CommandError(WRONG_USAGE, "backup build: '" + strItem +
-                                                "' is no such value; types are int, text, list "
-                                                "(numbers 1-3,7) and texts (a,b)");
+            throw CommandError(
+                WRONG_USAGE,
+                "'" + strItem +
+                    "' is no such value; types are int, text, list (numbers 1-3,7) and texts (a,b)",
+                EName::SUB_COMMAND);
     }
 
     void AddGroup(const std::vector<std::string>& vecChild, const std::string& strGroup) {
@@ -262,8 +263,8 @@ private:
 void AddGroup(Builder& builder, const std::string& strGroup) {
     const std::size_t nEqual = strGroup.find('=');
     if (nEqual == std::string::npos || nEqual == 0)
-        throw CommandError(WRONG_USAGE,
-                           "backup build: '" + strGroup + "' is no group; expected NAME=FILE");
+        throw CommandError(WRONG_USAGE, "'" + strGroup + "' is no group; expected NAME=FILE",
+                           EName::SUB_COMMAND);
     const std::string strFile = strGroup.substr(nEqual + 1);
     const BackupText text(strFile, ReadWhole(strFile));
     if (TellFindings(text.vecFinding) != DONE)

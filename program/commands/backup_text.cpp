@@ -8,7 +8,6 @@
 #include "zemb/control.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iostream>
 #include <iterator>
 #include <tuple>
@@ -381,7 +380,7 @@ Place BackupText::PlaceOf(std::size_t nAt) const {
 
 std::string BackupText::Where(std::size_t nAt) const {
     const Place place = PlaceOf(nAt);
-    return std::to_string(place.nLine) + ":" + std::to_string(place.nColumn);
+    return PlaceText("", place.nLine, place.nColumn);
 }
 
 bool BackupText::Fail(std::size_t nAt, const std::string& strWhat, const std::string& strExpected) {
@@ -400,7 +399,7 @@ std::string ReadWhole(const std::string& strFile) {
     std::string strText;
     const int nError = NSTN_util::ReadStrFromFile(strFile, strText);
     if (nError != 0)
-        throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(nError));
+        FailWith(nError, strFile);
     return strText;
 }
 

@@ -37,7 +37,7 @@ NSTN_util::TNReadCfg& ReaderOf(Session& session, const std::string& strFile) {
 
 int Show(Session& session, const CfgArguments& args) {
     if (args.strFile.empty())
-        throw CommandError(WRONG_USAGE, "cfg: which FILE?");
+        throw CommandError(WRONG_USAGE, "which FILE?", EName::COMMAND);
     NSTN_util::TNReadCfg& cfg = ReaderOf(session, args.strFile);
     Json::Value record(Json::objectValue);
     if (args.strKey.empty()) {
@@ -46,7 +46,7 @@ int Show(Session& session, const CfgArguments& args) {
         std::string strText;
         for (const auto& [strKey, strValue] : mapItem) {
             record[strKey] = strValue;
-            strText += (strText.empty() ? "" : "\n") + strKey + " = " + strValue;
+            AppendItem(strText, strKey + " = " + strValue, "\n");
         }
         session.out.Put(strText.empty() ? "no items" : strText, record);
         return DONE;

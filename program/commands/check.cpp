@@ -30,15 +30,11 @@ void PutFinding(const Output& out, const Finding& finding) {
 // Prints the findings and sums them up.
 int PutFindings(const Session& session, const CheckArguments& args,
                 const std::vector<Finding>& vecFinding, const std::string& strWhere) {
-    std::size_t nErrors = 0;
-    for (const Finding& finding : vecFinding) {
+    for (const Finding& finding : vecFinding)
         PutFinding(session.out, finding);
-        if (finding.eSeverity == ESeverity::ERROR)
-            ++nErrors;
-    }
+    const std::size_t nErrors = CountErrors(vecFinding);
     const std::size_t nWarnings = vecFinding.size() - nErrors;
-    session.out.Say(Counted(nErrors, "error") + ", " + Counted(nWarnings, "warning") + " in " +
-                    strWhere);
+    session.out.Say(SumText(nErrors, nWarnings) + " in " + strWhere);
     return nErrors > 0 || (args.bStrict && nWarnings > 0) ? ANSWER_NO : DONE;
 }
 

@@ -127,8 +127,10 @@ struct EventArguments {
 template <std::size_t SIZE>
 void Copy(char (&szField)[SIZE], const std::string& strText) {
     if (strText.size() >= SIZE)
-        throw CommandError(WRONG_USAGE, "event: a text of " + Counted(strText.size(), "byte") +
-                                            "; at most " + std::to_string(SIZE - 1));
+        throw CommandError(WRONG_USAGE,
+                           "a text of " + Counted(strText.size(), "byte") + "; at most " +
+                               std::to_string(SIZE - 1),
+                           EName::COMMAND);
     std::memcpy(szField, strText.data(), strText.size());
 }
 

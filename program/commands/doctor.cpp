@@ -81,7 +81,7 @@ public:
         CheckOperLog();
         CheckUserConfig();
         CheckBoxes();
-        m_out.Say(Counted(m_nErrors, "error") + ", " + Counted(m_nWarnings, "warning"));
+        m_out.Say(SumText(m_nErrors, m_nWarnings));
         return m_nErrors == 0 ? DONE : ANSWER_NO;
     }
 
@@ -211,11 +211,9 @@ private:
     bool PutFindings(const std::string& strPlace, const std::string& strNext, Find find) {
         try {
             const std::vector<Finding> vecFinding = find();
-            const auto nErrors = static_cast<std::size_t>(std::count_if(
-                vecFinding.begin(), vecFinding.end(),
-                [](const Finding& finding) { return finding.eSeverity == ESeverity::ERROR; }));
-            const std::string strText = strPlace + ": " + Counted(nErrors, "error") + ", " +
-                                        Counted(vecFinding.size() - nErrors, "warning");
+            const std::size_t nErrors = CountErrors(vecFinding);
+            const std::string strText =
+                strPlace + ": " + SumText(nErrors, vecFinding.size() - nErrors);
             if (nErrors != 0)
                 Fail("configuration", strText, strNext);
             else if (!vecFinding.empty())

@@ -2,7 +2,6 @@
 
 #include "tovelkarin/nml_filemgr.h"
 
-#include <cstring>
 #include <limits>
 
 // Paths, sizes, listings and pruning by the library's own functions. A dry run of pruning goes by
@@ -35,7 +34,7 @@ std::string Absolute(std::string strPath) {
 
 void FailOn(int nError, const std::string& strPath) {
     if (nError != 0)
-        throw CommandError(SYSTEM_FAILED, strPath + ": " + std::strerror(nError));
+        FailWith(nError, strPath);
 }
 
 int ShowSize(const Session& session, const FileArguments& args) {
@@ -59,7 +58,7 @@ int ShowSize(const Session& session, const FileArguments& args) {
     record["bytes"] = dBytes;
     record["entries"] = nCount;
     session.out.Put(std::to_string(static_cast<long>(dBytes)) + " bytes in " +
-                        (nCount == 1 ? "1 entry" : std::to_string(nCount) + " entries"),
+                        Counted(nCount, "entry", "entries"),
                     record);
     return DONE;
 }

@@ -23,7 +23,7 @@ namespace {
 
 void CheckItem(const std::string& strKey, const std::string& strValue) {
     const auto Refuse = [](const std::string& strWhy) {
-        throw CommandError(WRONG_USAGE, "cfg set: " + strWhy);
+        throw CommandError(WRONG_USAGE, strWhy, EName::SUB_COMMAND);
     };
     if (strKey.empty() || strKey.front() == '#' ||
         strKey.find_first_of(std::string("=\n\0", 3)) != std::string::npos ||

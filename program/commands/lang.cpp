@@ -49,7 +49,7 @@ Loaded LoadTexts(const LangArguments& args) {
     }
     vecName.push_back(nullptr);
     if (NSTN_util::TELangResMgr::Instance()->LoadLangFile(args.strDir.c_str(), vecName.data()) == 0)
-        throw CommandError(SYSTEM_FAILED, "lang: there is no usable installation root");
+        throw CommandError(SYSTEM_FAILED, "there is no usable installation root", EName::COMMAND);
     return {strFolder, vecFile.size() - nMissing, nMissing};
 }
 

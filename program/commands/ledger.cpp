@@ -69,7 +69,7 @@ std::string ObjectText(const TEOperObject& obj) {
 std::string ObjectsText(const std::list<TEOperObject>& listObj) {
     std::string strText;
     for (const TEOperObject& obj : listObj)
-        strText += (strText.empty() ? "" : ", ") + ObjectText(obj);
+        AppendItem(strText, ObjectText(obj));
     return strText.empty() ? "no object" : strText;
 }
 

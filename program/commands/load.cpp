@@ -53,8 +53,10 @@ constexpr std::uint64_t OPERATIONS_MOST = 1U << 20;  // each is asked for at the
 std::vector<int> OperationsOf(const MutexFile& table) {
     const std::uint64_t nCount = table.CountOperations();
     if (nCount > OPERATIONS_MOST)
-        throw CommandError(WRONG_USAGE, "load: the table names " + Counted(nCount, "operation") +
-                                            "; at most " + std::to_string(OPERATIONS_MOST));
+        throw CommandError(WRONG_USAGE,
+                           "the table names " + Counted(nCount, "operation") + "; at most " +
+                               std::to_string(OPERATIONS_MOST),
+                           EName::COMMAND);
     return table.Operations();
 }
 
@@ -65,10 +67,12 @@ public:
         : m_args(args), m_table(session.ledger.table), m_vecOper(OperationsOf(m_table)) {
         if (m_vecOper.empty())
             throw CommandError(WRONG_USAGE,
-                               "load: no table of operations; give --root DIR, or mutex load FILE");
+                               "no table of operations; give --root DIR, or mutex load FILE",
+                               EName::COMMAND);
         if (!session.ledger.Grants().empty() || TEMutexOperMgr::Instance()->HasRunningOper())
             throw CommandError(ANSWER_NO,
-                               "load: something is held, by grants or tasks: give it back first");
+                               "something is held, by grants or tasks: give it back first",
+                               EName::COMMAND);
     }
 
     int Run(const Session& session) {

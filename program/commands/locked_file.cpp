@@ -50,7 +50,7 @@ bool LockedFile::TryToLock() {
     if (m_file == -1 || fstat(m_file, &m_status) != 0)
         FailWithErrno(m_strFile);
     if (!S_ISREG(m_status.st_mode))
-        throw CommandError(SYSTEM_FAILED, m_strFile + ": no plain file");
+        FailAsNoPlainFile(m_strFile);
     if (flock(m_file, LOCK_EX | LOCK_NB) == 0)
         return fstat(m_file, &m_status) == 0 && IsStillNamed();
     if (errno != EWOULDBLOCK && errno != EINTR)
@@ -70,7 +70,7 @@ std::string LockedFile::Read() const {
     std::string strText;
     const std::string strSame = "/proc/self/fd/" + std::to_string(m_file);
     if (const int nError = NSTN_util::ReadStrFromFile(strSame, strText); nError != 0)
-        throw CommandError(SYSTEM_FAILED, m_strFile + ": " + std::strerror(nError));
+        FailWith(nError, m_strFile);
     return strText;
 }
 

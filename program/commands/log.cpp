@@ -54,7 +54,7 @@ LogLine Split(const std::string& strLine) {
 // Assertions, prints and exceptions are of every level.
 bool IsWanted(const LogLine& line, const LogArguments& args) {
     if (line.strKind.find_first_not_of("-0123456789") == std::string::npos &&
-        std::atoi(line.strKind.c_str()) < args.nLevel)
+        std::strtol(line.strKind.c_str(), nullptr, 10) < args.nLevel)
         return false;
     return (args.strFrom.empty() || line.strTime >= args.strFrom) &&
            (args.strTo.empty() || line.strTime < args.strTo) &&
@@ -139,9 +139,7 @@ void Follow(const Session& session, const LogArguments& args, LogReader& reader)
 }
 
 int ShowLog(const Session& session, const LogArguments& args) {
-    const std::string strFile = zemb::LogFileOf(args.strModule);
-    if (strFile.empty())
-        throw CommandError(WRONG_USAGE, "log: where? give --state DIR or --root DIR");
+    const std::string strFile = Session::RequireState(zemb::LogFileOf(args.strModule));
     LogReader reader(strFile);
     if (!reader.IsOpen())
         throw CommandError(ANSWER_NO, strFile + ": there is no log of this module");

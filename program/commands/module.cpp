@@ -34,8 +34,7 @@ int List(const Session& session, const ModuleArguments& /*args*/) {
         Json::Value interfaces(Json::arrayValue);
         for (ModuleInterface* const pInterface : listInterface) {
             const auto nVersion = static_cast<unsigned long>(pInterface->GetInterfaceVersion());
-            strInterfaces += (strInterfaces.empty() ? "" : ", ") + pInterface->GetInterfaceName() +
-                             " " + Hex(nVersion);
+            AppendItem(strInterfaces, pInterface->GetInterfaceName() + " " + Hex(nVersion));
             Json::Value entry;
             entry["name"] = pInterface->GetInterfaceName();
             entry["version"] = static_cast<Json::UInt64>(nVersion);

@@ -45,7 +45,7 @@ NewFile::NewFile(const std::string& strFile, mode_t nMost) : NewFile(strFile) {
     m_nMost = nMost;
     m_old = Named();
     if (m_old && !S_ISREG(m_old->st_mode))
-        throw CommandError(SYSTEM_FAILED, strFile + ": no plain file");
+        FailAsNoPlainFile(strFile);
     Open(nMost);
 }
 

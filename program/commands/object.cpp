@@ -35,11 +35,12 @@ bool Convert(int nType, FbType& type) {
 void ShowFbType(const Session& session, const std::string& strText) {
     int nType = 0;
     if (!NSTN_util::StrToInt(strText, nType, 10))
-        throw CommandError(WRONG_USAGE, "fbtype: '" + strText + "' is no number");
+        throw CommandError(WRONG_USAGE, "'" + strText + "' is no number", EName::COMMAND);
     FbType type;
     if (!Convert(nType, type))
-        throw CommandError(ANSWER_NO, "fbtype: no function block has type " + strText +
-                                          "; 'fbtype --table' lists them");
+        throw CommandError(
+            ANSWER_NO, "no function block has type " + strText + "; 'fbtype --table' lists them",
+            EName::COMMAND);
     Json::Value record;
     record["type"] = nType;
     record["fbtype"] = type.nFbType;
@@ -60,7 +61,7 @@ int ShowFbTypes(const Session& session) {
             continue;
         auto& [kept, strDetails] = mapType[type.nFbType];
         kept = type;
-        strDetails += (strDetails.empty() ? "" : " ") + std::to_string(nType);
+        AppendItem(strDetails, std::to_string(nType), " ");
     }
     Rows rows(session.out, {{"fbtype", "type"},
                             {"level", "level"},
@@ -219,7 +220,8 @@ void ShowLocation(const Session& session, const std::string& strText, unsigned s
     const auto nLocationID = static_cast<std::uint32_t>(nRead);
     if (*szEnd != '\0' || nLocationID != nRead)
         throw CommandError(WRONG_USAGE,
-                           "otn: '" + strText + "' is no location ID; expected such as 0x01100010");
+                           "'" + strText + "' is no location ID; expected such as 0x01100010",
+                           EName::COMMAND);
     std::list<NSTN_util::OTNLevelAndPathID> listLevel;
     if (!NSTN_util::TNOTNLevelPathUtil::GetLevelPathByLocationID(nLocationID, listLevel, n))
         throw CommandError(ANSWER_NO, "'" + strText + "' is the location ID of no path" +
@@ -257,7 +259,7 @@ struct FdnArguments {
 
 int ShowFdns(const Session& session, const FdnArguments& args) {
     if (args.texts.IsEmpty())
-        throw CommandError(WRONG_USAGE, "fdn: which FDN?");
+        throw CommandError(WRONG_USAGE, "which FDN?", EName::COMMAND);
     return args.texts.Each([&](const std::string& strText) { ShowFdn(session, strText); });
 }
 

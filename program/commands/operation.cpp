@@ -56,9 +56,9 @@ void Record(Session& session, int nOper, const std::list<TEOperObject>& listObj,
 int PutGranted(const Session& session, const Grant& grant) {
     Json::Value record = ToJson(grant);
     record["granted"] = true;
-    session.out.Put("granted " + std::to_string(grant.nId) + ": operation " +
-                        std::to_string(grant.nOper) + " on " + ObjectsText(grant.listObj) +
-                        " for " + grant.strBy,
+    session.out.Put("granted " + std::to_string(grant.nId) + ": " +
+                        RequestText(grant.nOper, ObjectsText(grant.listObj)) + " for " +
+                        grant.strBy,
                     record);
     return DONE;
 }
@@ -70,8 +70,8 @@ int PutRefused(const Session& session, int nOper, const std::list<TEOperObject>&
     record["operation"] = nOper;
     record["objects"] = ToJson(listObj);
     record["code"] = static_cast<Json::UInt64>(nCode);
-    std::string strText = "refused " + Hex(nCode) + " (" + std::to_string(nCode) + "): operation " +
-                          std::to_string(nOper) + " on " + ObjectsText(listObj);
+    std::string strText = "refused " + Hex(nCode) + " (" + std::to_string(nCode) +
+                          "): " + RequestText(nOper, ObjectsText(listObj));
     if (nCode == NSTE_util::ERR_MUTEX_NO_REQUEST) {
         strText += "\n  no current task with a request";
     } else if (const std::optional<Refusal> refusal = session.ledger.Explain(nOper, listObj)) {
@@ -157,8 +157,8 @@ int ReleaseGrant(Session& session, int nId) {
         TEMutexOperMgr::Instance()->ReleaseMutexOper(pGrant->nOper, pGrant->listObj);
     pGrant->pGuard = nullptr;
     Record(session, pGrant->nOper, pGrant->listObj, pGrant->strBy, 0, "released");
-    session.out.Put("released " + std::to_string(nId) + ": operation " +
-                        std::to_string(pGrant->nOper) + " on " + ObjectsText(pGrant->listObj),
+    session.out.Put("released " + std::to_string(nId) + ": " +
+                        RequestText(pGrant->nOper, ObjectsText(pGrant->listObj)),
                     ToJson(*pGrant));
     return DONE;
 }
@@ -175,8 +175,7 @@ int Release(Session& session, ReleaseArguments& args, bool bRaw) {
             Json::Value record;
             record["operation"] = args.nOper;
             record["objects"] = ToJson(std::list<TEOperObject>{obj});
-            session.out.Put("handed to the manager: operation " + std::to_string(args.nOper) +
-                                " on " + ObjectText(obj),
+            session.out.Put("handed to the manager: " + RequestText(args.nOper, ObjectText(obj)),
                             record);
         }
         return DONE;
@@ -187,8 +186,8 @@ int Release(Session& session, ReleaseArguments& args, bool bRaw) {
                 args.vecId.push_back(grant.nId);
         }
     else if (args.vecId.empty())
-        throw CommandError(WRONG_USAGE,
-                           "release: give the number of a grant, --all, or --oper with --on");
+        throw CommandError(WRONG_USAGE, "give the number of a grant, --all, or --oper with --on",
+                           EName::COMMAND);
     for (const int nId : args.vecId)
         ReleaseGrant(session, nId);
     return DONE;

@@ -108,7 +108,7 @@ std::string CsvField(const std::string& strText) {
 std::string CsvHeading() {
     std::string strLine;
     for (const Column& column : ENTRY)
-        strLine += (strLine.empty() ? "" : ",") + column.strKey;
+        AppendItem(strLine, column.strKey, ",");
     return strLine;
 }
 
@@ -116,20 +116,14 @@ std::string CsvLine(const zemb::OperLogRow& row) {
     std::string strLine;
     for (const Cell& cell : CellsOf(row)) {
         const std::string strValue = cell.value.asString();
-        strLine +=
-            (strLine.empty() ? "" : ",") + (cell.value.isString() ? CsvField(strValue) : strValue);
+        AppendItem(strLine, cell.value.isString() ? CsvField(strValue) : strValue, ",");
     }
     return strLine;
 }
 
-void RequireLog() {
-    if (zemb::OperLogFile().empty())
-        throw CommandError(WRONG_USAGE, "oplog: where? give --state DIR or --root DIR");
-}
-
 void Read(const zemb::OperLogFilter& filter,
           const std::function<bool(const zemb::OperLogRow&)>& take) {
-    RequireLog();
+    Session::RequireState(zemb::OperLogFile());
     std::string strError;
     if (!zemb::ReadOperLog(filter, take, strError))
         throw CommandError(SYSTEM_FAILED, strError);
@@ -154,7 +148,7 @@ int List(const Session& session, const OpLogArguments& args) {
     zemb::OperLogFilter filter = FilterOf(args);
     filter.nLast = args.nLast;
     if (args.bCsv && session.out.IsJson())
-        throw CommandError(WRONG_USAGE, "oplog list: --csv or --json, not both");
+        throw CommandError(WRONG_USAGE, "--csv or --json, not both", EName::SUB_COMMAND);
     if (args.bCsv)
         session.out.Say(CsvHeading());
     Rows rows(session.out, ENTRY, "no entries");
@@ -276,9 +270,10 @@ long long ExportToNew(const OpLogArguments& args) {
 int Export(const Session& session, const OpLogArguments& args) {
     namespace fs = std::filesystem;
     if (args.strFile == "-")
-        throw CommandError(WRONG_USAGE,
-                           "oplog export: to standard output: oplog list --last 0 --csv, "
-                           "or --json oplog list --last 0");
+        throw CommandError(
+            WRONG_USAGE,
+            "to standard output: oplog list --last 0 --csv, or --json oplog list --last 0",
+            EName::SUB_COMMAND);
     std::error_code error;
     const fs::file_status status = fs::symlink_status(args.strFile, error);
     if (fs::is_symlink(status) && !IsOwnFile(args.strFile))
@@ -296,11 +291,11 @@ int Export(const Session& session, const OpLogArguments& args) {
 }
 
 int Verify(const Session& session, const OpLogArguments& /*args*/) {
-    RequireLog();
+    const std::string strFile = Session::RequireState(zemb::OperLogFile());
     std::error_code error;
-    if (!std::filesystem::exists(zemb::OperLogFile(), error))
-        throw CommandError(ANSWER_NO, zemb::OperLogFile() + ": " +
-                                          (error ? error.message() : "there is no operation log"));
+    if (!std::filesystem::exists(strFile, error))
+        throw CommandError(
+            ANSWER_NO, strFile + ": " + (error ? error.message() : "there is no operation log"));
     const std::vector<std::string> vecProblem = zemb::VerifyOperLog();
     for (const std::string& strProblem : vecProblem) {
         Json::Value record;
@@ -310,7 +305,7 @@ int Verify(const Session& session, const OpLogArguments& /*args*/) {
     if (vecProblem.empty()) {
         Json::Value record;
         record["whole"] = true;
-        session.out.Put(zemb::OperLogFile() + ": whole", record);
+        session.out.Put(strFile + ": whole", record);
     }
     return vecProblem.empty() ? DONE : ANSWER_NO;
 }
@@ -322,7 +317,7 @@ int Prune(const Session& session, const OpLogArguments& args) {
         filter.strTo = args.strBefore;
         Read(filter, [&](const zemb::OperLogRow&) { return ++nDeleted > 0; });
     } else {
-        RequireLog();
+        Session::RequireState(zemb::OperLogFile());
         std::string strError;
         if (!zemb::PruneOperLog(args.strBefore, nDeleted, strError))
             throw CommandError(SYSTEM_FAILED, strError);
@@ -343,7 +338,7 @@ int Write(const Session& session, const OpLogArguments& args) {
     log.SetOperInfo(args.strText);
     log.SetOperObject(args.strObject);
     if (log.AddOperationLog(args.nCmd, nAddress, args.nUser, args.nResult, 0UL, 0, 0) != 0)
-        throw CommandError(WRONG_USAGE, "oplog write: command 0 is illegal");
+        throw CommandError(WRONG_USAGE, "command 0 is illegal", EName::SUB_COMMAND);
     if (args.nUser == 0 && nAddress == 0)
         throw CommandError(ANSWER_NO, "not written: neither user nor address");
     if (zemb::FlushOperLog() != 0)

@@ -144,7 +144,8 @@ long long ReadSpan(const std::string& strText) {
             nNumber < 1000000000 / nSeconds)
             return nNumber * nSeconds * SECOND;
     throw CommandError(WRONG_USAGE,
-                       "events: '" + strText + "' is no time; expected a number with s, m, h or d");
+                       "'" + strText + "' is no time; expected a number with s, m, h or d",
+                       EName::COMMAND);
 }
 
 struct EventsArguments {
@@ -181,7 +182,7 @@ private:
 BlackBox TheOnlyBox(const std::string& strProcess, const char* szWhat) {
     std::vector<BlackBox> vecBox = ChosenBoxes(strProcess);
     if (vecBox.size() > 1)
-        throw CommandError(WRONG_USAGE, std::string(szWhat) + " takes one process");
+        throw CommandError(WRONG_USAGE, std::string(szWhat) + " takes one process", EName::COMMAND);
     return std::move(vecBox.front());
 }
 
@@ -255,7 +256,7 @@ private:
 };
 
 int RecordEvents(const EventsArguments& args) {
-    const BlackBox box = TheOnlyBox(args.strProcess, "events: --record");
+    const BlackBox box = TheOnlyBox(args.strProcess, "--record");
     EventRecord record(args.strFile, box);
     const EventFilter all({});
     FollowEvents(
@@ -273,7 +274,7 @@ int Events(const Session& session, const EventsArguments& args) {
         return ShowProcesses(session, args.strProcess, [&](const BlackBox& box) {
             ShowEvents(session.out, box, args.nLast, Takes);
         });
-    const BlackBox box = TheOnlyBox(args.strProcess, "events: --follow");
+    const BlackBox box = TheOnlyBox(args.strProcess, "--follow");
     session.out.Say(ProcessText(box));
     ShowEvents(session.out, box, args.nLast, Takes);
     FollowEvents(
@@ -327,7 +328,7 @@ std::string TextOfCode(const BlackBox& box, const Ledger& ledger, const Refusal&
 }
 
 int Why(const Session& session, const WhyArguments& args) {
-    const BlackBox box = TheOnlyBox(args.strProcess, "why");
+    const BlackBox box = TheOnlyBox(args.strProcess, "it");
     std::list<NSTE_util::TEOperObject> listObj;
     for (const std::string& strObject : args.vecObject)
         listObj.push_back(ParseObject(strObject));
@@ -341,8 +342,7 @@ int Why(const Session& session, const WhyArguments& args) {
     record["process"] = box.nProcess;
     record["operation"] = args.nOper;
     record["granted"] = !refusal.has_value();
-    const std::string strWhat =
-        "operation " + std::to_string(args.nOper) + " on " + ObjectsText(listObj);
+    const std::string strWhat = RequestText(args.nOper, ObjectsText(listObj));
     if (!refusal) {
         session.out.Put(strWhat + " would be granted now", record);
         return DONE;

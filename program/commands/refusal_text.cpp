@@ -25,6 +25,10 @@ std::string QuotedLine(const Place& place) {
 
 }  // namespace
 
+std::string RequestText(int nOper, const std::string& strObjects) {
+    return "operation " + std::to_string(nOper) + " on " + strObjects;
+}
+
 Json::Value ToJson(const std::list<TEOperObject>& listObj) {
     Json::Value array(Json::arrayValue);
     for (const TEOperObject& obj : listObj) {
@@ -69,9 +73,8 @@ void ShowGrants(const Output& out, const std::list<Grant>& listGrant) {
 std::string RefusalText(const Refusal& refusal, Json::Value& record) {
     const Grant& grant = *refusal.pGrant;
     record["blocker"] = ToJson(grant);
-    std::string strText = "\n  in the way: operation " + std::to_string(grant.nOper) + " on " +
-                          ObjectText(refusal.obj) + ", held by " + grant.strBy + " since " +
-                          zemb::FormatTime(grant.nSince);
+    std::string strText = "\n  in the way: " + RequestText(grant.nOper, ObjectText(refusal.obj)) +
+                          ", held by " + grant.strBy + " since " + zemb::FormatTime(grant.nSince);
     if (grant.nId != 0)
         strText += " (grant " + std::to_string(grant.nId) + ")";
     if (refusal.rule) {

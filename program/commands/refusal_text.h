@@ -13,6 +13,9 @@ namespace host {
 Json::Value ToJson(const std::list<NSTE_util::TEOperObject>& listObj);
 Json::Value ToJson(const Grant& grant);
 
+// "operation 101 on NE 5".
+std::string RequestText(int nOper, const std::string& strObjects);
+
 // The list of grants that 'running' shows.
 void ShowGrants(const Output& out, const std::list<Grant>& listGrant);
 

@@ -136,7 +136,7 @@ int ShowErrors(const Session& session) {
         std::string strNumbers;
         for (const int nValue : error.listValue) {
             numbers.append(nValue);
-            strNumbers += (strNumbers.empty() ? "" : ",") + std::to_string(nValue);
+            AppendItem(strNumbers, std::to_string(nValue), ",");
         }
         const std::string strText =
             error.strFirst + (error.strSecond.empty() ? "" : "; ") + error.strSecond;

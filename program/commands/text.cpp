@@ -48,7 +48,7 @@ std::string Words(const std::string& strText, const std::string& strSeparators) 
     do {
         CStdString strWord;
         nStart = NSTN_util::GetWordFromLine(strLine, nStart, strSeparators, strWord);
-        strOut += (strOut.empty() ? "" : "\n") + strWord;
+        AppendItem(strOut, strWord, "\n");
     } while (nStart != -1);
     return strOut;
 }

@@ -39,9 +39,10 @@ std::tm ReadFields(const std::string& strText) {
             std::min(strText.find_first_not_of("0123456789", nAt), strText.size());
         std::string strField = strText.substr(nAt, nEnd - nAt);
         if (strField.empty() || !NSTN_util::TEStrSubStr2DateTime(nIndex, parts, strField))
-            throw CommandError(WRONG_USAGE, "time: '" + strText + "': bad " + FIELDS[nIndex] +
-                                                "; expected seconds since 1970 or "
-                                                "\"YYYY-MM-DD hh:mm:ss\"");
+            throw CommandError(WRONG_USAGE,
+                               "'" + strText + "': bad " + FIELDS[nIndex] +
+                                   "; expected seconds since 1970 or \"YYYY-MM-DD hh:mm:ss\"",
+                               EName::COMMAND);
         nAt = std::min(strText.find_first_of("0123456789", nEnd), strText.size());
     }
     return parts;
@@ -67,7 +68,7 @@ long ReadTime(const std::string& strText, bool bUtc) {
     const long nSeconds = std::strtol(strText.c_str(), &pEnd, 10);
     if (!strText.empty() && *pEnd == '\0') {
         if (errno == ERANGE)
-            throw CommandError(ANSWER_NO, "time: '" + strText + "': too large");
+            throw CommandError(ANSWER_NO, "'" + strText + "': too large", EName::COMMAND);
         return nSeconds;
     }
     const std::tm parts = ReadFields(strText);
@@ -89,8 +90,10 @@ long ReadTime(const std::string& strText, bool bUtc) {
 void ShowTime(const Session& session, long nSeconds) {
     std::tm utc{};
     if (gmtime_r(&nSeconds, &utc) == nullptr || utc.tm_year > 1000000 || utc.tm_year < -1000000)
-        throw CommandError(ANSWER_NO, "time: " + NSTN_util::ConvertLONGToStr(nSeconds, true) +
-                                          " seconds are beyond any calendar");
+        throw CommandError(
+            ANSWER_NO,
+            NSTN_util::ConvertLONGToStr(nSeconds, true) + " seconds are beyond any calendar",
+            EName::COMMAND);
     const std::tm local = NSTN_util::UTC2Local(nSeconds);
     Json::Value record;
     record["seconds"] = static_cast<Json::Int64>(nSeconds);
@@ -105,8 +108,9 @@ void ShowTime(const Session& session, long nSeconds) {
 
 int ShowTimes(const Session& session, const TimeArguments& args) {
     if (!args.strZone.empty() && !zemb::SetTimeZone(args.strZone))
-        throw CommandError(ANSWER_NO, "time: there is no zone '" + args.strZone +
-                                          "'; expected such as Europe/Berlin");
+        throw CommandError(
+            ANSWER_NO, "there is no zone '" + args.strZone + "'; expected such as Europe/Berlin",
+            EName::COMMAND);
     if (args.texts.IsEmpty())
         ShowTime(session, NSTN_util::GetCurUtcTime());
     return args.texts.Each(
@@ -118,9 +122,10 @@ long long ParseMoment(const std::string& strText) {
     tm parts{};
     const char* const pEnd = strptime(strText.c_str(), "%Y-%m-%d %H:%M:%S", &parts);
     if (pEnd == nullptr || *pEnd != '\0')
-        throw CommandError(WRONG_USAGE, "clock: '" + strText +
-                                            "': expected +SECONDS, -SECONDS or "
-                                            "\"YYYY-MM-DD hh:mm:ss\" (UTC)");
+        throw CommandError(
+            WRONG_USAGE,
+            "'" + strText + "': expected +SECONDS, -SECONDS or \"YYYY-MM-DD hh:mm:ss\" (UTC)",
+            EName::COMMAND);
     return static_cast<long long>(timegm(&parts)) * 1000000;
 }
 
@@ -129,7 +134,8 @@ int SetClock(Session& session, const std::string& strText) {
         char* pEnd = nullptr;
         const long nSeconds = std::strtol(strText.c_str(), &pEnd, 10);
         if (*pEnd != '\0' || nSeconds > 1000000000L || nSeconds < -1000000000L)
-            throw CommandError(WRONG_USAGE, "clock: '" + strText + "': expected whole seconds");
+            throw CommandError(WRONG_USAGE, "'" + strText + "': expected whole seconds",
+                               EName::COMMAND);
         session.clock.Advance(nSeconds);
     } else if (!strText.empty()) {
         session.clock.Freeze(ParseMoment(strText));

@@ -153,7 +153,7 @@ void Follow(Session& session, const std::string& strFile) {
 int ShowTimeouts(Session& session, const std::string& strGiven) {
     const std::string strFile = session.LoadTimeouts(strGiven);
     if (!session.timeouts)
-        throw CommandError(ANSWER_NO, "timeouts: no time-out file is loaded; give --file");
+        throw CommandError(ANSWER_NO, "no time-out file is loaded; give --file", EName::COMMAND);
     Follow(session, strFile);
     const TimeoutFile& file = *session.timeouts;
     std::set<int> setCmd;

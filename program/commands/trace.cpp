@@ -39,7 +39,7 @@ void FillCounted(std::string& strLine, const TraceArguments& args) {
 
 int WriteLine(const Session& session, const TraceArguments& args) {
     if (args.vecArgument.size() > ARGUMENTS_MAX)
-        throw CommandError(WRONG_USAGE, "trace line: at most 15 arguments");
+        throw CommandError(WRONG_USAGE, "at most 15 arguments", EName::SUB_COMMAND);
     std::string strLine;
     FillCounted<0>(strLine, args);
     NSTN_util::TNTrace2LogFile(args.strModule, args.nLevel, strLine);
@@ -89,7 +89,7 @@ Runner DefineSay(CLI::App& app) {
     return [pWords](Session& session) {
         std::string strText;
         for (const std::string& strWord : *pWords)
-            strText += (strText.empty() ? "" : " ") + strWord;
+            AppendItem(strText, strWord, " ");
         session.out.Say(strText);
         return DONE;
     };

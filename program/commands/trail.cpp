@@ -10,7 +10,7 @@ namespace {
 std::string NumbersText(const std::list<int>& listNumber) {
     std::string strText;
     for (const int nNumber : listNumber)
-        strText += (strText.empty() ? "" : ", ") + std::to_string(nNumber);
+        AppendItem(strText, std::to_string(nNumber));
     return strText.empty() ? "none" : strText;
 }
 

@@ -51,7 +51,8 @@ int SetUserCfg(const Session& /*session*/, const zemb::UserCfgItem& item) {
 void ShowNode(const Session& session, const std::string& strText) {
     int nId = 0;
     if (!NSTN_util::StrToInt(strText, nId, 10) || std::to_string(nId) != strText)
-        throw CommandError(WRONG_USAGE, "node: '" + strText + "' is no number of 32 bits");
+        throw CommandError(WRONG_USAGE, "'" + strText + "' is no number of 32 bits",
+                           EName::COMMAND);
     Json::Value record;
     record["id"] = nId;
     record["text"] = NSTN_util::GetVirtaulNodeIDByNeID(nId);

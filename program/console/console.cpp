@@ -1,5 +1,6 @@
 #include "console/console.h"
 
+#include "check/finding.h"
 #include "command.h"
 #include "console/interrupt.h"
 
@@ -128,7 +129,7 @@ int RunScript(Session& session, std::istream& input, const std::string& strName,
             session.out.Say(PROMPT + strLine);
         const int nStatus = RunLine(session, strLine);
         if (nStatus != DONE && nStatus != ANSWER_NO) {
-            Complain(strName + ":" + std::to_string(nLine) + ": ended here");
+            Complain(PlaceText(strName, nLine) + ": ended here");
             return nStatus;
         }
     }

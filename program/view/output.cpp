@@ -7,9 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <iostream>
 #include <string_view>
 
@@ -17,10 +15,6 @@
 // the library prints some lines of its own, and none of them may come between the objects. Control
 // characters are escaped on the way to a terminal, as texts of logs and files must not steer it.
 namespace host {
-
-void FailWithErrno(const std::string& strFile) {
-    throw CommandError(SYSTEM_FAILED, strFile + ": " + std::strerror(errno));
-}
 
 namespace {
 
@@ -98,6 +92,10 @@ std::string Table(const std::vector<std::vector<std::string>>& vecRow) {
         strTable += strTable.empty() ? strLine : "\n" + strLine;
     }
     return strTable;
+}
+
+void AppendItem(std::string& strList, const std::string& strItem, const char* szBetween) {
+    strList += (strList.empty() ? "" : szBetween) + strItem;
 }
 
 std::string Counted(std::size_t nCount, const std::string& strThing, const std::string& strThings) {

@@ -1,31 +1,15 @@
 #pragma once
 
+#include "view/command_error.h"
+
 #include <json/value.h>
 
 #include <cstdio>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace host {
-
-// Exit status of the program and of each command.
-constexpr int DONE = 0;
-constexpr int ANSWER_NO = 1;  // refused, not found, the file has faults
-constexpr int WRONG_USAGE = 2;
-constexpr int SYSTEM_FAILED = 3;
-
-// Ends a command with a status; the text goes to standard error behind the program's name.
-class CommandError : public std::runtime_error {
-public:
-    CommandError(int nStatusOf, const std::string& strText)
-        : std::runtime_error(strText), nStatus(nStatusOf) {}
-    const int nStatus;
-};
-
-// Throws it for a file that the system refused, as errno tells.
-[[noreturn]] void FailWithErrno(const std::string& strFile);
 
 // Standard output, line by line: texts for people, or one JSON object a line. With JSON, what
 // others in the process print to standard output goes to standard error from then on.
@@ -51,6 +35,9 @@ private:
 
 // Rows as columns two blanks apart; the first row is the heading.
 std::string Table(const std::vector<std::vector<std::string>>& vecRow);
+
+// Adds an item to a list that is read by people: "1, 3".
+void AppendItem(std::string& strList, const std::string& strItem, const char* szBetween = ", ");
 
 // "1 field", "2 fields"; strThings where an "s" is not enough.
 std::string Counted(std::size_t nCount, const std::string& strThing,

@@ -14,19 +14,20 @@ namespace host {
 
 namespace {
 
-int ConvertOne(const std::string& strText, const std::function<void(const std::string&)>& convert) {
+int ConvertOne(const std::string& strText, const std::function<void(const std::string&)>& convert,
+               const CLI::App& app) {
     try {
         convert(strText);
         return DONE;
     } catch (const CommandError& error) {
-        Complain(error.what());
-        return error.nStatus;
+        return Report(error, app);
     }
 }
 
 }  // namespace
 
 void Texts::Define(CLI::App& app, const std::string& strWhat, bool bRequired) {
+    m_pApp = &app;
     app.add_option("TEXT", m_vecText,
                    strWhat + "; -: each line of standard input; behind --: also what begins with -")
         ->required(bRequired);
@@ -36,13 +37,13 @@ int Texts::Each(const std::function<void(const std::string&)>& convert) const {
     int nWorst = DONE;
     for (const std::string& strText : m_vecText) {
         if (strText != "-") {
-            nWorst = std::max(nWorst, ConvertOne(strText, convert));
+            nWorst = std::max(nWorst, ConvertOne(strText, convert, *m_pApp));
             continue;
         }
         for (std::string strLine; std::getline(std::cin, strLine);) {
             if (!strLine.empty() && strLine.back() == '\r')
                 strLine.pop_back();
-            nWorst = std::max(nWorst, ConvertOne(strLine, convert));
+            nWorst = std::max(nWorst, ConvertOne(strLine, convert, *m_pApp));
         }
     }
     return nWorst;

@@ -25,6 +25,7 @@ public:
     int Each(const std::function<void(const std::string&)>& convert) const;
 
 private:
+    const CLI::App* m_pApp = nullptr;  // whose arguments they are
     std::vector<std::string> m_vecText;
 };
 
