@@ -1,5 +1,7 @@
 #include "command.h"
 
+#include "view/record.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -149,10 +151,7 @@ namespace {
 int PutHelp(const Output& out, const Command& command, std::string strHelp) {
     while (!strHelp.empty() && strHelp.back() == '\n')
         strHelp.pop_back();
-    Json::Value record;
-    record["command"] = command.szName;
-    record["help"] = strHelp;
-    out.Put(strHelp, record);
+    out.Put(strHelp, RecordOf({{"command", command.szName}, {"help", strHelp}}));
     return DONE;
 }
 

@@ -4,6 +4,7 @@
 #include "commands/task_runner.h"
 #include "commands/trail_holder.h"
 #include "view/output.h"
+#include "view/record.h"
 
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/tnreqtimeout.h"
@@ -151,12 +152,10 @@ void Session::EchoTrace(bool bOn) {
         return;
     m_pEcho = std::make_unique<zemb::ScopedDebugSink>(
         [this](const zemb::DebugLine& line) {
-            Json::Value record;
-            record["module"] = line.strModule;
-            record["kind"] = line.strKind;
-            record["text"] = line.strText;
-            out.Put("    log " + line.strModule + " " + line.strKind + " | " + line.strText,
-                    record);
+            out.Put(
+                "    log " + line.strModule + " " + line.strKind + " | " + line.strText,
+                RecordOf(
+                    {{"module", line.strModule}, {"kind", line.strKind}, {"text", line.strText}}));
         },
         true);
 }

@@ -1,5 +1,6 @@
 #include "commands/backup_text.h"
 #include "sub_commands.h"
+#include "view/record.h"
 #include "view/texts.h"
 
 #include "tovelkarin/nml_commondataapi.h"
@@ -278,9 +279,7 @@ int Build(const Session& session, const BackupArguments& args) {
         builder.AddItem(strItem);
     for (const std::string& strGroup : args.vecGroup)
         AddGroup(builder, strGroup);
-    Json::Value record;
-    record["text"] = builder.Text();
-    session.out.PutExact(builder.Text(), record);
+    session.out.PutExact(builder.Text(), RecordOf({{"text", builder.Text()}}));
     const int nStatus = TellFindings(BackupText(args.strName, builder.Text()).vecFinding);
     return std::max(nStatus, builder.Check());
 }

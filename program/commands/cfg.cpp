@@ -1,6 +1,7 @@
 #include "check/item_check.h"
 #include "commands/item_writer.h"
 #include "sub_commands.h"
+#include "view/record.h"
 
 #include "tovelkarin/tnreadcfg.h"
 
@@ -70,11 +71,9 @@ int Show(Session& session, const CfgArguments& args) {
 int Set(const Session& session, const CfgArguments& args) {
     const std::string strBefore =
         SetItem(args.strFile, args.strKey, args.strValue, args.bNew, args.nWait);
-    Json::Value record;
-    record["file"] = args.strFile;
-    record["key"] = args.strKey;
-    record["value"] = args.strValue;
-    session.out.Put(args.strFile + ": " + args.strKey + " = " + args.strValue + strBefore, record);
+    session.out.Put(
+        args.strFile + ": " + args.strKey + " = " + args.strValue + strBefore,
+        RecordOf({{"file", args.strFile}, {"key", args.strKey}, {"value", args.strValue}}));
     return DONE;
 }
 

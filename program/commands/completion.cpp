@@ -1,4 +1,5 @@
 #include "command.h"
+#include "view/record.h"
 
 #include <CLI/CLI.hpp>
 
@@ -73,9 +74,7 @@ std::string Script() {
 Runner DefineCompletion(CLI::App& /*app*/) {
     return [](Session& session) {
         const std::string strScript = Script();
-        Json::Value record;
-        record["completion"] = strScript;
-        session.out.Put(strScript, record);
+        session.out.Put(strScript, RecordOf({{"completion", strScript}}));
         return DONE;
     };
 }

@@ -2,6 +2,7 @@
 #include "commands/backup_text.h"
 #include "commands/processes.h"
 #include "sub_commands.h"
+#include "view/record.h"
 #include "view/rows.h"
 #include "view/texts.h"
 
@@ -66,11 +67,9 @@ void WithLines(Session& session, Fn fn) {
         return fn();
     const zemb::ScopedDebugSink sink(
         [&](const zemb::DebugLine& line) {
-            Json::Value record;
-            record["module"] = line.strModule;
-            record["kind"] = line.strKind;
-            record["text"] = line.strText;
-            session.out.Put(line.strText, record);
+            session.out.Put(line.strText, RecordOf({{"module", line.strModule},
+                                                    {"kind", line.strKind},
+                                                    {"text", line.strText}}));
         },
         true);
     fn();
@@ -140,12 +139,9 @@ int SendEvent(const Session& session, EventArguments& args, bool bData) {
     Copy(args.info.szObject, args.strObject);
     const int nHandled =
         TEEventMgr::Instance()->SendEvent(args.nEvent, bData ? &args.info : nullptr);
-    Json::Value record;
-    record["event"] = args.nEvent;
-    record["handled"] = nHandled;
     session.out.Put("event " + std::to_string(args.nEvent) + ": " +
                         Counted(static_cast<std::size_t>(nHandled), "handler") + " answered 0",
-                    record);
+                    RecordOf({{"event", args.nEvent}, {"handled", nHandled}}));
     return nHandled == 0 ? ANSWER_NO : DONE;
 }
 

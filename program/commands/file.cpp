@@ -1,4 +1,5 @@
 #include "sub_commands.h"
+#include "view/record.h"
 
 #include "tovelkarin/nml_filemgr.h"
 
@@ -21,9 +22,7 @@ struct FileArguments {
 };
 
 int Put(const Session& session, const std::string& strText) {
-    Json::Value record;
-    record["path"] = strText;
-    session.out.Put(strText, record);
+    session.out.Put(strText, RecordOf({{"path", strText}}));
     return DONE;
 }
 

@@ -1,6 +1,7 @@
 #include "command.h"
 #include "console/console.h"
 #include "view/manual.h"
+#include "view/record.h"
 
 #include <CLI/CLI.hpp>
 
@@ -41,9 +42,7 @@ struct HelpArguments {
 
 int ShowHelp(Session& session, HelpArguments args) {
     if (args.bMan) {
-        Json::Value record;
-        record["manual"] = ManualPage();
-        session.out.Put(ManualPage(), record);
+        session.out.Put(ManualPage(), RecordOf({{"manual", ManualPage()}}));
         return DONE;
     }
     if (!args.vecWord.empty()) {
@@ -53,10 +52,8 @@ int ShowHelp(Session& session, HelpArguments args) {
     session.out.Say(HelpText() + "\n'help COMMAND' tells more.");
     if (session.out.IsJson())
         for (const Command& command : Commands()) {
-            Json::Value record;
-            record["command"] = command.szName;
-            record["summary"] = command.szSummary;
-            session.out.Put("", record);
+            session.out.Put(
+                "", RecordOf({{"command", command.szName}, {"summary", command.szSummary}}));
         }
     return DONE;
 }

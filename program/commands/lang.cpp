@@ -1,6 +1,7 @@
 #include "base/root_files.h"
 #include "check/lang_file.h"
 #include "sub_commands.h"
+#include "view/record.h"
 #include "view/texts.h"
 
 #include "tovelkarin/telangresmgr.h"
@@ -55,10 +56,8 @@ Loaded LoadTexts(const LangArguments& args) {
 
 int Load(const Session& session, const LangArguments& args) {
     const Loaded loaded = LoadTexts(args);
-    Json::Value record;
-    record["folder"] = loaded.strFolder;
-    record["files"] = static_cast<Json::UInt64>(loaded.nFiles);
-    session.out.Put("loaded " + Counted(loaded.nFiles, "file") + " of " + loaded.strFolder, record);
+    session.out.Put("loaded " + Counted(loaded.nFiles, "file") + " of " + loaded.strFolder,
+                    RecordOf({{"folder", loaded.strFolder}, {"files", loaded.nFiles}}));
     return loaded.nMissing == 0 ? DONE : ANSWER_NO;
 }
 
@@ -67,10 +66,7 @@ void GetOne(const Session& session, const LangArguments& args, const std::string
     if (strText.empty())
         throw CommandError(ANSWER_NO, strKey + ": no text of that key is loaded" +
                                           (args.bLoad ? "" : "; 'lang load', or --load, loads"));
-    Json::Value record;
-    record["key"] = strKey;
-    record["text"] = strText;
-    session.out.Put(strText, record);
+    session.out.Put(strText, RecordOf({{"key", strKey}, {"text", strText}}));
 }
 
 int Get(const Session& session, const LangArguments& args) {
@@ -88,11 +84,9 @@ int Missing(const Session& session, const LangArguments& args) {
                          const std::string& strLanguage) {
         for (const auto& [strKey, place] : with.mapKey)
             if (without.mapKey.count(strKey) == 0) {
-                Json::Value record;
-                record["key"] = strKey;
-                record["missing_in"] = strLanguage;
                 session.out.Put(
-                    strKey + " is missing in " + strLanguage + " (" + place.Text() + ")", record);
+                    strKey + " is missing in " + strLanguage + " (" + place.Text() + ")",
+                    RecordOf({{"key", strKey}, {"missing_in", strLanguage}}));
                 ++nMissing;
             }
     };

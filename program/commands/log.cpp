@@ -1,5 +1,6 @@
 #include "command.h"
 #include "console/interrupt.h"
+#include "view/record.h"
 
 #include "tovelkarin/stringutil.h"
 #include "tovelkarin/utilif.h"
@@ -63,12 +64,10 @@ bool IsWanted(const LogLine& line, const LogArguments& args) {
 }
 
 void Put(const Session& session, const LogLine& line, const std::string& strLine) {
-    Json::Value record;
-    record["time"] = line.strTime;
-    record["thread"] = line.strThread;
-    record["kind"] = line.strKind;
-    record["text"] = line.strText;
-    session.out.Put(strLine, record);
+    session.out.Put(strLine, RecordOf({{"time", line.strTime},
+                                       {"thread", line.strThread},
+                                       {"kind", line.strKind},
+                                       {"text", line.strText}}));
 }
 
 // A log that others write, and whose file gives way to a new one.

@@ -1,4 +1,5 @@
 #include "sub_commands.h"
+#include "view/record.h"
 #include "view/rows.h"
 
 // Loads table files, and shows them as a matrix or a graph. Both have an entry for each pair of
@@ -17,10 +18,8 @@ int Load(Session& session, const MutexArguments& args) {
     int nStatus = DONE;
     for (const std::string& strFile : args.vecFile) {
         const bool bGood = session.LoadTable(strFile);
-        Json::Value record;
-        record["file"] = strFile;
-        record["good"] = bGood;
-        session.out.Put((bGood ? "loaded " : "loaded what is good of ") + strFile, record);
+        session.out.Put((bGood ? "loaded " : "loaded what is good of ") + strFile,
+                        RecordOf({{"file", strFile}, {"good", bGood}}));
         if (!bGood)
             nStatus = ANSWER_NO;
     }
@@ -77,9 +76,7 @@ void PutGraph(const Output& out, const MutexFile& table) {
             if (table.PairRule(nBlocker, nAsked) != nullptr)
                 strDot += "  \"" + std::to_string(nBlocker) + "\" -> \"" + std::to_string(nAsked) +
                           "\";\n";
-    Json::Value record;
-    record["dot"] = strDot + "}\n";
-    out.Put(strDot + "}", record);
+    out.Put(strDot + "}", RecordOf({{"dot", strDot + "}\n"}}));
 }
 
 int Matrix(Session& session, const MutexArguments& args) {

@@ -1,4 +1,5 @@
 #include "command.h"
+#include "view/record.h"
 #include "view/texts.h"
 
 #include "tovelkarin/nml_commondataapi.h"
@@ -56,12 +57,8 @@ void ShowIdentifier(const Session& session, const std::string& strText) {
             : Bare(strText.substr(0, nDash)) + "-" + Bare(strText.substr(nDash + 1)) == strWritten;
     if (!bWhole)
         WarnOfLoss(strText, strWritten);
-    Json::Value record;
-    record["neid"] = strWritten;
-    record["number"] = static_cast<Json::UInt64>(id);
-    record["hex"] = Hex(id);
     session.out.Put(strWritten + "  " + NSTN_util::ConvertULONGToStr(id, true) + "  " + Hex(id),
-                    record);
+                    RecordOf({{"neid", strWritten}, {"number", id}, {"hex", Hex(id)}}));
 }
 
 void ShowNumber(const Session& session, const std::string& strText) {
@@ -75,10 +72,7 @@ void ShowNumber(const Session& session, const std::string& strText) {
         WarnOfLoss(strText, strDecimal);
     }
     const std::string strHex = NSTN_util::IntToStr(static_cast<long>(nValue), true);
-    Json::Value record;
-    record["number"] = static_cast<Json::Int64>(nValue);
-    record["hex"] = strHex;
-    session.out.Put(strDecimal + "  " + strHex, record);
+    session.out.Put(strDecimal + "  " + strHex, RecordOf({{"number", nValue}, {"hex", strHex}}));
 }
 
 std::uint32_t ReadAddressOrNumber(const std::string& strText) {
@@ -101,13 +95,9 @@ std::uint32_t ReadAddressOrNumber(const std::string& strText) {
 void ShowAddress(const Session& session, const std::string& strText) {
     const std::uint32_t ip = ReadAddressOrNumber(strText);
     const std::string strDotted = NSTN_util::IPInt2String(static_cast<int>(ip));
-    Json::Value record;
-    record["ip"] = strDotted;
-    record["number"] = ip;
-    record["hex"] = Hex(ip);
     session.out.Put((strDotted.empty() ? "no address" : strDotted) + "  " +
                         NSTN_util::UInt2String(ip) + "  " + Hex(ip),
-                    record);
+                    RecordOf({{"ip", strDotted}, {"number", ip}, {"hex", Hex(ip)}}));
 }
 
 struct ListArguments {
@@ -196,10 +186,8 @@ void ShowOid(const Session& session, const std::string& strText) {
     WarnOfCutNumbers(strText);
     std::string strCompressed;
     NSTN_util::CompOID2Str(vec, strCompressed);
-    Json::Value record;
-    record["numbers"] = Numbers(vec);
-    record["oid"] = strCompressed;
-    session.out.Put(strCompressed + "  (" + Counted(vec.size(), "number") + ")", record);
+    session.out.Put(strCompressed + "  (" + Counted(vec.size(), "number") + ")",
+                    RecordOf({{"numbers", Numbers(vec)}, {"oid", strCompressed}}));
 }
 
 using Show = void (*)(const Session&, const std::string&);

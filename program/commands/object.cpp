@@ -1,4 +1,5 @@
 #include "sub_commands.h"
+#include "view/record.h"
 #include "view/rows.h"
 #include "view/texts.h"
 
@@ -41,15 +42,13 @@ void ShowFbType(const Session& session, const std::string& strText) {
         throw CommandError(
             ANSWER_NO, "no function block has type " + strText + "; 'fbtype --table' lists them",
             EName::COMMAND);
-    Json::Value record;
-    record["type"] = nType;
-    record["fbtype"] = type.nFbType;
-    record["level"] = type.strLevel;
-    record["low_level"] = type.strLowLevel;
     session.out.Put(std::to_string(nType) + " belongs to " + std::to_string(type.nFbType) + ", " +
                         type.strLevel +
                         (type.strLowLevel.empty() ? "" : " over " + type.strLowLevel),
-                    record);
+                    RecordOf({{"type", nType},
+                              {"fbtype", type.nFbType},
+                              {"level", type.strLevel},
+                              {"low_level", type.strLowLevel}}));
 }
 
 int ShowFbTypes(const Session& session) {
@@ -268,9 +267,7 @@ int BuildFdns(const Session& session, const FdnArguments& args) {
     NSTN_util::TNFdnMgr::Instance()->ConvertCxValue2FDNstring(
         {{args.vecValue.begin(), args.vecValue.end()}}, vecFdn);
     for (const std::string& strFdn : vecFdn) {
-        Json::Value record;
-        record["fdn"] = strFdn;
-        session.out.Put(strFdn, record);
+        session.out.Put(strFdn, RecordOf({{"fdn", strFdn}}));
     }
     return DONE;
 }

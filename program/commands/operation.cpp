@@ -2,6 +2,7 @@
 #include "commands/mission.h"
 #include "commands/processes.h"
 #include "commands/refusal_text.h"
+#include "view/record.h"
 
 #include "tovelkarin/teoperationlog.h"
 
@@ -172,11 +173,9 @@ int Release(Session& session, ReleaseArguments& args, bool bRaw) {
                                                   "release its grant");
             TEMutexOperMgr::Instance()->ReleaseMutexOper(args.nOper, obj);
             session.ledger.Forget(args.nOper, obj);
-            Json::Value record;
-            record["operation"] = args.nOper;
-            record["objects"] = ToJson(std::list<TEOperObject>{obj});
             session.out.Put("handed to the manager: " + RequestText(args.nOper, ObjectText(obj)),
-                            record);
+                            RecordOf({{"operation", args.nOper},
+                                      {"objects", ToJson(std::list<TEOperObject>{obj})}}));
         }
         return DONE;
     }

@@ -2,6 +2,7 @@
 #include "console/interrupt.h"
 #include "sub_commands.h"
 #include "view/progress_line.h"
+#include "view/record.h"
 #include "view/rows.h"
 #include "view/texts.h"
 
@@ -281,12 +282,9 @@ int Export(const Session& session, const OpLogArguments& args) {
                            args.strFile + ": a link; name the file that it leads to");
     const bool bNew = !fs::exists(status) || fs::is_regular_file(status);
     const long long nRows = bNew ? ExportToNew(args) : ExportInto(args);
-    Json::Value record;
-    record["file"] = args.strFile;
-    record["entries"] = static_cast<Json::Int64>(nRows);
     session.out.Put(
         Counted(static_cast<std::size_t>(nRows), "entry", "entries") + " to " + args.strFile,
-        record);
+        RecordOf({{"file", args.strFile}, {"entries", nRows}}));
     return DONE;
 }
 
@@ -298,14 +296,10 @@ int Verify(const Session& session, const OpLogArguments& /*args*/) {
             ANSWER_NO, strFile + ": " + (error ? error.message() : "there is no operation log"));
     const std::vector<std::string> vecProblem = zemb::VerifyOperLog();
     for (const std::string& strProblem : vecProblem) {
-        Json::Value record;
-        record["problem"] = strProblem;
-        session.out.Put(strProblem, record);
+        session.out.Put(strProblem, RecordOf({{"problem", strProblem}}));
     }
     if (vecProblem.empty()) {
-        Json::Value record;
-        record["whole"] = true;
-        session.out.Put(strFile + ": whole", record);
+        session.out.Put(strFile + ": whole", RecordOf({{"whole", true}}));
     }
     return vecProblem.empty() ? DONE : ANSWER_NO;
 }
@@ -322,13 +316,10 @@ int Prune(const Session& session, const OpLogArguments& args) {
         if (!zemb::PruneOperLog(args.strBefore, nDeleted, strError))
             throw CommandError(SYSTEM_FAILED, strError);
     }
-    Json::Value record;
-    record["entries"] = static_cast<Json::Int64>(nDeleted);
-    record["deleted"] = !args.bDryRun;
     session.out.Put(Counted(static_cast<std::size_t>(nDeleted), "entry", "entries") +
                         " from before " + args.strBefore +
                         (args.bDryRun ? " would be deleted" : " deleted"),
-                    record);
+                    RecordOf({{"entries", nDeleted}, {"deleted", !args.bDryRun}}));
     return DONE;
 }
 
@@ -344,9 +335,7 @@ int Write(const Session& session, const OpLogArguments& args) {
     if (zemb::FlushOperLog() != 0)
         throw CommandError(SYSTEM_FAILED, "not written: " + zemb::OperLogFile() +
                                               " cannot be; log/zembedded.log tells why");
-    Json::Value answer;
-    answer["written"] = true;
-    session.out.Put("written", answer);
+    session.out.Put("written", RecordOf({{"written", true}}));
     return DONE;
 }
 

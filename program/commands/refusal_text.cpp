@@ -1,5 +1,6 @@
 #include "commands/refusal_text.h"
 
+#include "view/record.h"
 #include "view/rows.h"
 
 #include "zemb/control.h"
@@ -11,12 +12,8 @@ using NSTE_util::TEOperObject;
 
 namespace {
 
-Json::Value RecordOf(const Place& place) {
-    Json::Value record;
-    record["file"] = place.strFile;
-    record["line"] = place.nLine;
-    record["text"] = place.strText;
-    return record;
+Json::Value RecordOfPlace(const Place& place) {
+    return RecordOf({{"file", place.strFile}, {"line", place.nLine}, {"text", place.strText}});
 }
 
 std::string QuotedLine(const Place& place) {
@@ -78,11 +75,11 @@ std::string RefusalText(const Refusal& refusal, Json::Value& record) {
     if (grant.nId != 0)
         strText += " (grant " + std::to_string(grant.nId) + ")";
     if (refusal.rule) {
-        record["rule"] = RecordOf(*refusal.rule);
+        record["rule"] = RecordOfPlace(*refusal.rule);
         strText += "\n  rule:       " + QuotedLine(*refusal.rule);
     }
     if (refusal.code)
-        record["code_line"] = RecordOf(*refusal.code);
+        record["code_line"] = RecordOfPlace(*refusal.code);
     return strText + "\n  code:       " +
            (refusal.code
                 ? QuotedLine(*refusal.code)

@@ -2,6 +2,7 @@
 #include "commands/task_runner.h"
 #include "sub_commands.h"
 #include "view/progress_line.h"
+#include "view/record.h"
 #include "view/rows.h"
 
 #include "tovelkarin/tedebugcommandmgr.h"
@@ -44,17 +45,13 @@ int RunTask(Session& session, const TaskArguments& args) {
                 if (line.IsShown() && !session.out.IsJson())
                     return line.Show(TitleOf(order) + ": " + std::to_string(nPercent) + " %  " +
                                      OnOneLine(strDesc));
-                Json::Value record;
-                record["percent"] = nPercent;
-                record["text"] = strDesc;
-                session.out.Put("  " + std::to_string(nPercent) + " %  " + strDesc, record);
+                session.out.Put("  " + std::to_string(nPercent) + " %  " + strDesc,
+                                RecordOf({{"percent", nPercent}, {"text", strDesc}}));
             });
         nResult = RunnerOf(session).Run(order);
     }
-    Json::Value record;
-    record["result"] = static_cast<Json::UInt64>(nResult);
     session.out.Put(TitleOf(order) + (nResult == 0 ? ": done" : ": ended with " + Hex(nResult)),
-                    record);
+                    RecordOf({{"result", nResult}}));
     return nResult == 0 ? DONE : ANSWER_NO;
 }
 
@@ -201,11 +198,9 @@ Runner DefineDebugCmd(CLI::App& app) {
     app.add_option("COMMAND", *pText, "the command")->required();
     return [pText](Session& session) {
         const std::string strAnswer = NSTN_util::TEDebugCommandMgr::Instance()->Excute(*pText);
-        Json::Value record;
-        record["answer"] = strAnswer;
         session.out.Put(
             strAnswer.empty() ? "(no answer: no debug command is ever registered)" : strAnswer,
-            record);
+            RecordOf({{"answer", strAnswer}}));
         return DONE;
     };
 }

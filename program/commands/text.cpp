@@ -1,4 +1,5 @@
 #include "command.h"
+#include "view/record.h"
 #include "view/texts.h"
 
 #include "tovelkarin/stringutil.h"
@@ -93,9 +94,7 @@ int Match(const Session& session, const MatchArguments& args) {
     const int nWorst = args.texts.Each([&](const std::string& strName) {
         if (!NSTN_util::IsNameMeetingRequire(strName, args.strPattern))
             return;
-        Json::Value record;
-        record["name"] = strName;
-        session.out.Put(strName, record);
+        session.out.Put(strName, RecordOf({{"name", strName}}));
         ++nFitting;
     });
     return nFitting == 0 ? ANSWER_NO : nWorst;
@@ -116,12 +115,9 @@ void ShowLike(const Session& session, const LikeArguments& args, const std::stri
         NSTN_util::TransWildcardForSqlLikeNotRepeat(strLike, bQuotes, !args.bAnchored);
     else
         NSTN_util::TransWildcardForSqlLikeNotRepeatEx(strLike, bQuotes, !args.bAnchored);
-    Json::Value record;
-    record["text"] = strText;
-    record["like"] = strLike;
     session.out.Put(
         args.strColumn.empty() ? strLike : args.strColumn + " LIKE '" + strLike + "' ESCAPE '\\'",
-        record);
+        RecordOf({{"text", strText}, {"like", strLike}}));
 }
 
 }  // namespace

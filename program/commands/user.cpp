@@ -1,4 +1,5 @@
 #include "sub_commands.h"
+#include "view/record.h"
 #include "view/rows.h"
 #include "view/texts.h"
 
@@ -35,9 +36,7 @@ int GetUserCfg(const Session& session, const zemb::UserCfgItem& item) {
     if (!NSTN_util::GetBoolIntEnvVarFromDB(item.strSection, item.strKey, nValue))
         throw CommandError(ANSWER_NO, "no value of '" + item.strKey + "' in '" + item.strSection +
                                           "' that is a number");
-    Json::Value record;
-    record["value"] = nValue;
-    session.out.Put(std::to_string(nValue), record);
+    session.out.Put(std::to_string(nValue), RecordOf({{"value", nValue}}));
     return DONE;
 }
 
@@ -75,9 +74,7 @@ int BeginChain(const Session& session, const ChainArguments& args) {
     const std::string strId = NSTN_util::BeginCallChain(args.strFirst);
     if (strId.empty())
         throw CommandError(ANSWER_NO, "nobody takes records; 'chain on' first");
-    Json::Value record;
-    record["id"] = strId;
-    session.out.Put("chain " + strId, record);
+    session.out.Put("chain " + strId, RecordOf({{"id", strId}}));
     return DONE;
 }
 

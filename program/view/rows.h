@@ -1,12 +1,12 @@
 #pragma once
 
 #include "view/output.h"
+#include "view/record.h"
 
 #include <json/value.h>
 
 #include <optional>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -23,25 +23,13 @@ struct Column {
 struct Cell {
     Cell() = default;  // no member in the record, an empty text in the table
     template <class Value>
-    Cell(const Value& valueOf) : value(ValueOf(valueOf)) {}
+    Cell(const Value& valueOf) : value(JsonOf(valueOf)) {}
     template <class Value>
     Cell(const Value& valueOf, std::string strText)
-        : value(ValueOf(valueOf)), text(std::move(strText)) {}
+        : value(JsonOf(valueOf)), text(std::move(strText)) {}
 
     Json::Value value;
     std::optional<std::string> text;
-
-private:
-    // Json::Value does not take every kind of integer.
-    template <class Value>
-    static Json::Value ValueOf(const Value& value) {
-        if constexpr (!std::is_integral_v<Value> || std::is_same_v<Value, bool>)
-            return value;
-        else if constexpr (std::is_signed_v<Value>)
-            return Json::Int64{value};
-        else
-            return Json::UInt64{value};
-    }
 };
 
 // A string that the table shows as it is, such as a path.
