@@ -25,6 +25,7 @@ struct LiveObject {
 // What made a request.
 enum class ELiveMaker : std::uint8_t { CALL, OBJECT_GUARD, NE_GUARD, LOCK, TRAIL_GUARD };
 
+// What a call does.
 enum class ELiveCall : std::uint8_t { ACQUIRE = 1, RELEASE = 2 };
 
 // What is counted: the names are those of LiveCounterName().
@@ -86,6 +87,7 @@ public:
     virtual void TaskSection(const ZembGnlTask* pTask, int nBase, int nRange, int nSteps,
                              int nStep) noexcept = 0;
 
+    // A counter rises by one.
     virtual void Counts(ELiveCounter eCounter) noexcept = 0;
 
 protected:
@@ -95,6 +97,7 @@ protected:
 // Who watches, or null. Lives to the end of the process once it is there.
 ZEMB_API extern std::atomic<LiveWatcher*> g_pLiveWatcher;
 
+// The same, as it is asked for at each report.
 inline LiveWatcher* Live() noexcept {
     return g_pLiveWatcher.load(std::memory_order_acquire);
 }

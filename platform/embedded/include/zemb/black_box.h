@@ -28,6 +28,7 @@ ZEMB_API void SetBlackBox(bool bWanted);
 ZEMB_API const char* LiveCounterName(ELiveCounter eCounter);
 ZEMB_API const char* LiveMakerName(ELiveMaker eMaker);
 
+// What became of a process.
 enum class EBoxState { ALIVE, STOPPED, DIED };
 
 // A box, without its contents.
@@ -74,6 +75,7 @@ struct BoxThread {
     long long nCallSince = 0;
 };
 
+// A task with a mission.
 struct BoxTask {
     std::uint32_t nTask = 0;
     std::uint32_t nMission = 0;
@@ -91,6 +93,7 @@ struct BoxTask {
     std::string strText;
 };
 
+// An error that an operation reported.
 struct BoxError {
     long long nTime = 0;
     std::uint64_t nCode = 0;
@@ -99,8 +102,10 @@ struct BoxError {
     std::string strText;
 };
 
+// What happened.
 enum class EBoxEvent : std::uint8_t { GRANTED = 1, REFUSED, GIVEN_BACK, TASK_BEGAN, TASK_ENDED };
 
+// Something that happened.
 struct BoxEvent {
     std::uint64_t nNumber = 0;  // from 0
     EBoxEvent eKind = EBoxEvent::GRANTED;
