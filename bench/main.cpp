@@ -100,6 +100,10 @@ constexpr Goal GOALS[] = {
     {"asn_list",                        1.5 },
     {"error_code",                      0.5 },
     {"message",                         1.5 },
+    {"box_request",                     1.4 },
+    {"box_request_read",                1.5 },
+    {"box_thread",                      1.3 },
+    {"box_step",                        1.2 },
 };
 
 constexpr Growth GROWTHS[] = {

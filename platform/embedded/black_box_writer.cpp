@@ -275,6 +275,8 @@ public:
         m_file.Make(m_layout, strProgram);
         if (m_pMemory == nullptr) {  // for good: a later box gets the same place
             m_pMemory = m_file.Memory();
+            m_pEvents = Records<box::Event>(box::EVENTS);
+            m_nEvents = m_layout.Records(box::EVENTS);
             m_held.pFirst = Records<box::Held>(box::HELD);
             m_held.nRecords = m_layout.Records(box::HELD);
             m_trails.pFirst = Records<box::Held>(box::TRAILS);
@@ -441,8 +443,9 @@ private:
                 return Count(state, ELiveCounter::EVENTS_LOST);
         box::Tallies& tallies = TalliesOf();
         const std::uint64_t nNumber = tallies.nNextEvent.load(std::memory_order_relaxed);
-        box::Event& event =
-            Records<box::Event>(box::EVENTS)[nNumber % m_layout.Records(box::EVENTS)];
+        // The next place, without a division.
+        m_nEventPlace = nNumber == 0 || m_nEventPlace + 1 == m_nEvents ? 0 : m_nEventPlace + 1;
+        box::Event& event = m_pEvents[m_nEventPlace];
         event.nSequence.store(2 * nNumber + 1, std::memory_order_relaxed);
         box::FenceOfWriter();
         event.nTime = state.nNow;
@@ -500,7 +503,10 @@ private:
     BoxFile m_file;
     char* m_pMemory = nullptr;
     std::atomic<std::uint32_t> m_nGeneration{0};
-    std::atomic<int> m_nRingLock{0};
+    std::atomic<int> m_nRingLock{0};  // of the next three
+    box::Event* m_pEvents = nullptr;
+    std::uint32_t m_nEvents = 0;
+    std::uint32_t m_nEventPlace = 0;  // of the last one
     Pool m_held{box::HELD};
     Pool m_trails{box::TRAILS};
     TaskRecords m_tasks;
