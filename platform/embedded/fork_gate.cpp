@@ -63,6 +63,8 @@ void AfterForkInParent() {
 // The gate is made anew: it may count threads that waited for it and do not exist here.
 void AfterForkInChild() {
     const bool bClosed = t_bForking && g_nInWithoutGate == 0;
+    if (t_bForking)
+        pthread_rwlock_unlock(&g_gate);  // else a thread checker takes the new one for held
     t_bForking = false;
     t_way = Way::NONE;
     g_nTurns = g_nGivenUp = 0;
