@@ -44,7 +44,7 @@ Life& TheLife() {
 // Stands in a child process for the box that it has not begun yet.
 class BoxOfChild final : public LiveWatcher {
 public:
-    void CallBegins(const LiveRequest& request, const LiveObject* pFirst,
+    void CallBegins(LiveRequest request, const LiveObject* pFirst,
                     std::size_t nFirst) noexcept override {
         Tell([&](LiveWatcher& watcher) { watcher.CallBegins(request, pFirst, nFirst); });
     }

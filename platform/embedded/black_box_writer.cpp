@@ -75,7 +75,7 @@ void AddTo(std::atomic<std::uint64_t>& nCounter, bool bShared) noexcept {
 
 class BlackBoxWriter final : public BoxWriter {
 public:
-    void CallBegins(const LiveRequest& request, const LiveObject* pFirst,
+    void CallBegins(LiveRequest request, const LiveObject* pFirst,
                     std::size_t nFirst) noexcept override {
         ThreadState& state = Self();
         state.request = request;
@@ -475,17 +475,13 @@ private:
         state = before;
     }
 
-    // The identifiers come from outside, so the hash has a secret.
+    // The identifiers come from outside, so the hash has secret factors.
     std::uint64_t HashOf(int nOper, const LiveObject& obj) const noexcept {
-        std::uint64_t n = m_nSecret + static_cast<std::uint32_t>(nOper);
-        for (const std::uint64_t nPart :
-             {static_cast<std::uint64_t>(static_cast<std::uint32_t>(obj.nNeId)) << 32 |
-                  static_cast<std::uint32_t>(obj.nObjId),
-              static_cast<std::uint64_t>(obj.lSubObjId)}) {
-            n = (n ^ nPart) * 0x9E3779B97F4A7C15ULL;
-            n = (n ^ (n >> 29)) * m_nFactor;
-        }
-        return n ^ (n >> 32);
+        const std::uint64_t n = static_cast<std::uint32_t>(nOper) * m_nOperFactor +
+                                static_cast<std::uint32_t>(obj.nNeId) * m_nNeFactor +
+                                static_cast<std::uint32_t>(obj.nObjId) * m_nObjFactor +
+                                static_cast<std::uint64_t>(obj.lSubObjId) * m_nSubFactor;
+        return n >> 32 ^ n;
     }
 
     template <class Record>
@@ -512,8 +508,10 @@ private:
     TaskRecords m_tasks;
     std::uint64_t m_nErrors = 0;
 
-    const std::uint64_t m_nSecret = RandomNumber();
-    const std::uint64_t m_nFactor = RandomNumber() | 1U;
+    const std::uint64_t m_nOperFactor = RandomNumber() | 1U;
+    const std::uint64_t m_nNeFactor = RandomNumber() | 1U;
+    const std::uint64_t m_nObjFactor = RandomNumber() | 1U;
+    const std::uint64_t m_nSubFactor = RandomNumber() | 1U;
 
     std::mutex m_lockSlots;
     std::vector<std::uint32_t> m_vecFreeSlot;

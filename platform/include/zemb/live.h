@@ -62,7 +62,7 @@ class ZEMB_API LiveWatcher {
 public:
     // The calling thread begins a request with these first objects (nFirst of them, four at most),
     // and ends it. What is told between belongs to it. Requests of one thread do not nest.
-    virtual void CallBegins(const LiveRequest& request, const LiveObject* pFirst,
+    virtual void CallBegins(LiveRequest request, const LiveObject* pFirst,
                             std::size_t nFirst) noexcept = 0;
     virtual void CallEnds() noexcept = 0;
 
