@@ -100,8 +100,8 @@ void AfterForkInChild() {
     if (pWriter == nullptr || !life.bUp)
         return;
     life.bUp = false;
-    pWriter->ChildBegan();
-    g_pLiveWatcher.store(&TheBoxOfChild(), std::memory_order_release);
+    life.bWanted = pWriter->ChildBegan();
+    g_pLiveWatcher.store(life.bWanted ? &TheBoxOfChild() : nullptr, std::memory_order_release);
 }
 
 bool IsSwitchedOff() {

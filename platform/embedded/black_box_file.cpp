@@ -195,12 +195,13 @@ void BoxFile::TakeAway() noexcept {
     if (lstat(m_strFile.c_str(), &status) == 0 && status.st_dev == m_nDevice &&
         status.st_ino == m_nInode)
         unlink(m_strFile.c_str());
-    Leave();
+    if (!Leave())
+        m_strFile.clear();  // the memory stays that of a file that nobody finds any more
 }
 
-void BoxFile::Leave() noexcept {
-    mmap(m_pMemory, m_nBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1,
-         0);
+bool BoxFile::Leave() noexcept {
+    return mmap(m_pMemory, m_nBytes, PROT_READ | PROT_WRITE,
+                MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) != MAP_FAILED;
 }
 
 }  // namespace zemb

@@ -44,8 +44,9 @@ public:
     char* Memory() const { return m_pMemory; }
     // Deletes the file. The memory goes on without it.
     void TakeAway() noexcept;
-    // The same, but the file stays: it is that of the process above this one.
-    void Leave() noexcept;
+    // The same, but the file stays: it is that of the process above this one. False when the memory
+    // is still that of the file.
+    [[nodiscard]] bool Leave() noexcept;
 
 private:
     std::string m_strFile;

@@ -311,11 +311,11 @@ public:
         });
     }
 
-    void ChildBegan() noexcept override {
+    bool ChildBegan() noexcept override {
         new (&m_lockSlots) std::mutex;  // another thread of the parent may have held it
         m_nRingLock = 0;
-        m_file.Leave();
         m_nGeneration.fetch_add(1, std::memory_order_release);
+        return m_file.Leave();
     }
 
     // The calling thread ends. One that is still registered stays to be seen.

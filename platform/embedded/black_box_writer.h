@@ -15,8 +15,8 @@ public:
     virtual void Begin(const std::string& strProgram) = 0;
     // Takes the file away. What is told afterwards goes nowhere.
     virtual void End() noexcept = 0;
-    // Lets go of the box of the process above this one.
-    virtual void ChildBegan() noexcept = 0;
+    // Lets go of the box of the process above this one. False: nothing may be told any more.
+    [[nodiscard]] virtual bool ChildBegan() noexcept = 0;
 
     // Under the lock of the facts.
     virtual void PutFacts() noexcept = 0;
