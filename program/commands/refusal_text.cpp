@@ -66,14 +66,20 @@ void ShowGrants(const Output& out, const std::list<Grant>& listGrant) {
     rows.Put();
 }
 
-std::string RefusalText(const Refusal& refusal, Json::Value& record) {
+std::string BlockerText(const Refusal& refusal) {
     const Grant& grant = *refusal.pGrant;
-    record["blocker"] = ToJson(grant);
-    std::string strText = "\n  in the way: operation " + std::to_string(grant.nOper) + " on " +
+    std::string strText = "operation " + std::to_string(grant.nOper) + " on " +
                           ObjectText(refusal.obj) + ", held by " + grant.strBy + " since " +
                           zemb::FormatTime(grant.nSince);
     if (grant.nId != 0)
         strText += " (grant " + std::to_string(grant.nId) + ")";
+    return strText;
+}
+
+std::string RefusalText(const Refusal& refusal, Json::Value& record) {
+    const Grant& grant = *refusal.pGrant;
+    record["blocker"] = ToJson(grant);
+    std::string strText = "\n  in the way: " + BlockerText(refusal);
     if (refusal.rule) {
         record["rule"] = RecordOf(*refusal.rule);
         strText += "\n  rule:       " + QuotedLine(*refusal.rule);
