@@ -10,7 +10,8 @@
 
 // The book beside the library's manager. To explain a refusal it goes through its grants in the
 // order of the manager's own three reasons, and picks the lowest operation as the manager does; so
-// what it names is what decided. A walk over all grants is enough here, because a person asks.
+// what it names is what decided. What overlaps a request comes from an index of the places that are
+// held, so that millions of recorded requests can be explained as well as the one of a person.
 namespace host {
 
 using NSTE_util::TEOperObject;
@@ -27,18 +28,6 @@ Integer ParseLevel(const std::string& strLevel, const std::string& strObject) {
                                             "': expected NE, NE/object or NE/object/sub-object, "
                                             "each a whole number");
     return nValue;
-}
-
-bool Overlaps(const TEOperObject& a, const TEOperObject& b) {
-    if (a.nNeId == 0 || b.nNeId == 0)
-        return true;
-    if (a.nNeId != b.nNeId)
-        return false;
-    if (a.nObjId == 0 || b.nObjId == 0)
-        return true;
-    if (a.nObjId != b.nObjId)
-        return false;
-    return a.lSubObjId == 0 || b.lSubObjId == 0 || a.lSubObjId == b.lSubObjId;
 }
 
 }  // namespace
@@ -73,16 +62,27 @@ std::string ObjectsText(const std::list<TEOperObject>& listObj) {
     return strText.empty() ? "no object" : strText;
 }
 
+Grant& Ledger::Append(Grant grant) {
+    const auto itGrant = m_listGrant.insert(m_listGrant.end(), std::move(grant));
+    for (auto itObj = itGrant->listObj.begin(); itObj != itGrant->listObj.end(); ++itObj)
+        m_places.Add(itGrant->nOper, {itGrant, itObj});
+    return *itGrant;
+}
+
+void Ledger::RemovePlaces(std::list<Grant>::iterator itGrant) {
+    for (auto itObj = itGrant->listObj.begin(); itObj != itGrant->listObj.end(); ++itObj)
+        m_places.Remove(itGrant->nOper, {itGrant, itObj});
+}
+
 const Grant& Ledger::Add(int nOper, std::list<TEOperObject> listObj, const std::string& strBy,
                          std::unique_ptr<NSTE_util::TEMutexOperNEGuard> pGuard) {
-    m_listGrant.push_back({++m_nLastId, nOper, std::move(listObj), zemb::NowMicroseconds(), strBy,
-                           std::move(pGuard), 0});
-    return m_listGrant.back();
+    return Append({++m_nLastId, nOper, std::move(listObj), zemb::NowMicroseconds(), strBy,
+                   std::move(pGuard), 0});
 }
 
 void Ledger::AddSince(int nOper, std::list<TEOperObject> listObj, const std::string& strBy,
                       long long nSince) {
-    m_listGrant.push_back({0, nOper, std::move(listObj), nSince, strBy, nullptr, 0});
+    Append({0, nOper, std::move(listObj), nSince, strBy, nullptr, 0});
 }
 
 void Ledger::AddTask(int nTask, int nOper, const TEOperObject& obj, const std::string& strBy) {
@@ -91,7 +91,14 @@ void Ledger::AddTask(int nTask, int nOper, const TEOperObject& obj, const std::s
 }
 
 void Ledger::RemoveTask(int nTask) {
-    m_listGrant.remove_if([nTask](const Grant& grant) { return grant.nTask == nTask; });
+    for (auto it = m_listGrant.begin(); it != m_listGrant.end();) {
+        if (it->nTask != nTask) {
+            ++it;
+            continue;
+        }
+        RemovePlaces(it);
+        it = m_listGrant.erase(it);
+    }
 }
 
 std::unique_ptr<Grant> Ledger::Take(int nId) {
@@ -99,23 +106,32 @@ std::unique_ptr<Grant> Ledger::Take(int nId) {
                                  [nId](const Grant& grant) { return grant.nId == nId; });
     if (it == m_listGrant.end())
         return nullptr;
+    RemovePlaces(it);
     auto pGrant = std::make_unique<Grant>(std::move(*it));
     m_listGrant.erase(it);
     return pGrant;
 }
 
 void Ledger::Forget(int nOper, const TEOperObject& obj) {
-    for (auto it = m_listGrant.begin(); it != m_listGrant.end(); ++it) {
-        if (it->nOper != nOper || it->IsInGuard())
-            continue;
-        const auto itObj = std::find(it->listObj.begin(), it->listObj.end(), obj);
-        if (itObj == it->listObj.end())
-            continue;
-        it->listObj.erase(itObj);
-        if (it->listObj.empty())
-            m_listGrant.erase(it);
+    const HeldPlaces::Entries* const pEntries = m_places.On(nOper, obj);
+    if (pEntries == nullptr)
         return;
-    }
+    const auto it = std::find_if(pEntries->begin(), pEntries->end(), [&](const auto& numbered) {
+        const HeldPlaces::Entry& entry = numbered.second;
+        return !entry.itGrant->IsInGuard() && *entry.itObj == obj;
+    });
+    if (it == pEntries->end())
+        return;
+    const HeldPlaces::Entry entry = it->second;
+    m_places.Remove(nOper, entry);
+    entry.itGrant->listObj.erase(entry.itObj);
+    if (entry.itGrant->listObj.empty())
+        m_listGrant.erase(entry.itGrant);
+}
+
+void Ledger::ForgetAll() {
+    m_places.Clear();
+    m_listGrant.clear();
 }
 
 bool Ledger::IsOnlyInGuards(int nOper, const TEOperObject& obj) const {
@@ -132,53 +148,67 @@ bool Ledger::IsOnlyInGuards(int nOper, const TEOperObject& obj) const {
 
 namespace {
 
-// The first held object of a grant that overlaps one that is asked for; null when none does.
-const TEOperObject* FindOverlap(const Grant& grant, const std::list<TEOperObject>& listObj) {
-    for (const TEOperObject& held : grant.listObj)
-        for (const TEOperObject& wanted : listObj)
-            if (Overlaps(wanted, held))
-                return &held;
-    return nullptr;
-}
+// What decides among the held objects that one rule concerns: the lowest operation, and of its
+// objects the one that was held first.
+class Decisive {
+public:
+    void Offer(const HeldPlaces::Opers::value_type& held, const Place* pRule) {
+        const auto& [nOper, entries] = held;
+        const std::pair<int, std::uint64_t> order{nOper, entries.begin()->first};
+        if (m_refusal && m_order <= order)
+            return;
+        const HeldPlaces::Entry& first = entries.begin()->second;
+        m_order = order;
+        m_refusal = Refusal{&*first.itGrant, *first.itObj, std::nullopt, std::nullopt};
+        if (pRule != nullptr)
+            m_refusal->rule = *pRule;
+    }
+    std::optional<Refusal>& Get() { return m_refusal; }
 
-// Keeps the grant of the lowest operation among those a rule concerns.
-void Offer(std::optional<Refusal>& best, const Grant& grant, const TEOperObject& held,
-           const Place& rule) {
-    if (!best || grant.nOper < best->pGrant->nOper)
-        best = Refusal{&grant, held, rule, std::nullopt};
-}
+private:
+    std::pair<int, std::uint64_t> m_order{};
+    std::optional<Refusal> m_refusal;
+};
 
 }  // namespace
 
+std::optional<Refusal> Ledger::FirstHeld(int nHolder,
+                                         const std::list<TEOperObject>& listObj) const {
+    Decisive decisive;
+    for (const TEOperObject& wanted : listObj)
+        m_places.ForOverlaps(wanted, [&](const HeldPlaces::Opers& opers) {
+            if (const auto it = opers.find(nHolder); it != opers.end())
+                decisive.Offer(*it, nullptr);
+        });
+    return decisive.Get();
+}
+
 std::optional<Refusal> Ledger::Explain(int nOper, const std::list<TEOperObject>& listObj) const {
     const Place* const pSelf = table.ExclusiveRule(nOper);
-    std::optional<Refusal> bySelf;
-    std::optional<Refusal> byExclusive;
-    std::optional<Refusal> byTable;
-    for (const Grant& grant : m_listGrant) {
-        const Place* const pExclusive = table.ExclusiveRule(grant.nOper);
-        const Place* const pTable = table.PairRule(grant.nOper, nOper);
-        if (pSelf == nullptr && pExclusive == nullptr && pTable == nullptr)
-            continue;
-        const TEOperObject* const pHeld = FindOverlap(grant, listObj);
-        if (pHeld == nullptr)
-            continue;
-        if (pSelf != nullptr)
-            Offer(bySelf, grant, *pHeld, *pSelf);
-        if (pExclusive != nullptr)
-            Offer(byExclusive, grant, *pHeld, *pExclusive);
-        if (pTable != nullptr)
-            Offer(byTable, grant, *pHeld, *pTable);
-    }
+    Decisive bySelf;
+    Decisive byExclusive;
+    Decisive byTable;
+    for (const TEOperObject& wanted : listObj)
+        m_places.ForOverlaps(wanted, [&](const HeldPlaces::Opers& opers) {
+            for (const auto& held : opers) {
+                if (pSelf != nullptr)
+                    bySelf.Offer(held, pSelf);
+                if (const Place* const pExclusive = table.ExclusiveRule(held.first))
+                    byExclusive.Offer(held, pExclusive);
+                if (const Place* const pTable = table.PairRule(held.first, nOper))
+                    byTable.Offer(held, pTable);
+            }
+        });
     // As in the manager: a code of 0 answers an exclusive request, and is overlooked by the others.
-    for (std::optional<Refusal>* const pRefusal : {&bySelf, &byExclusive, &byTable}) {
-        if (!*pRefusal)
+    for (Decisive* const pDecisive : {&bySelf, &byExclusive, &byTable}) {
+        std::optional<Refusal>& refusal = pDecisive->Get();
+        if (!refusal)
             continue;
-        const auto itCode = table.mapCode.find((*pRefusal)->pGrant->nOper);
+        const auto itCode = table.mapCode.find(refusal->pGrant->nOper);
         if (itCode != table.mapCode.end())
-            (*pRefusal)->code = itCode->second.place;
-        if (pRefusal == &bySelf || itCode == table.mapCode.end() || itCode->second.nCode != 0)
-            return *pRefusal;
+            refusal->code = itCode->second.place;
+        if (pDecisive == &bySelf || itCode == table.mapCode.end() || itCode->second.nCode != 0)
+            return refusal;
     }
     return std::nullopt;
 }

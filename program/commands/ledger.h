@@ -1,6 +1,7 @@
 #pragma once
 
 #include "check/mutex_file.h"
+#include "commands/held_places.h"
 
 #include "tovelkarin/temutexoperguard.h"
 #include "tovelkarin/temutexopermgr.h"
@@ -61,15 +62,25 @@ public:
     bool IsOnlyInGuards(int nOper, const NSTE_util::TEOperObject& obj) const;
     // Forgets one held object that equals obj and is in no guard, as the manager does.
     void Forget(int nOper, const NSTE_util::TEOperObject& obj);
+    // Begins anew, with the same table.
+    void ForgetAll();
     const std::list<Grant>& Grants() const { return m_listGrant; }
 
     // Which grant is in the way of the request, in the order in which the manager looks. The
-    // manager may still have answered 0: when that is the code of the grant in the way.
+    // manager may still have answered 0: when that is the code of the grant in the way. Cost: does
+    // not depend on what is held.
     std::optional<Refusal> Explain(int nOper,
                                    const std::list<NSTE_util::TEOperObject>& listObj) const;
+    // The first that nHolder holds in the place of a request, whatever the table says.
+    std::optional<Refusal> FirstHeld(int nHolder,
+                                     const std::list<NSTE_util::TEOperObject>& listObj) const;
 
 private:
+    Grant& Append(Grant grant);
+    void RemovePlaces(std::list<Grant>::iterator itGrant);
+
     std::list<Grant> m_listGrant;
+    HeldPlaces m_places;
     int m_nLastId = 0;
 };
 

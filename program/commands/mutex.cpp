@@ -1,3 +1,4 @@
+#include "commands/replay.h"
 #include "sub_commands.h"
 #include "view/record.h"
 #include "view/rows.h"
@@ -10,6 +11,7 @@ namespace {
 
 struct MutexArguments {
     std::vector<std::string> vecFile;
+    std::vector<std::string> vecTable;
     bool bDot = false;
 };
 
@@ -93,6 +95,19 @@ int Matrix(Session& session, const MutexArguments& args) {
     return DONE;
 }
 
+int Replay(const Session& session, const MutexArguments& args) {
+    return ReplayRecords(session, args.vecFile, args.vecTable);
+}
+
+constexpr const char* REPLAY_FOOTER =
+    "Tells which requests would be refused that were granted, and the reverse, each with what is\n"
+    "in the way. Everything else goes on as it was recorded: what was granted is held until it "
+    "was\n"
+    "given back, also where the other table would refuse it, and what was refused holds nothing.\n"
+    "Behind a gap only what was granted since counts as held.\n\n"
+    "Exit status: 0 nothing changes, 1 something does, 2 a file is no record or no table.\n\n"
+    "Example:\n  mutex replay day.events --table new.cfg";
+
 }  // namespace
 
 Runner DefineMutex(CLI::App& app) {
@@ -104,6 +119,13 @@ Runner DefineMutex(CLI::App& app) {
         commands.Add("matrix", "show which running operation (column) blocks which (row)", Matrix);
     pMatrix->add_option("FILE", args.vecFile, "table files; none: what is loaded");
     pMatrix->add_flag("--dot", args.bDot, "as a graph for graphviz");
+    CLI::App* const pReplay =
+        commands.Add("replay", "play what 'events --record' wrote against another table", Replay);
+    pReplay->footer(REPLAY_FOOTER);
+    pReplay->add_option("FILE", args.vecFile, "records")->required();
+    pReplay->add_option("--table", args.vecTable, "the other table; may be given several times")
+        ->required()
+        ->allow_extra_args(false);
     return commands.RunGiven();
 }
 

@@ -180,13 +180,17 @@ void ShowFacts(const Output& out, const zemb::BlackBox& box) {
     rows.Put();
 }
 
+const char* EventName(zemb::EBoxEvent eKind) {
+    return EVENT_NAMES[static_cast<std::size_t>(eKind)];
+}
+
 Json::Value RecordOfEvent(const zemb::BoxEvent& event) {
     const bool bTask = event.eKind >= zemb::EBoxEvent::TASK_BEGAN;
     const bool bTrail = event.eMaker == zemb::ELiveMaker::TRAIL_GUARD;
     Json::Value record;
     record["number"] = static_cast<Json::UInt64>(event.nNumber);
     record["time"] = zemb::FormatTime(event.nTime);
-    record["event"] = EVENT_NAMES[static_cast<std::size_t>(event.eKind)];
+    record["event"] = EventName(event.eKind);
     record["thread"] = event.nThread;
     if (event.nTask != 0)
         record["task"] = event.nTask;
@@ -217,8 +221,7 @@ Json::Value RecordOfEvent(const zemb::BoxEvent& event) {
 
 std::string LineOfEvent(const zemb::BoxEvent& event) {
     std::string strLine = zemb::FormatTime(event.nTime) + "  thread " +
-                          std::to_string(event.nThread) + "  " +
-                          EVENT_NAMES[static_cast<std::size_t>(event.eKind)];
+                          std::to_string(event.nThread) + "  " + EventName(event.eKind);
     if (event.eKind >= zemb::EBoxEvent::TASK_BEGAN)
         return strLine + ": task " + std::to_string(event.nTask);
     if (event.eMaker != zemb::ELiveMaker::TRAIL_GUARD)

@@ -242,6 +242,8 @@ private:
         Json::Value record;
         record["record"] = "held";
         record["operation"] = held.nOper;
+        record["since"] = zemb::FormatTime(held.nSince);
+        record["by"] = HolderText(held);
         if (!held.bNoObject) {
             Json::Value& levels = record["object"];
             levels.append(held.obj.nNeId);

@@ -53,6 +53,9 @@ void ShowFacts(const Output& out, const zemb::BlackBox& box);
 void ShowEvents(const Output& out, const zemb::BlackBox& box, std::size_t nLast,
                 const std::function<bool(const zemb::BoxEvent& event)>& fnTakes);
 
+// "granted", "task began".
+const char* EventName(zemb::EBoxEvent eKind);
+
 // An event as a record, and as a line for people.
 Json::Value RecordOfEvent(const zemb::BoxEvent& event);
 std::string LineOfEvent(const zemb::BoxEvent& event);

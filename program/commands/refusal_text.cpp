@@ -67,13 +67,19 @@ void ShowGrants(const Output& out, const std::list<Grant>& listGrant) {
     rows.Put();
 }
 
+std::string BlockerText(const Refusal& refusal) {
+    const Grant& grant = *refusal.pGrant;
+    std::string strText = RequestText(grant.nOper, ObjectText(refusal.obj)) + ", held by " +
+                          grant.strBy + " since " + zemb::FormatTime(grant.nSince);
+    if (grant.nId != 0)
+        strText += " (grant " + std::to_string(grant.nId) + ")";
+    return strText;
+}
+
 std::string RefusalText(const Refusal& refusal, Json::Value& record) {
     const Grant& grant = *refusal.pGrant;
     record["blocker"] = ToJson(grant);
-    std::string strText = "\n  in the way: " + RequestText(grant.nOper, ObjectText(refusal.obj)) +
-                          ", held by " + grant.strBy + " since " + zemb::FormatTime(grant.nSince);
-    if (grant.nId != 0)
-        strText += " (grant " + std::to_string(grant.nId) + ")";
+    std::string strText = "\n  in the way: " + BlockerText(refusal);
     if (refusal.rule) {
         record["rule"] = RecordOfPlace(*refusal.rule);
         strText += "\n  rule:       " + QuotedLine(*refusal.rule);

@@ -19,6 +19,9 @@ std::string RequestText(int nOper, const std::string& strObjects);
 // The list of grants that 'running' shows.
 void ShowGrants(const Output& out, const std::list<Grant>& listGrant);
 
+// "operation 101 on NE 5/7, held by alice since ...", of what is in the way.
+std::string BlockerText(const Refusal& refusal);
+
 // Why a request was refused, in lines that each begin with a line feed: what is in the way and
 // since when, the rule and the line of the code. Adds the same to the record.
 std::string RefusalText(const Refusal& refusal, Json::Value& record);
