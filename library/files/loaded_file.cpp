@@ -4,19 +4,12 @@
 
 #include "zemb/live.h"
 
-#include <array>
-#include <cinttypes>
-#include <cstdio>
 #include <iostream>
 
 namespace NSTN_util {
 
 void TellLoaded(const char* szKind, const std::string& strFile, const ContentMark& mark) noexcept {
-    GuardedCall([&] {
-        std::array<char, 32> szMark{};
-        std::snprintf(szMark.data(), szMark.size(), "content %016" PRIx64, mark.Get());
-        zemb::LiveFact(szKind, strFile, szMark.data());
-    });
+    GuardedCall([&] { zemb::LiveFact(szKind, strFile, mark.Text()); });
 }
 
 void TellLoaded(const char* szKind, const std::string& strFile, std::string_view strText) noexcept {

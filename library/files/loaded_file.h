@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cinttypes>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -20,7 +22,12 @@ public:
         m_nMark += strPart.size() + 1;  // where a part ends counts
     }
 
-    std::uint64_t Get() const { return m_nMark; }
+    // As it is told.
+    std::string Text() const {
+        char szMark[32];
+        std::snprintf(szMark, sizeof szMark, "content %016" PRIx64, m_nMark);
+        return szMark;
+    }
 
 private:
     void Mix(const char* pOctets, std::size_t nOctets) noexcept {

@@ -34,6 +34,7 @@ struct Life {
     std::mutex lock;
     bool bWanted = true;
     bool bUp = false;
+    bool bChild = false;  // of a process that had a box
     std::string strProgram;
 };
 Life& TheLife() {
@@ -81,7 +82,8 @@ public:
 private:
     template <class Fn>
     void Tell(Fn fn) noexcept {
-        BeginBlackBox();
+        if (Live() == this)
+            BeginBlackBox();
         LiveWatcher* const pWatcher = Live();
         if (pWatcher != nullptr && pWatcher != this)
             fn(*pWatcher);
@@ -100,6 +102,7 @@ void AfterForkInChild() {
     if (pWriter == nullptr || !life.bUp)
         return;
     life.bUp = false;
+    life.bChild = true;
     life.bWanted = pWriter->ChildBegan();
     g_pLiveWatcher.store(life.bWanted ? &TheBoxOfChild() : nullptr, std::memory_order_release);
 }
@@ -117,7 +120,8 @@ bool Make(Life& life) {
     static_cast<void>(s_nRegistered);
     TheBoxOfChild();
     BoxWriter& writer = TheBoxWriter();
-    writer.Begin(life.strProgram.empty() ? program_invocation_short_name : life.strProgram);
+    writer.Begin(life.strProgram.empty() ? program_invocation_short_name : life.strProgram,
+                 !life.bChild);
     g_pWriter.store(&writer, std::memory_order_release);
     life.bUp = true;
     return true;
@@ -144,13 +148,13 @@ void BeginBlackBox() noexcept {
         } catch (const std::exception& error) {
             g_pLiveWatcher.store(nullptr, std::memory_order_release);
             strError = error.what();
+            strError += "; nothing can be seen of this process from outside";
         }
     } catch (...) {
         return;  // a text could not be kept, or the lock not taken
     }
     if (!strError.empty())
-        TellOfPlatform("black box: ",
-                       strError + "; nothing can be seen of this process from outside");
+        TellOfPlatform("black box: ", strError);
 }
 
 void EndBlackBox() noexcept {
@@ -173,14 +177,14 @@ void SetProcessName(const std::string& strName) {
     life.strProgram = strName;
 }
 
-void PutLiveFacts() noexcept {
-    if (BoxWriter* const pWriter = g_pWriter.load(std::memory_order_acquire))
+void PutLiveFacts() {
+    if (BoxWriter* const pWriter = g_pWriter.load(std::memory_order_acquire);
+        pWriter != nullptr && pWriter == Live())
         pWriter->PutFacts();
 }
 
 void PutLiveTask(const LiveTask& task, TaskPlace& place) noexcept {
-    if (Live() == &TheBoxOfChild())
-        BeginBlackBox();
+    // A child's box is not begun here, where a lock is held.
     if (BoxWriter* const pWriter = g_pWriter.load(std::memory_order_acquire);
         pWriter != nullptr && pWriter == Live())
         pWriter->PutTask(task, place);

@@ -11,12 +11,14 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -122,10 +124,18 @@ void Fill(box::Header& header, const BoxLayout& layout, const std::string& strPr
     std::strncpy(header.szState, GetStatePath().c_str(), sizeof header.szState - 1);
 }
 
+// Whether a box that cannot be read has the name of a process that is not there.
+bool IsOfNobody(const std::string& strFile) {
+    EProcess eState{};
+    const std::string strName = std::filesystem::path(strFile).filename().string();
+    StartTicksOf(static_cast<std::uint32_t>(std::strtoul(strName.c_str(), nullptr, 10)), eState);
+    return eState == EProcess::GONE;
+}
+
 void DeleteOld() {
     std::vector<std::pair<std::int64_t, std::string>> vecGone;
     for (const BoxSummary& box : ListBlackBoxes(GetStatePath()))
-        if (box.strError.empty() && box.eState == EBoxState::DIED)
+        if (box.strError.empty() ? box.eState == EBoxState::DIED : IsOfNobody(box.strFile))
             vecGone.emplace_back(box.nBegun, box.strFile);
     if (vecGone.size() <= BOXES_KEPT)
         return;
@@ -158,10 +168,16 @@ std::string BoxFolder() {
     return strState.empty() ? "" : strState + "/run";
 }
 
-void BoxFile::Make(const BoxLayout& layout, const std::string& strProgram) {
-    const std::string strFile = BoxFolder() + "/" + std::to_string(getpid()) + ".box";
+void BoxFile::Make(const BoxLayout& layout, const std::string& strProgram, bool bDeleteOld) {
+    const std::string strFile =
+        std::filesystem::absolute(BoxFolder()).string() + "/" + std::to_string(getpid()) + ".box";
+    // Beyond this the system would end the process.
+    rlimit limit{};
+    if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < layout.Bytes())
+        Fail(strFile, EFBIG);
     MakeStateFolder(BoxFolder());
-    DeleteOld();
+    if (bDeleteOld)
+        DeleteOld();
     const Descriptor file(OpenNew(strFile));
     const auto Refuse = [&](int nError) {
         unlink(strFile.c_str());

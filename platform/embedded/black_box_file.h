@@ -36,9 +36,9 @@ std::string BoxFolder();
 // never given back.
 class BoxFile {
 public:
-    // Makes the file, with all its room on the disk, and maps it. Old boxes give way: of processes
-    // that are gone the last 16 stay. Throws std::system_error.
-    void Make(const BoxLayout& layout, const std::string& strProgram);
+    // Makes the file, with all its room on the disk, and maps it. With bDeleteOld old boxes give
+    // way: of processes that are gone the last 16 stay. Throws std::system_error.
+    void Make(const BoxLayout& layout, const std::string& strProgram, bool bDeleteOld);
     // From now on readers know it.
     void Complete() noexcept;
     char* Memory() const { return m_pMemory; }

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -27,6 +28,7 @@ namespace {
 
 constexpr std::size_t CHUNK_BYTES = 1U << 16;
 constexpr int TRIES = 50;
+constexpr std::uint32_t RECORDS_MOST = 1U << 20;
 constexpr const char* COUNTER_NAMES[] = {
     "grants",          "refusals",     "releases",       "threads",          "progress_steps",
     "timeout_queries", "reloads",      "language_loads", "lines_written",    "lines_lost",
@@ -131,8 +133,8 @@ private:
         for (int i = 0; i < box::PARTS; ++i) {
             const box::PartPlace& part = header.arrPart[i];
             if (part.nRecordBytes != RECORD_BYTES[i] || part.nRecords == 0 ||
-                part.nOffset < box::HEADER_BYTES || part.nOffset % sizeof(std::uint64_t) != 0 ||
-                part.nOffset > header.nFileBytes ||
+                part.nRecords > RECORDS_MOST || part.nOffset < box::HEADER_BYTES ||
+                part.nOffset % sizeof(std::uint64_t) != 0 || part.nOffset > header.nFileBytes ||
                 std::uint64_t{part.nRecords} * part.nRecordBytes > header.nFileBytes - part.nOffset)
                 throw BoxFault("its layout is not that of its version");
         }
@@ -183,6 +185,10 @@ private:
 
 EBoxState StateOf(const box::Header& header, const std::string& strBoot) {
     EProcess eState{};
+    // Where /proc hides the processes of others, they are still known to be there.
+    if (strBoot == TextOf(header.szBoot) && StartTicksOf(header.nProcess, eState) == 0 &&
+        kill(static_cast<pid_t>(header.nProcess), 0) != 0 && errno == EPERM)
+        return EBoxState::ALIVE;
     if (strBoot != TextOf(header.szBoot) ||
         StartTicksOf(header.nProcess, eState) != header.nStartTicks || eState == EProcess::GONE)
         return EBoxState::DIED;
@@ -346,6 +352,12 @@ private:
                          [](const auto& a, const auto& b) { return a.nTask < b.nTask; });
     }
 
+    std::uint64_t NextEvent() const {
+        std::uint64_t nNext = 0;
+        m_reader.Read(box::TALLIES_AT, reinterpret_cast<char*>(&nNext), sizeof nNext);
+        return nNext;
+    }
+
     void ReadErrors() {
         std::vector<std::pair<std::uint64_t, BoxError>> vecError;
         m_reader.ForEach<box::Error>(box::ERRORS, [&](auto&, const box::Error& error, auto&, auto) {
@@ -359,9 +371,13 @@ private:
     }
 
     void ReadEvents() {
+        // What comes while the ring is read is left for the next reading, so that nothing is
+        // missing.
+        const std::uint64_t nNext = NextEvent();
         m_reader.ForEach<box::Event>(box::EVENTS, [&](auto&, const box::Event& event, auto&, auto) {
             if (event.nKind < static_cast<std::uint8_t>(EBoxEvent::GRANTED) ||
-                event.nKind > static_cast<std::uint8_t>(EBoxEvent::TASK_ENDED))
+                event.nKind > static_cast<std::uint8_t>(EBoxEvent::TASK_ENDED) ||
+                event.nSequence.load(std::memory_order_relaxed) / 2 > nNext)
                 return;
             m_box.vecEvent.push_back({event.nSequence.load(std::memory_order_relaxed) / 2 - 1,
                                       static_cast<EBoxEvent>(event.nKind), MakerOf(event.nMaker),
@@ -374,7 +390,8 @@ private:
         alignas(8) char arrTallies[sizeof(box::Tallies)];
         m_reader.Read(box::TALLIES_AT, arrTallies, sizeof arrTallies);
         const auto& tallies = *reinterpret_cast<const box::Tallies*>(arrTallies);
-        m_box.nNextEvent = tallies.nNextEvent;
+        m_box.nNextEvent = nNext;
+        m_box.nFactsNotShown = tallies.arrNotShown[box::FACTS];
         m_box.nHeldNotShown = tallies.arrNotShown[box::HELD];
         m_box.nTrailsNotShown = tallies.arrNotShown[box::TRAILS];
         m_box.nThreadsNotShown = tallies.arrNotShown[box::THREADS];

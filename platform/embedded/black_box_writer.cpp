@@ -51,6 +51,7 @@ struct ThreadState {
     std::uint32_t nMissionTask;  // for which nMission was asked, and when
     std::uint32_t nMissionChanges;
     std::uint32_t nMissionFound;
+    std::uint32_t nCallGeneration;  // the box in which the call began
 };
 thread_local ThreadState t_state __attribute__((tls_model("initial-exec")));
 
@@ -79,6 +80,7 @@ public:
                     std::size_t nFirst) noexcept override {
         ThreadState& state = Self();
         state.request = request;
+        state.nCallGeneration = state.nGeneration;
         state.nNow = NowCoarseMicroseconds();
         LookAtTask(state);
         box::Thread* const pRecord = state.pRecord;
@@ -104,6 +106,8 @@ public:
 
     void Granted(const LiveObject& obj, std::size_t nPlace) noexcept override {
         ThreadState& state = Self();
+        if (state.nCallGeneration != state.nGeneration)
+            return;  // the call began in another box
         if (nPlace <= 1)
             Count(state, ELiveCounter::GRANTS);
         Pool& pool = PoolOf(state.request.eMaker);
@@ -134,6 +138,8 @@ public:
     void Refused(const LiveObject& obj, std::size_t nPlace, int nBlocker,
                  unsigned long nCode) noexcept override {
         ThreadState& state = Self();
+        if (state.nCallGeneration != state.nGeneration)
+            return;  // the call began in another box
         if (nPlace <= 1)
             Count(state, ELiveCounter::REFUSALS);
         AddEvent(state, box::REFUSED, obj, nPlace, state.request.nOper, nBlocker, nCode);
@@ -141,6 +147,8 @@ public:
 
     void GivenBack(int nOper, const LiveObject& obj, std::size_t nPlace) noexcept override {
         ThreadState& state = Self();
+        if (state.nCallGeneration != state.nGeneration)
+            return;  // the call began in another box
         if (nPlace <= 1)
             Count(state, ELiveCounter::RELEASES);
         Pool& pool = PoolOf(state.request.eMaker);
@@ -171,17 +179,15 @@ public:
     void ThreadWorks(std::string_view strLabel, int nNesting,
                      std::int64_t nSinceSeconds) noexcept override {
         ThreadState& state = Self();
-        const bool bComes = nNesting == 1;
-        if (bComes)
-            Count(state, ELiveCounter::THREADS);
         box::Thread* const pRecord = state.pRecord;
+        if (nNesting == 1 && (pRecord == nullptr || pRecord->nNesting == 0))
+            Count(state, ELiveCounter::THREADS);
         if (pRecord == nullptr)
             return;
         box::Put(*pRecord, [&](box::Thread& thread) {
             thread.nNesting = nNesting;
             thread.nSince = nSinceSeconds * 1000000;
-            if (bComes)
-                CopyText(thread.szLabel, strLabel);
+            CopyText(thread.szLabel, strLabel);
         });
     }
 
@@ -271,8 +277,8 @@ public:
         });
     }
 
-    void Begin(const std::string& strProgram) override {
-        m_file.Make(m_layout, strProgram);
+    void Begin(const std::string& strProgram, bool bDeleteOld) override {
+        m_file.Make(m_layout, strProgram, bDeleteOld);
         if (m_pMemory == nullptr) {  // for good: a later box gets the same place
             m_pMemory = m_file.Memory();
             m_pEvents = Records<box::Event>(box::EVENTS);
@@ -294,12 +300,13 @@ public:
 
     void End() noexcept override { m_file.TakeAway(); }
 
-    void PutFacts() noexcept override {
+    void PutFacts() override {
         std::uint32_t i = 0;
+        std::uint64_t nNotShown = 0;
         const std::uint32_t nRecords = m_layout.Records(box::FACTS);
         ForEachLiveFact([&](const std::string& strFact) {
             if (i == nRecords)
-                return AddTo(NotShown(box::FACTS), true);
+                return static_cast<void>(++nNotShown);
             box::Fact& fact = Records<box::Fact>(box::FACTS)[i++];
             const std::size_t nLength = std::min(strFact.size(), sizeof fact.szText - 1);
             if (std::memcmp(fact.szText, strFact.data(), nLength) != 0 ||
@@ -309,6 +316,7 @@ public:
                     std::memset(record.szText + nLength, 0, sizeof record.szText - nLength);
                 });
         });
+        NotShown(box::FACTS) = nNotShown;
     }
 
     bool ChildBegan() noexcept override {
@@ -434,17 +442,24 @@ private:
         AddTo(record.arrCounter[static_cast<std::size_t>(eCounter)], bShared);
     }
 
-    // Never waits for long: an event for which there is no time is counted as lost.
+    // Never waits for long: an event for which there is no time is counted as lost, and uses up a
+    // number, so that readers see that it is missing.
     void AddEvent(const ThreadState& state, box::EEvent eKind, const LiveObject& obj,
                   std::size_t nPlace, int nOper, int nBlocker, unsigned long nCode) noexcept {
         int nSpins = 0;
         while (m_nRingLock.exchange(1, std::memory_order_acquire) != 0)
-            if (++nSpins == SPINS)
+            if (++nSpins == SPINS) {
+                m_nSkipped.fetch_add(1, std::memory_order_relaxed);
                 return Count(state, ELiveCounter::EVENTS_LOST);
+            }
         box::Tallies& tallies = TalliesOf();
-        const std::uint64_t nNumber = tallies.nNextEvent.load(std::memory_order_relaxed);
-        // The next place, without a division.
-        m_nEventPlace = nNumber == 0 || m_nEventPlace + 1 == m_nEvents ? 0 : m_nEventPlace + 1;
+        std::uint64_t nNumber = tallies.nNextEvent.load(std::memory_order_relaxed);
+        if (m_nSkipped.load(std::memory_order_relaxed) != 0) {
+            nNumber += m_nSkipped.exchange(0, std::memory_order_relaxed);
+            m_nEventPlace = static_cast<std::uint32_t>(nNumber % m_nEvents);
+        } else {  // the next place, without a division
+            m_nEventPlace = nNumber == 0 || m_nEventPlace + 1 == m_nEvents ? 0 : m_nEventPlace + 1;
+        }
         box::Event& event = m_pEvents[m_nEventPlace];
         event.nSequence.store(2 * nNumber + 1, std::memory_order_relaxed);
         box::FenceOfWriter();
@@ -499,7 +514,8 @@ private:
     BoxFile m_file;
     char* m_pMemory = nullptr;
     std::atomic<std::uint32_t> m_nGeneration{0};
-    std::atomic<int> m_nRingLock{0};  // of the next three
+    std::atomic<std::uint64_t> m_nSkipped{0};  // events that were lost since the last one
+    std::atomic<int> m_nRingLock{0};           // of the next three
     box::Event* m_pEvents = nullptr;
     std::uint32_t m_nEvents = 0;
     std::uint32_t m_nEventPlace = 0;  // of the last one
@@ -529,12 +545,10 @@ void AtThreadEnd(void* /*unused*/) {
 
 // Has AtThreadEnd called when the calling thread ends; not for the thread that ends the process.
 void WatchThreadEnd() noexcept {
-    static const pthread_key_t s_key = [] {
-        pthread_key_t key{};
-        pthread_key_create(&key, AtThreadEnd);
-        return key;
-    }();
-    pthread_setspecific(s_key, &t_state);
+    static pthread_key_t s_key;
+    static const bool s_bMade = pthread_key_create(&s_key, AtThreadEnd) == 0;
+    if (s_bMade)  // else its place is not used again
+        pthread_setspecific(s_key, &t_state);
 }
 
 void BlackBoxWriter::FindPlace(ThreadState& state) noexcept {
@@ -558,6 +572,7 @@ void BlackBoxWriter::FindPlace(ThreadState& state) noexcept {
     box::Put(*state.pRecord, [&](box::Thread& thread) {
         thread.nThread = state.nThread;
         thread.nNesting = 0;
+        thread.szLabel[0] = '\0';
         thread.nPthread = pthread_self();
     });
     WatchThreadEnd();

@@ -12,14 +12,14 @@ class BoxWriter : public LiveWatcher {
 public:
     // Makes the file and maps it; what was in an older box of this process is not in the new one.
     // Throws std::system_error. With End() and ChildBegan() under one lock.
-    virtual void Begin(const std::string& strProgram) = 0;
+    virtual void Begin(const std::string& strProgram, bool bDeleteOld) = 0;
     // Takes the file away. What is told afterwards goes nowhere.
     virtual void End() noexcept = 0;
     // Lets go of the box of the process above this one. False: nothing may be told any more.
     [[nodiscard]] virtual bool ChildBegan() noexcept = 0;
 
     // Under the lock of the facts.
-    virtual void PutFacts() noexcept = 0;
+    virtual void PutFacts() = 0;
     virtual void PutTask(const LiveTask& task, TaskPlace& place) noexcept = 0;
     virtual void DropTask(TaskPlace& place) noexcept = 0;
     virtual void PutError(std::uint64_t nCode, std::uint32_t nTask, int nUser,

@@ -45,8 +45,13 @@ void ForEachLiveFact(const std::function<void(const std::string& strFact)>& fn) 
     const ForkGate gate;
     Facts& facts = TheFacts();
     const std::lock_guard<std::mutex> guard(facts.lock);
-    for (const auto& [key, strValue] : facts.mapValue)
-        fn(key.first + '\0' + key.second + '\0' + strValue);
+    const auto Tell = [&](bool bTables) {
+        for (const auto& [key, strValue] : facts.mapValue)
+            if ((key.first == "table") == bTables)
+                fn(key.first + '\0' + key.second + '\0' + strValue);
+    };
+    Tell(true);  // first, since others ask by them who is in the way
+    Tell(false);
 }
 
 }  // namespace zemb

@@ -10,6 +10,6 @@ namespace zemb {
 void ForEachLiveFact(const std::function<void(const std::string& strFact)>& fn);
 
 // Puts the facts into the box of this process, if it ever had one.
-void PutLiveFacts() noexcept;
+void PutLiveFacts();
 
 }  // namespace zemb

@@ -10,6 +10,7 @@ namespace zemb {
 
 std::uint64_t StartTicksOf(std::uint32_t nProcess, EProcess& eState) {
     constexpr int FIELDS_TO_START = 19;  // behind the state
+    constexpr int FIELD_OF_THREADS = 16;
     eState = EProcess::GONE;
     std::ifstream file("/proc/" + std::to_string(nProcess) + "/stat");
     std::string strText;
@@ -21,8 +22,15 @@ std::uint64_t StartTicksOf(std::uint32_t nProcess, EProcess& eState) {
     char cState = 'X';
     std::string strField;
     fields >> cState;
-    for (int i = 0; i < FIELDS_TO_START; ++i)
+    int nThreads = 0;
+    for (int i = 0; i < FIELDS_TO_START; ++i) {
         fields >> strField;
+        if (i == FIELD_OF_THREADS)
+            nThreads = std::atoi(strField.c_str());
+    }
+    // Of a process whose first thread has ended, while others go on, the first one is waited for.
+    if (cState == 'Z' && nThreads > 1)
+        cState = 'S';
     if (cState == 'Z' || cState == 'X' || cState == 'x')
         return 0;
     eState = cState == 'T' || cState == 't' ? EProcess::STOPPED : EProcess::ALIVE;

@@ -99,7 +99,8 @@ void ShowHeld(const Output& out, const zemb::BlackBox& box) {
     rows.Put();
     SayNotShown(out, box.nHeldNotShown, "object");
     SayNotShown(out, box.nTrailsNotShown, "trail");
-    SayNotShown(out, box.nTorn, "record was being written, and record");
+    if (box.nTorn != 0)
+        out.Say("and " + Counted(box.nTorn, "record") + " that was being written");
 }
 
 void ShowThreads(const Output& out, const zemb::BlackBox& box) {
@@ -178,6 +179,7 @@ void ShowFacts(const Output& out, const zemb::BlackBox& box) {
     for (const auto& [strKind, strName, strValue] : box.vecFact)
         rows.Add({box.nProcess, strKind, AsIs(strName), strValue});
     rows.Put();
+    SayNotShown(out, box.nFactsNotShown, "fact");
 }
 
 const char* EventName(zemb::EBoxEvent eKind) {

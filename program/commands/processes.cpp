@@ -3,9 +3,11 @@
 #include "base/item_line.h"
 #include "base/root_files.h"
 #include "check/lang_file.h"
+#include "commands/backup_text.h"
 #include "commands/ledger.h"
 #include "commands/refusal_text.h"
 #include "console/interrupt.h"
+#include "files/loaded_file.h"
 #include "sub_commands.h"
 #include "view/rows.h"
 
@@ -76,7 +78,12 @@ std::string NoneText(const std::string& strProcess) {
         strState.empty() ? "there is no state folder" : "in the state folder " + strState;
     if (!strProcess.empty() && strProcess != ALL)
         return "no process " + strProcess + " " + strWhere + "; 'ps' lists them";
-    return "no server process runs " + strWhere + ", and this program itself holds nothing";
+    std::string strText =
+        "no server process runs " + strWhere + ", and this program itself holds nothing";
+    for (const BoxSummary& box : Boxes())
+        if (!box.strError.empty())
+            strText += "\n  " + box.strFile + ": " + box.strError;
+    return strText;
 }
 
 std::uint64_t RefusalsOfLastMinute(const BlackBox& box) {
@@ -197,10 +204,10 @@ void FollowEvents(BlackBox box, const EventFilter& filter, Put fnPut, PutGap fnP
         std::string strError;
         if (!watch.Read(box, strError))
             throw CommandError(SYSTEM_FAILED, strError);
-        if (!box.vecEvent.empty() && box.vecEvent.front().nNumber > nNext)
-            fnPutGap(box.vecEvent.front().nNumber - nNext);
         for (const zemb::BoxEvent& event : box.vecEvent)
             if (event.nNumber >= nNext) {
+                if (event.nNumber > nNext)
+                    fnPutGap(event.nNumber - nNext);
                 nNext = event.nNumber + 1;
                 if (filter.Takes(event))
                     fnPut(event);
@@ -298,12 +305,19 @@ struct WhyArguments {
     std::vector<std::string> vecObject;
 };
 
-// The book of another process: its tables, as far as the files still say what it loaded, and what
-// it holds.
+// The book of another process: its tables, if the files are still what it loaded, and what it
+// holds.
 void FillLedger(const BlackBox& box, Ledger& ledger) {
     for (const auto& [strKind, strName, strValue] : box.vecFact)
-        if (strKind == "table")
+        if (strKind == "table") {
             ledger.table.Read(strName);
+            NSTN_util::ContentMark mark;
+            mark.Add(ReadWhole(strName));
+            if (mark.Text() != strValue)
+                throw CommandError(ANSWER_NO, strName +
+                                                  ": was changed since the process loaded it, so "
+                                                  "nobody can say what its rules are");
+        }
     for (const zemb::BoxHeld& held : box.vecHeld) {
         std::list<NSTE_util::TEOperObject> listObj;
         if (!held.bNoObject)
@@ -421,8 +435,8 @@ std::string AgeText(long long nMicroseconds) {
 
 std::string ProcessText(const BoxSummary& box) {
     constexpr const char* TEXTS[] = {", alive", ", stopped by a signal", ", which died"};
-    return "process " + std::to_string(box.nProcess) + " (" + box.strProgram + "), begun " +
-           zemb::FormatTime(box.nBegun) + TEXTS[static_cast<std::size_t>(box.eState)];
+    return "process " + std::to_string(box.nProcess) + " (" + OnOneLine(box.strProgram) +
+           "), begun " + zemb::FormatTime(box.nBegun) + TEXTS[static_cast<std::size_t>(box.eState)];
 }
 
 std::vector<BlackBox> ChosenBoxes(const std::string& strProcess) {

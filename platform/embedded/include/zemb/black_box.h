@@ -133,6 +133,7 @@ struct BlackBox : BoxSummary {
     std::vector<BoxError> vecError;  // the oldest first
     std::vector<BoxEvent> vecEvent;  // in their order
     std::uint64_t nNextEvent = 0;
+    std::uint64_t nFactsNotShown = 0;
     std::uint64_t nHeldNotShown = 0;
     std::uint64_t nTrailsNotShown = 0;
     std::uint64_t nThreadsNotShown = 0;
