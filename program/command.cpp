@@ -25,6 +25,8 @@ const std::vector<Command>& Commands() {
                      "running", false, DefineRunning},
         {"ps",       "list the processes of the state folder, and what each is busy with",
                      "ps", false, DefinePs},
+        {"top",      "watch processes, grants, busy NEs and tasks on a full screen",
+                     "top --once", false, DefineTop},
         {"why",      "tell whether another process would grant an operation now, or what is in the way",
                      "why 101 5/7/99 --process 4711", false, DefineWhy},
         {"events",   "show what another process granted and refused last; follow or record it",

@@ -52,6 +52,7 @@ Runner DefineEvents(CLI::App& app);
 Runner DefineCounters(CLI::App& app);
 Runner DefineWhy(CLI::App& app);
 Runner DefinePostMortem(CLI::App& app);
+Runner DefineTop(CLI::App& app);
 Runner DefineTrail(CLI::App& app);
 Runner DefineMutex(CLI::App& app);
 Runner DefineCheck(CLI::App& app);

@@ -4,13 +4,13 @@
 
 namespace host {
 
-namespace {
-
 std::string TextOf(const Cell& cell) {
     if (cell.text)
         return *cell.text;
     return cell.value.isString() ? OnOneLine(cell.value.asString()) : cell.value.asString();
 }
+
+namespace {
 
 // Too few or too many would come under wrong headings.
 void RequireSame(const std::vector<Column>& vecColumn, const std::vector<Cell>& vecCell) {

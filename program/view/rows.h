@@ -35,6 +35,9 @@ struct Cell {
 // A string that the table shows as it is, such as a path.
 Cell AsIs(const std::string& strText);
 
+// What a table shows of a cell.
+std::string TextOf(const Cell& cell);
+
 // The record of one thing. It has as many cells as there are columns.
 Json::Value RecordOf(const std::vector<Column>& vecColumn, const std::vector<Cell>& vecCell);
 
