@@ -22,11 +22,11 @@ std::uint64_t StartTicksOf(std::uint32_t nProcess, EProcess& eState) {
     char cState = 'X';
     std::string strField;
     fields >> cState;
-    int nThreads = 0;
+    long nThreads = 0;
     for (int i = 0; i < FIELDS_TO_START; ++i) {
         fields >> strField;
         if (i == FIELD_OF_THREADS)
-            nThreads = std::atoi(strField.c_str());
+            nThreads = std::strtol(strField.c_str(), nullptr, 10);
     }
     // Of a process whose first thread has ended, while others go on, the first one is waited for.
     if (cState == 'Z' && nThreads > 1)
