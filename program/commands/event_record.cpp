@@ -5,6 +5,7 @@
 
 #include <json/reader.h>
 
+#include <charconv>
 #include <cstdio>
 #include <ctime>
 #include <optional>
@@ -39,7 +40,9 @@ long long GetTime(const Json::Value& json, const char* szKey) {
     int nMilliseconds = 0;
     const std::string strTime = Get<std::string>(json, szKey);
     const char* const pRest = strptime(strTime.c_str(), "%Y-%m-%d %H:%M:%S", &parts);
-    if (pRest == nullptr || std::sscanf(pRest, ".%3dZ", &nMilliseconds) != 1)
+    if (pRest == nullptr || *pRest != '.' ||
+        std::from_chars(pRest + 1, strTime.data() + strTime.size(), nMilliseconds).ec !=
+            std::errc())
         throw Json::RuntimeError(std::string("'") + szKey + "' is no time");
     return timegm(&parts) * SECOND + nMilliseconds * 1000LL;
 }
