@@ -450,6 +450,7 @@ std::vector<BlackBox> ChosenBoxes(const std::string& strProcess) {
         throw CommandError(WRONG_USAGE, strText);
     }
     std::vector<BlackBox> vecBox;
+    vecBox.reserve(vecMeant.size());
     for (const BoxSummary& box : vecMeant)
         vecBox.push_back(Read(box));
     return vecBox;
