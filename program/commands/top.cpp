@@ -121,6 +121,7 @@ private:
     // Until a key comes.
     bool Show(const std::vector<std::string>& vecText) const {
         std::vector<TopLine> vecLine;
+        vecLine.reserve(vecText.size());
         for (const std::string& strText : vecText)
             vecLine.push_back({ETopLine::PLAIN, strText});
         for (;;) {

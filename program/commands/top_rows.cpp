@@ -129,6 +129,7 @@ std::vector<std::string> RuleLines(const std::vector<std::string>& vecTable, int
             for (const int nOther : table.Operations())
                 Add(table.PairRule(nOper, nOther));
         std::vector<std::string> vecLine;
+        vecLine.reserve(mapLine.size() + 1);
         for (const auto& [place, strLine] : mapLine)
             vecLine.push_back(strLine);
         if (const auto it = table.mapCode.find(nOper); it != table.mapCode.end())
