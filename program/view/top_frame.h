@@ -48,7 +48,8 @@ struct TopLine {
 // among them. What others wrote cannot steer a terminal.
 std::vector<TopLine> TopFrame(const TopPicture& picture, const TopView& view);
 
-// A text on one line, control characters escaped, and no longer than that; "~" at its end says that something was cut.
+// A text on one line, control characters escaped, and no longer than that; "~" at its end says that
+// something was cut.
 std::string Fitted(const std::string& strText, std::size_t nWidth);
 
 }  // namespace host
