@@ -56,8 +56,9 @@ struct LiveRequest {
     std::size_t nObjects;
 };
 
-// Is told at once, on the thread that does it. Nothing here throws, waits or calls back. A call
-// costs some nanoseconds.
+// Is told at once, on the thread that does it. Nothing here throws or calls back. A call costs some
+// nanoseconds and waits for moments at most; the first one of a thread, and of a child process,
+// costs more.
 class ZEMB_API LiveWatcher {
 public:
     // The calling thread begins a request with these first objects (nFirst of them, four at most),
