@@ -95,7 +95,7 @@ BoxOfChild& TheBoxOfChild() {
     return *box;
 }
 
-void AfterForkInChild() {
+void BoxOfParentEnds() {
     Life& life = TheLife();
     new (&life.lock) std::mutex;
     BoxWriter* const pWriter = g_pWriter.load(std::memory_order_relaxed);
@@ -116,7 +116,7 @@ bool IsSwitchedOff() {
 bool Make(Life& life) {
     if (life.bUp || !life.bWanted || IsSwitchedOff() || BoxFolder().empty())
         return life.bUp;
-    static const int s_nRegistered = pthread_atfork(nullptr, nullptr, AfterForkInChild);
+    static const int s_nRegistered = pthread_atfork(nullptr, nullptr, BoxOfParentEnds);
     static_cast<void>(s_nRegistered);
     TheBoxOfChild();
     BoxWriter& writer = TheBoxWriter();

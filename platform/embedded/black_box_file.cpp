@@ -31,7 +31,6 @@ namespace zemb {
 namespace {
 
 constexpr std::size_t BOXES_KEPT = 16;
-constexpr std::uint32_t RECORDS_MOST = 1U << 20;
 
 struct Capacity {
     box::EPart ePart;
@@ -49,10 +48,6 @@ constexpr Capacity CAPACITIES[box::PARTS] = {
     {box::EVENTS, sizeof(box::Event), 16384, base::KEY_BOX_EVENTS},
 };
 
-[[noreturn]] void Fail(const std::string& strFile, int nError) {
-    throw std::system_error(nError, std::generic_category(), strFile);
-}
-
 std::uint32_t CapacityOf(const Capacity& capacity, const std::string& strFile) {
     if (capacity.szKey == nullptr)
         return capacity.nUsual;
@@ -62,7 +57,7 @@ std::uint32_t CapacityOf(const Capacity& capacity, const std::string& strFile) {
         return capacity.nUsual;
     const char* const pEnd = value->data() + value->size();
     if (const auto [pRest, error] = std::from_chars(value->data(), pEnd, nRecords);
-        error != std::errc() || pRest != pEnd || nRecords < 2 || nRecords > RECORDS_MOST)
+        error != std::errc() || pRest != pEnd || nRecords < 2 || nRecords > box::RECORDS_MOST)
         return capacity.nUsual;
     return nRecords;
 }
@@ -101,7 +96,7 @@ int OpenNew(const std::string& strFile) {
         nFile = open(strFile.c_str(), FLAGS, STATE_FILE_MODE);
     }
     if (nFile == -1)
-        Fail(strFile, errno);
+        FailOn(strFile, errno);
     return nFile;
 }
 
@@ -174,14 +169,14 @@ void BoxFile::Make(const BoxLayout& layout, const std::string& strProgram, bool 
     // Beyond this the system would end the process.
     rlimit limit{};
     if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < layout.Bytes())
-        Fail(strFile, EFBIG);
+        FailOn(strFile, EFBIG);
     MakeStateFolder(BoxFolder());
     if (bDeleteOld)
         DeleteOld();
     const Descriptor file(OpenNew(strFile));
     const auto Refuse = [&](int nError) {
         unlink(strFile.c_str());
-        Fail(strFile, nError);
+        FailOn(strFile, nError);
     };
     if (const int nError = posix_fallocate(file.Get(), 0, static_cast<off_t>(layout.Bytes())))
         Refuse(nError);

@@ -23,6 +23,7 @@ constexpr std::size_t TASK_TEXT_BYTES = 120;
 constexpr std::size_t ERROR_TEXT_BYTES = 472;
 constexpr std::size_t FACT_BYTES = 1024;
 constexpr std::size_t FIRST_OBJECTS = 4;
+constexpr std::uint32_t RECORDS_MOST = 1U << 20;  // of a part
 constexpr std::size_t COUNTERS_MAX = 24;
 constexpr std::size_t COUNTER_NAME_BYTES = 24;
 

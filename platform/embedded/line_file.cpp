@@ -19,10 +19,6 @@ namespace zemb {
 
 namespace {
 
-[[noreturn]] void Fail(const std::string& strFile) {
-    throw std::system_error(errno, std::generic_category(), strFile);
-}
-
 // A pipe is opened for both directions, and so without waiting for its other end.
 int Open(const std::string& strFile) {
     MakeStateFolder(std::filesystem::path(strFile).parent_path().string());
@@ -30,7 +26,7 @@ int Open(const std::string& strFile) {
         open(strFile.c_str(), O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
              STATE_FILE_MODE);
     if (nFile == -1)
-        Fail(strFile);
+        FailOn(strFile);
     return nFile;
 }
 
@@ -78,7 +74,7 @@ void LineFile::Append(const std::string& strLine) {
     // What hindered the first write is told by the second.
     if (!bWhole && !WriteOnce(m_bTorn ? "\n" + strLine : strLine)) {
         errno = ENOSPC;
-        Fail(m_strFile);
+        FailOn(m_strFile);
     }
 }
 
@@ -86,7 +82,7 @@ void LineFile::Append(const std::string& strLine) {
 bool LineFile::WriteOnce(const std::string& strLine) {
     const ssize_t nWritten = write(m_nFile, strLine.data(), strLine.size());
     if (nWritten < 0)
-        Fail(m_strFile);
+        FailOn(m_strFile);
     const auto nBytes = static_cast<std::size_t>(nWritten);
     if (nBytes > 0)
         m_bTorn = strLine[nBytes - 1] != '\n';

@@ -38,7 +38,7 @@ const KnownFile KNOWN_FILES[] = {
     {base::COMMON_UNDER_ROOT, {base::KEY_ADVANCE_ASN_TRACE, base::KEY_EXPLICITY_TRACE}},
 };
 
-bool LooksLikeNumber(const std::string& strValue) {
+bool BeginsLikeNumber(const std::string& strValue) {
     return strValue.find_first_of("0123456789") == (strValue.find_first_of("+-") == 0 ? 1U : 0U);
 }
 
@@ -101,11 +101,12 @@ private:
         }
         if (m_pKnown != nullptr && strKey == base::KEY_MODULES)
             return CheckModules(place, strValue, nValue);
-        if ((m_pKnown != nullptr || LooksLikeNumber(strValue)) && !NSTN_util::isHexDecStr(strValue))
+        if ((m_pKnown != nullptr || BeginsLikeNumber(strValue)) &&
+            !NSTN_util::isHexDecStr(strValue))
             Add(ESeverity::WARNING, place, nValue,
                 "'" + strValue + "' is read as text only, not as an integer",
                 "decimal digits, or hexadecimal ones behind 0x");
-        else if (LooksLikeNumber(strValue) && Wraps(strValue))
+        else if (BeginsLikeNumber(strValue) && Wraps(strValue))
             Add(ESeverity::WARNING, place, nValue,
                 "'" + strValue + "' is read as " +
                     std::to_string(NSTN_util::HexDecStr2Int(strValue)) + ", its low 32 bits",

@@ -17,7 +17,6 @@ namespace host {
 namespace {
 
 constexpr std::size_t LINE_MAX_OCTETS = 65536;
-constexpr long long SECOND = 1000000;
 
 Json::CharReader* NewParser() {
     Json::CharReaderBuilder builder;

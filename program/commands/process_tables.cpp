@@ -13,12 +13,12 @@ constexpr long long LONG_MICROSECONDS = 300 * 1000000LL;
 constexpr const char* EVENT_NAMES[] = {"",         "granted",    "refused",
                                        "released", "task began", "task ended"};
 
-std::string ObjectText(const zemb::LiveObject& obj, bool bNoObject, zemb::ELiveMaker eMaker) {
+std::string LiveObjectText(const zemb::LiveObject& obj, bool bNoObject, zemb::ELiveMaker eMaker) {
     if (bNoObject)
         return "no object";
     if (eMaker == zemb::ELiveMaker::TRAIL_GUARD)
         return "trail " + std::to_string(obj.nNeId);
-    return host::ObjectText({obj.nNeId, obj.nObjId, obj.lSubObjId});
+    return ObjectText({obj.nNeId, obj.nObjId, obj.lSubObjId});
 }
 
 Cell Number(std::uint64_t nValue) {
@@ -44,7 +44,7 @@ std::string CallText(const zemb::BoxThread& thread) {
                    ? "trails:"
                    : "operation " + std::to_string(thread.nOper) + " on";
     for (const zemb::LiveObject& obj : thread.vecFirst)
-        strText += " " + ObjectText(obj, false, thread.eMaker);
+        strText += " " + LiveObjectText(obj, false, thread.eMaker);
     if (thread.nObjects > thread.vecFirst.size())
         strText += " and " + std::to_string(thread.nObjects - thread.vecFirst.size()) + " more";
     return thread.nObjects == 0 ? strText + " no object" : strText;
@@ -88,7 +88,7 @@ void ShowHeld(const Output& out, const zemb::BlackBox& box) {
         }
         const bool bTrail = held.eMaker == zemb::ELiveMaker::TRAIL_GUARD;
         rows.Add({box.nProcess, bTrail ? Cell() : Cell(held.nOper),
-                  ObjectText(held.obj, held.bNoObject, held.eMaker), Cell(levels, ""),
+                  LiveObjectText(held.obj, held.bNoObject, held.eMaker), Cell(levels, ""),
                   zemb::FormatTime(held.nSince), held.nThread, held.strLabel, Number(held.nTask),
                   Number(held.nMission), held.nUser == 0 ? Cell() : Cell(held.nUser),
                   zemb::LiveMakerName(held.eMaker),
@@ -228,7 +228,7 @@ std::string LineOfEvent(const zemb::BoxEvent& event) {
         return strLine + ": task " + std::to_string(event.nTask);
     if (event.eMaker != zemb::ELiveMaker::TRAIL_GUARD)
         strLine += "  operation " + std::to_string(event.nOper) + " on";
-    strLine += " " + ObjectText(event.obj, event.nPlace == 0, event.eMaker);
+    strLine += " " + LiveObjectText(event.obj, event.nPlace == 0, event.eMaker);
     if (event.nOf > 1)
         strLine += " (" + std::to_string(event.nPlace) + " of " + std::to_string(event.nOf) + ")";
     if (event.eKind == zemb::EBoxEvent::REFUSED)

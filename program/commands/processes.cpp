@@ -32,7 +32,6 @@ using zemb::EBoxState;
 
 constexpr const char* STATE_NAMES[] = {"alive", "stopped", "died"};
 constexpr const char* ALL = "all";
-constexpr long long SECOND = 1000000;
 constexpr long long MINUTE = 60 * SECOND;
 constexpr std::size_t POST_MORTEM_EVENTS = 50;
 

@@ -15,6 +15,8 @@ class Option;
 
 namespace host {
 
+constexpr long long SECOND = 1000000;  // in the microseconds of times
+
 // Adds "--process" to a command that shows other processes, as their black boxes tell.
 CLI::Option* AddProcessOption(CLI::App& app, std::string& strProcess);
 
