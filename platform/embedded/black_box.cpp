@@ -9,6 +9,7 @@
 #include "zemb/black_box.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -34,7 +35,7 @@ struct Life {
     std::mutex lock;
     bool bWanted = true;
     bool bUp = false;
-    bool bChild = false;  // of a process that had a box
+    std::uint32_t nParent = 0;  // that had a box
     std::string strProgram;
 };
 Life& TheLife() {
@@ -102,7 +103,7 @@ void BoxOfParentEnds() {
     if (pWriter == nullptr || !life.bUp)
         return;
     life.bUp = false;
-    life.bChild = true;
+    life.nParent = static_cast<std::uint32_t>(getppid());
     life.bWanted = pWriter->ChildBegan();
     g_pLiveWatcher.store(life.bWanted ? &TheBoxOfChild() : nullptr, std::memory_order_release);
 }
@@ -121,7 +122,7 @@ bool Make(Life& life) {
     TheBoxOfChild();
     BoxWriter& writer = TheBoxWriter();
     writer.Begin(life.strProgram.empty() ? program_invocation_short_name : life.strProgram,
-                 !life.bChild);
+                 life.nParent);
     g_pWriter.store(&writer, std::memory_order_release);
     life.bUp = true;
     return true;

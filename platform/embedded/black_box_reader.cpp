@@ -197,6 +197,7 @@ EBoxState StateOf(const box::Header& header, const std::string& strBoot) {
 void Summarise(const BoxReader& reader, BoxSummary& box) {
     const box::Header& header = reader.Header();
     box.nProcess = header.nProcess;
+    box.nParent = header.nParent;
     box.eState = StateOf(header, BootOfSystem());
     box.nBegun = header.nBegun;
     box.strProgram = FieldText(header.szProgram);
@@ -218,6 +219,7 @@ public:
 
     void Read() {
         Summarise(m_reader, m_box);
+        m_box.nEventBefore = NextEvent();
         ReadFacts();
         ReadHeld(box::HELD, m_box.vecHeld);
         ReadHeld(box::TRAILS, m_box.vecTrail);
@@ -423,7 +425,10 @@ std::vector<BoxSummary> ListBlackBoxes(const std::string& strState) {
         BoxSummary box;
         box.strFile = it->path().string();
         try {
-            Summarise(BoxReader(box.strFile), box);
+            const BoxReader reader(box.strFile);
+            if (reader.Header().bEnded != 0)
+                continue;
+            Summarise(reader, box);
         } catch (const BoxFault& fault) {
             box.strError = fault.what();
         }

@@ -12,7 +12,7 @@ class BoxWriter : public LiveWatcher {
 public:
     // Makes the file and maps it; what was in an older box of this process is not in the new one.
     // Throws std::system_error. With End() and ChildBegan() under one lock.
-    virtual void Begin(const std::string& strProgram, bool bDeleteOld) = 0;
+    virtual void Begin(const std::string& strProgram, std::uint32_t nParent) = 0;
     // Takes the file away. What is told afterwards goes nowhere.
     virtual void End() noexcept = 0;
     // Lets go of the box of the process above this one. False: nothing may be told any more.

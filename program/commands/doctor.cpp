@@ -376,13 +376,16 @@ private:
             return false;
         }
         const std::string strProcess = std::to_string(box.nProcess);
-        const std::uint64_t nHeld = box.vecHeld.size() + box.nHeldNotShown;
-        if (box.eState == zemb::EBoxState::DIED && nHeld != 0) {
-            Warn("processes", ProcessText(box) + ", held " + Counted(nHeld, "object"),
+        if (box.eState == zemb::EBoxState::DIED && HeldCount(box) != 0) {
+            const std::uint64_t nTrails = box.vecTrail.size() + box.nTrailsNotShown;
+            Warn("processes",
+                 ProcessText(box) + ", held " + Counted(HeldCount(box) - nTrails, "object") +
+                     (nTrails == 0 ? "" : " and " + Counted(nTrails, "trail")),
                  Program() + "post-mortem " + strProcess);
             return false;
         }
-        if (box.nHeldNotShown + box.nTasksNotShown + box.nThreadsNotShown == 0)
+        if (box.nHeldNotShown + box.nTrailsNotShown + box.nTasksNotShown + box.nThreadsNotShown ==
+            0)
             return true;
         Warn("processes", ProcessText(box) + ": its box has no room for all that it holds",
              Program() + "check items " + Quoted(box.strRoot + base::TRANS_EMS_UNDER_ROOT));

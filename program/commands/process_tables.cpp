@@ -52,6 +52,18 @@ std::string CallText(const zemb::BoxThread& thread) {
 
 }  // namespace
 
+std::uint64_t HeldCount(const zemb::BlackBox& box) {
+    return box.vecHeld.size() + box.nHeldNotShown + box.vecTrail.size() + box.nTrailsNotShown;
+}
+
+Json::Value LevelsOf(const zemb::LiveObject& obj) {
+    Json::Value levels(Json::arrayValue);
+    levels.append(obj.nNeId);
+    levels.append(obj.nObjId);
+    levels.append(static_cast<Json::Int64>(obj.lSubObjId));
+    return levels;
+}
+
 std::string HolderText(const zemb::BoxHeld& held) {
     std::string strText = "thread " + std::to_string(held.nThread);
     if (!held.strLabel.empty())
@@ -80,12 +92,8 @@ void ShowHeld(const Output& out, const zemb::BlackBox& box) {
                        {"under_way", ""}}),
               "nothing is held");
     const auto Add = [&](const zemb::BoxHeld& held) {
-        Json::Value levels(Json::arrayValue);
-        if (!held.bNoObject) {
-            levels.append(held.obj.nNeId);
-            levels.append(held.obj.nObjId);
-            levels.append(static_cast<Json::Int64>(held.obj.lSubObjId));
-        }
+        const Json::Value levels =
+            held.bNoObject ? Json::Value(Json::arrayValue) : LevelsOf(held.obj);
         const bool bTrail = held.eMaker == zemb::ELiveMaker::TRAIL_GUARD;
         rows.Add({box.nProcess, bTrail ? Cell() : Cell(held.nOper),
                   LiveObjectText(held.obj, held.bNoObject, held.eMaker), Cell(levels, ""),
@@ -206,12 +214,8 @@ Json::Value RecordOfEvent(const zemb::BoxEvent& event) {
         record["trail"] = event.obj.nNeId;
     } else {
         record["operation"] = event.nOper;
-        Json::Value levels(Json::arrayValue);
-        levels.append(event.obj.nNeId);
-        levels.append(event.obj.nObjId);
-        levels.append(static_cast<Json::Int64>(event.obj.lSubObjId));
         if (event.nPlace != 0)
-            record["object"] = levels;
+            record["object"] = LevelsOf(event.obj);
     }
     if (event.eKind == zemb::EBoxEvent::REFUSED) {
         record["code"] = static_cast<Json::UInt64>(event.nCode);
