@@ -191,6 +191,11 @@ void PutLiveTask(const LiveTask& task, TaskPlace& place) noexcept {
         pWriter->PutTask(task, place);
 }
 
+bool PutLiveStep(int nPercent, const std::string& strText, const TaskPlace& place) noexcept {
+    BoxWriter* const pWriter = g_pWriter.load(std::memory_order_acquire);
+    return pWriter != nullptr && pWriter == Live() && pWriter->PutStep(nPercent, strText, place);
+}
+
 void DropLiveTask(TaskPlace& place) noexcept {
     if (BoxWriter* const pWriter = g_pWriter.load(std::memory_order_acquire))
         pWriter->DropTask(place);

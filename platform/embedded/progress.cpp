@@ -98,7 +98,8 @@ public:
             if (State* const pState = Find(pTask)) {
                 pState->nPercent = nPercent;
                 pState->strDesc = info.Text();
-                Show(pTask, *pState);
+                if (!PutLiveStep(nPercent, pState->strDesc, pState->place))
+                    Show(pTask, *pState);
             }
             for (const auto& [nId, pListener] : m_mapListener)
                 vecListener.push_back(pListener);
