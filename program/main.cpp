@@ -38,7 +38,9 @@ int Run(int argc, char** argv) {
         zemb::SetStatePath(args.strState);
     // What runs for long can be looked into from outside. A command that answers at once is none of
     // the server processes that others list.
-    zemb::SetBlackBox(vecWord.front() == "host" || vecWord.front() == "load");
+    const bool bServer = vecWord.front() == "host" || vecWord.front() == "load";
+    zemb::SetBlackBox(bServer);
+    zemb::SetLogFiles(bServer);  // a command leaves the logs, which are evidence, as they are
     host::Session session(args.bJson);
     const int nStatus = host::RunCommand(session, vecWord);
     const int nEnd = std::max(nStatus, session.End());

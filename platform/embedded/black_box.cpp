@@ -4,6 +4,7 @@
 #include "base/immortal.h"
 #include "embedded/black_box_file.h"
 #include "embedded/black_box_writer.h"
+#include "embedded/item_line.h"
 #include "embedded/live_facts.h"
 #include "embedded/tell.h"
 #include "zemb/black_box.h"
@@ -11,7 +12,6 @@
 #include <pthread.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -36,7 +36,6 @@ struct Life {
     bool bWanted = true;
     bool bUp = false;
     std::uint32_t nParent = 0;  // that had a box
-    std::string strProgram;
 };
 Life& TheLife() {
     static base::Immortal<Life> life;
@@ -121,8 +120,7 @@ bool Make(Life& life) {
     static_cast<void>(s_nRegistered);
     TheBoxOfChild();
     BoxWriter& writer = TheBoxWriter();
-    writer.Begin(life.strProgram.empty() ? program_invocation_short_name : life.strProgram,
-                 life.nParent);
+    writer.Begin(ProcessName(), life.nParent);
     g_pWriter.store(&writer, std::memory_order_release);
     life.bUp = true;
     return true;
@@ -172,12 +170,6 @@ void SetBlackBox(bool bWanted) {
         End(life);
 }
 
-void SetProcessName(const std::string& strName) {
-    Life& life = TheLife();
-    const std::lock_guard<std::mutex> guard(life.lock);
-    life.strProgram = strName;
-}
-
 void PutLiveFacts() {
     if (BoxWriter* const pWriter = g_pWriter.load(std::memory_order_acquire);
         pWriter != nullptr && pWriter == Live())
@@ -191,9 +183,9 @@ void PutLiveTask(const LiveTask& task, TaskPlace& place) noexcept {
         pWriter->PutTask(task, place);
 }
 
-bool PutLiveStep(int nPercent, const std::string& strText, const TaskPlace& place) noexcept {
+bool PutLiveStep(const LiveStep& step, const TaskPlace& place) noexcept {
     BoxWriter* const pWriter = g_pWriter.load(std::memory_order_acquire);
-    return pWriter != nullptr && pWriter == Live() && pWriter->PutStep(nPercent, strText, place);
+    return pWriter != nullptr && pWriter == Live() && pWriter->PutStep(step, place);
 }
 
 void DropLiveTask(TaskPlace& place) noexcept {

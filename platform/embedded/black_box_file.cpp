@@ -17,7 +17,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -48,18 +47,10 @@ constexpr Capacity CAPACITIES[box::PARTS] = {
     {box::EVENTS, sizeof(box::Event), 16384, base::KEY_BOX_EVENTS},
 };
 
-std::uint32_t CapacityOf(const Capacity& capacity, const std::string& strFile) {
+std::uint32_t CapacityOf(const Capacity& capacity) {
     if (capacity.szKey == nullptr)
         return capacity.nUsual;
-    const std::optional<std::string> value = FindItem(capacity.szKey, strFile);
-    std::uint32_t nRecords = 0;
-    if (!value)
-        return capacity.nUsual;
-    const char* const pEnd = value->data() + value->size();
-    if (const auto [pRest, error] = std::from_chars(value->data(), pEnd, nRecords);
-        error != std::errc() || pRest != pEnd || nRecords < 2 || nRecords > box::RECORDS_MOST)
-        return capacity.nUsual;
-    return nRecords;
+    return NumberUnderRoot(capacity.szKey, capacity.nUsual, 2, box::RECORDS_MOST);
 }
 
 class Descriptor {
@@ -170,9 +161,8 @@ BoxLayout::BoxLayout(const std::array<std::uint32_t, box::PARTS>& arrRecords) {
 
 BoxLayout BoxLayout::OfSettings() {
     std::array<std::uint32_t, box::PARTS> arrRecords{};
-    const std::string strFile = RootPath() + base::TRANS_EMS_UNDER_ROOT;
     for (const Capacity& capacity : CAPACITIES)
-        arrRecords[capacity.ePart] = CapacityOf(capacity, strFile);
+        arrRecords[capacity.ePart] = CapacityOf(capacity);
     return BoxLayout(arrRecords);
 }
 

@@ -62,7 +62,8 @@ box::Object Stored(const LiveObject& obj) {
 template <std::size_t SIZE>
 void CopyText(char (&szTarget)[SIZE], std::string_view strText) noexcept {
     const std::size_t nLength = std::min(strText.size(), SIZE - 1);
-    // Not memcpy: for a length with a known limit the compiler writes a slow instruction in its place.
+    // Not memcpy: for a length with a known limit the compiler writes a slow instruction in its
+    // place.
     std::memmove(szTarget, strText.data(), nLength);
     szTarget[nLength] = '\0';
 }
@@ -242,15 +243,18 @@ public:
             AddTaskEvent(state, box::TASK_BEGAN, task.nTask);
     }
 
-    bool PutStep(int nPercent, const std::string& strText,
-                 const TaskPlace& place) noexcept override {
+    bool PutStep(const LiveStep& step, const TaskPlace& place) noexcept override {
         if (place.nRecord == 0 || place.nGeneration != m_nGeneration.load(std::memory_order_relaxed))
             return false;
         const std::uint32_t nThread = Self().nThread;
         box::Put(Records<box::Task>(box::TASKS)[place.nRecord - 1], [&](box::Task& record) {
-            record.nPercent = nPercent;
+            record.nPercent = step.nPercent;
+            record.nBase = step.nBase;
+            record.nRange = step.nRange;
+            record.nSteps = step.nSteps;
+            record.nStep = step.nStep;
             record.nThread = nThread;
-            CopyText(record.szText, strText);
+            CopyText(record.szText, *step.pText);
         });
         return true;
     }

@@ -22,8 +22,7 @@ public:
     virtual void PutFacts() = 0;
     virtual void PutTask(const LiveTask& task, TaskPlace& place) noexcept = 0;
     // False for a task that is not in this box, or has no place in it.
-    virtual bool PutStep(int nPercent, const std::string& strText,
-                         const TaskPlace& place) noexcept = 0;
+    virtual bool PutStep(const LiveStep& step, const TaskPlace& place) noexcept = 0;
     virtual void DropTask(TaskPlace& place) noexcept = 0;
     virtual void PutError(std::uint64_t nCode, std::uint32_t nTask, int nUser,
                           const std::string& strFirst, const std::string& strSecond) noexcept = 0;

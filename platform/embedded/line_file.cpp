@@ -3,6 +3,7 @@
 #include "embedded/state_folder.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,6 +28,7 @@ int Open(const std::string& strFile) {
              STATE_FILE_MODE);
     if (nFile == -1)
         FailOn(strFile);
+    flock(nFile, LOCK_SH);  // waits for one who looks whether it may be deleted, for a moment
     return nFile;
 }
 
@@ -62,11 +64,14 @@ LineFile::~LineFile() {
     close(m_nFile);
 }
 
-bool LineFile::IsNamed() const {
+bool LineFile::IsNamed() {
     struct stat own {};
     struct stat named {};
-    return fstat(m_nFile, &own) == 0 && stat(m_strFile.c_str(), &named) == 0 &&
-           own.st_ino == named.st_ino && own.st_dev == named.st_dev;
+    if (fstat(m_nFile, &own) != 0)
+        return false;
+    m_nSize = static_cast<std::size_t>(own.st_size);
+    return stat(m_strFile.c_str(), &named) == 0 && own.st_ino == named.st_ino &&
+           own.st_dev == named.st_dev;
 }
 
 void LineFile::Append(const std::string& strLine) {

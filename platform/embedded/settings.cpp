@@ -9,9 +9,11 @@
 #include "embedded/fork_gate.h"
 #include "embedded/item_line.h"
 #include "embedded/log_file.h"
+#include "zemb/black_box.h"
 #include "zemb/control.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -38,7 +40,8 @@ namespace {
 
 std::atomic<unsigned long> g_nGeneration{1};
 
-// A folder that the host sets, or the environment names.
+// What the host sets, or else a variable of the environment; without a variable the name of the
+// program.
 class Place {
 public:
     explicit Place(const char* szVariable) : m_szVariable(szVariable) {}
@@ -55,7 +58,8 @@ public:
         std::lock_guard<std::mutex> guard(m_lock);
         if (m_strPath)
             return *m_strPath;
-        const char* const szValue = std::getenv(m_szVariable);
+        const char* const szValue =
+            m_szVariable == nullptr ? program_invocation_short_name : std::getenv(m_szVariable);
         return szValue == nullptr ? "" : szValue;
     }
 
@@ -80,6 +84,11 @@ constexpr const char* DEFAULT_LANGUAGE = "en";
 
 Place& Language() {
     static base::Immortal<Place> place("ZEMB_LANG");
+    return *place;
+}
+
+Place& Process() {
+    static base::Immortal<Place> place(nullptr);
     return *place;
 }
 
@@ -163,6 +172,26 @@ std::optional<std::string> FindItem(std::string_view strKey, const std::string& 
             break;  // a line too long ends the reading, its beginning counts
     }
     return strFound;
+}
+
+std::uint32_t NumberUnderRoot(std::string_view strKey, std::uint32_t nUsual, std::uint32_t nLeast,
+                              std::uint32_t nMost) {
+    const std::optional<std::string> value =
+        FindItem(strKey, RootPath() + base::TRANS_EMS_UNDER_ROOT);
+    if (!value)
+        return nUsual;
+    const base::DigitRun run = base::ReadDigits(*value, 10);
+    const bool bGood = run.nLength != 0 && run.nLength == value->size() && run.nLength <= 10 &&
+                       run.nValue >= nLeast && run.nValue <= nMost;
+    return bGood ? static_cast<std::uint32_t>(run.nValue) : nUsual;
+}
+
+std::string ProcessName() {
+    return Process().Get();
+}
+
+void SetProcessName(const std::string& strName) {
+    Process().Set(strName.empty() ? std::nullopt : std::optional<std::string>(strName));
 }
 
 void SetLanguage(const std::string& strLanguage) {

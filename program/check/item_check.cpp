@@ -34,7 +34,7 @@ const KnownFile KNOWN_FILES[] = {
       base::KEY_OVERTIME_MID, base::KEY_OVERTIME_HIGH}},
     {base::TRANS_EMS_UNDER_ROOT,
      {base::KEY_EXPORT_INTERVAL, base::KEY_MODULES, base::KEY_BOX_HELD, base::KEY_BOX_EVENTS,
-      base::KEY_BOX_THREADS, base::KEY_BOX_TASKS}},
+      base::KEY_BOX_THREADS, base::KEY_BOX_TASKS, base::KEY_LOG_BYTES, base::KEY_LOG_FILES}},
     {base::COMMON_UNDER_ROOT, {base::KEY_ADVANCE_ASN_TRACE, base::KEY_EXPLICITY_TRACE}},
 };
 

@@ -334,7 +334,7 @@ int Write(const Session& session, const OpLogArguments& args) {
         throw CommandError(ANSWER_NO, "not written: neither user nor address");
     if (zemb::FlushOperLog() != 0)
         throw CommandError(SYSTEM_FAILED, "not written: " + zemb::OperLogFile() +
-                                              " cannot be; log/zembedded.log tells why");
+                                              " cannot be; log/zembedded.PROCESS.log tells why");
     session.out.Put("written", RecordOf({{"written", true}}));
     return DONE;
 }

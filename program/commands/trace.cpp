@@ -42,7 +42,9 @@ int WriteLine(const Session& session, const TraceArguments& args) {
         throw CommandError(WRONG_USAGE, "at most 15 arguments", EName::SUB_COMMAND);
     std::string strLine;
     FillCounted<0>(strLine, args);
+    zemb::SetLogFiles(true);
     NSTN_util::TNTrace2LogFile(args.strModule, args.nLevel, strLine);
+    zemb::SetLogFiles(session.bHosting);
     Json::Value record;
     record["line"] = strLine;
     const std::string strFile = zemb::LogFileOf(args.strModule);
