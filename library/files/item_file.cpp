@@ -1,8 +1,6 @@
 #include "files/item_file.h"
 
-#include "base/bounded_lines.h"
 #include "base/item_line.h"
-#include "base/trim.h"
 #include "trace/trace_line.h"
 
 #include <algorithm>
@@ -101,27 +99,19 @@ void PutByRank(const std::vector<Item>& vecItem, const std::vector<Rank>& vecRan
     }
 }
 
-// False when the line holds no item.
-bool ReadItem(std::string_view strLine, Item& item) {
-    const base::ItemLine line = base::ReadItemLine(strLine);
-    if (line.eKind == base::EItemLine::NO_EQUAL)
-        Report(" TNReadCfg_SplitStrBySeparator (%s) error! ", std::string(line.strText));
-    item = {line.strKey, line.strValue};
-    return line.eKind == base::EItemLine::ITEM;
-}
-
 }  // namespace
 
 void ReadItems(std::string_view strText, std::map<std::string, std::string>& mapItem) {
     std::vector<Item> vecItem;
     bool bSorted = true;
-    base::BoundedLines lines(strText, base::ITEM_LINE_MAX);
-    Item item;
-    for (std::string_view strLine; lines.Next(strLine);) {
-        if (!ReadItem(strLine, item))
+    base::ItemLine line;
+    for (base::ItemLines lines(strText); lines.Next(line);) {
+        if (line.eKind == base::EItemLine::NO_EQUAL)
+            Report(" TNReadCfg_SplitStrBySeparator (%s) error! ", std::string(line.strText));
+        if (line.eKind != base::EItemLine::ITEM)
             continue;
-        bSorted = bSorted && (vecItem.empty() || vecItem.back().strKey < item.strKey);
-        vecItem.push_back(item);
+        bSorted = bSorted && (vecItem.empty() || vecItem.back().strKey < line.strKey);
+        vecItem.push_back({line.strKey, line.strValue});
     }
     if (vecItem.empty())
         return;
