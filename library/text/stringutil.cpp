@@ -195,19 +195,13 @@ std::string ConvertLONGToStr(long nValue, bool bPlain) {
 }
 
 std::string ConvertHEXToStr(unsigned long nValue, bool bPlain) {
-    char szText[base::INTEGER_ROOM];
-    char* p = szText;
-    if (HasBlank(bPlain))
-        *p++ = ' ';
-    return base::TextOf(szText, base::WriteHex(p, nValue, 'a'));
+    return base::HexText(HasBlank(bPlain) ? " " : "", nValue, base::HEX_LOWER);
 }
 
 std::string IntToStr(long nValue, bool bHex) {
     if (!bHex)
         return base::IntegerText(static_cast<int>(nValue));
-    char szText[base::INTEGER_ROOM] = "0x";
-    return base::TextOf(szText,
-                        base::WriteHex(szText + 2, static_cast<unsigned long>(nValue), 'A'));
+    return base::HexText("0x", static_cast<unsigned long>(nValue), base::HEX_UPPER);
 }
 
 std::string Num2Str(int nValue) {
