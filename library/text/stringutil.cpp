@@ -331,6 +331,12 @@ void TEStr2StrVec(const char* szText, std::vector<std::string>& vecPart) {
     if (szText == nullptr)
         return;
     const std::string_view strText = szText;
+    // Room for all parts at once. It at least doubles, so that many lists can be gathered in one
+    // vector.
+    const auto nParts =
+        static_cast<std::size_t>(std::count(strText.begin(), strText.end(), ',')) + 1;
+    if (vecPart.capacity() - vecPart.size() < nParts)
+        vecPart.reserve(std::max(vecPart.size() + nParts, 2 * vecPart.capacity()));
     std::string_view strPart;
     for (std::size_t nAt = 0; nAt != std::string_view::npos;) {
         nAt = WordAt(strText, nAt, ",", strPart);
