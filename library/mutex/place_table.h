@@ -16,6 +16,13 @@ namespace NSTE_util {
 // Which operations stand at which place, and how often: a hash table of groups of 8 slots, each
 // group with a word of 8 tags that a search looks at first. A place with up to FEW operations costs
 // one slot; one that ever had more keeps them as ManyOpers until it is empty.
+//
+// Its own because of its memory, as it grows by 3 tenths and does not double: for each of 120,000
+// objects in NEs of their own it takes 97 bytes, boost::unordered_flat_map 146 and
+// absl::flat_hash_map 155, where 120 are the goal. It pays with time: a request and its release
+// take 1.1 to 2 of that of the first and 0.6 to 1.5 of that of the second (rows places of
+// figures.md).
+//
 // Key: equality and Hash(secret), 64 bits of which the upper half and the lowest 7 bits are used.
 template <class Key, std::size_t FEW>
 class PlaceTable {
