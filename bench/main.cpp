@@ -80,7 +80,7 @@ constexpr Goal GOALS[] = {
     {"timeout_two_threads",             5.0 },
     {"timeouts_load",                   1.0 },
     {"tree_size",                       1.0 },
-    {"folder_list",                     1.0 },
+    {"folder_list",                     1.05},
     {"path_absolute",                   1.25},
     {"backup_build/100",                1.0 },
     {"backup_read/100",                 0.4 },

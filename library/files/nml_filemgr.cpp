@@ -5,6 +5,7 @@
 #include "base/trim.h"
 #include "files/file_writer.h"
 #include "files/item_file.h"
+#include "files/key_order.h"
 #include "files/read_file.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/trace_line.h"
@@ -111,13 +112,16 @@ int ListFolder(const std::string& strDir, int nFlag, std::list<std::string>& lis
     const int nResult = ZembFileUtil::getFileList(strDir.c_str(), vecEntry, PATH_CODE_SET);
     if (nResult != 0)
         return nResult;
-    std::vector<std::string> vecName;
-    for (ZembFileEntry& entry : vecEntry)
-        if ((nFlag != FLAG_FILES || !entry.bFolder) && (nFlag != FLAG_FOLDERS || entry.bFolder))
-            vecName.push_back(std::move(entry.strName));
-    std::sort(vecName.begin(), vecName.end());
-    listName.insert(listName.end(), std::make_move_iterator(vecName.begin()),
-                    std::make_move_iterator(vecName.end()));
+    std::list<std::string> listFound;
+    if (!vecEntry.empty())
+        for (const Rank& rank : Ranks(vecEntry, [](const ZembFileEntry& entry) -> std::string_view {
+                 return entry.strName;
+             })) {
+            ZembFileEntry& entry = vecEntry[rank.nItem];
+            if ((nFlag != FLAG_FILES || !entry.bFolder) && (nFlag != FLAG_FOLDERS || entry.bFolder))
+                listFound.push_back(std::move(entry.strName));
+        }
+    listName.splice(listName.end(), listFound);
     return 0;
 }
 
