@@ -1,5 +1,6 @@
 #include "command.h"
 
+#include "base/root_files.h"
 #include "view/record.h"
 
 #include <CLI/CLI.hpp>
@@ -11,6 +12,15 @@
 // it. A command defines its arguments and returns what runs it. It is defined anew for each run, so
 // nothing is left over from one line of a script to the next.
 namespace host {
+
+namespace {
+
+// A file of the sample root, as it is named from the top of the tree.
+std::string Sample(const char* szUnderRoot) {
+    return std::string("share/root") + szUnderRoot;
+}
+
+}  // namespace
 
 const std::vector<Command>& Commands() {
     // clang-format off
@@ -39,16 +49,16 @@ const std::vector<Command>& Commands() {
         {"trail",    "mark trails as busy, give them back, list them",
                      "trail take crew-1 3 9", true, DefineTrail},
         {"mutex",    "load a table file of conflicting operations, or show it as a matrix or graph",
-                     "mutex matrix share/root/etc/oss_cfg/trans/core/conf/mutex_oper.cfg", false,
+                     "mutex matrix " + Sample(base::MUTEX_TABLE_UNDER_ROOT), false,
                      DefineMutex},
         {"check",    "look for faults in configuration files",
-                     "check mutex share/root/etc/oss_cfg/trans/core/conf/mutex_oper.cfg", false,
+                     "check mutex " + Sample(base::MUTEX_TABLE_UNDER_ROOT), false,
                      DefineCheck},
         {"lang",     "load and look up texts of the process language; compare languages",
                      "lang missing en zh\n  lang get --load refusal.4101F001", true, DefineLang},
         {"cfg",      "show the items of a configuration file as a process reads them; change one",
-                     "cfg share/root/etc/oss_cfg/ems.cfg overtime_low\n  cfg set my.cfg retry 3",
-                     false, DefineCfg},
+                     "cfg " + Sample(base::EMS_UNDER_ROOT) + " " + base::KEY_OVERTIME_LOW +
+                     "\n  cfg set my.cfg retry 3", false, DefineCfg},
         {"timeout",  "tell how long a command request may take, and why",
                      "timeout 1201 --count 5 --offset", true, DefineTimeout},
         {"timeouts", "show the whole table of request time-outs in force",
@@ -166,7 +176,7 @@ int RunCommand(Session& session, const std::vector<std::string>& vecWord) {
         return WRONG_USAGE;
     }
     CLI::App app(pCommand->szSummary, pCommand->szName);
-    app.footer(std::string("Example:\n  ") + pCommand->szExample);
+    app.footer("Example:\n  " + pCommand->strExample);
     const Runner run = pCommand->Define(app);
     try {
         app.parse(std::vector<std::string>(vecWord.rbegin(), vecWord.rend() - 1));

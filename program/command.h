@@ -22,8 +22,8 @@ using Definer = Runner (*)(CLI::App& app);
 struct Command {
     const char* szName;
     const char* szSummary;
-    const char* szExample;  // one or more command lines
-    bool bNeedsModule;      // the module is started before it runs
+    std::string strExample;  // one or more command lines
+    bool bNeedsModule;       // the module is started before it runs
     Definer Define;
 };
 

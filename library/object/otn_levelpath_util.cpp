@@ -154,9 +154,7 @@ std::string QuietTextOf(const std::list<OTNLevelAndPathID>& listLevel) {
 }
 
 std::string TextOfLocation(std::uint32_t nLocationID) {
-    char szText[base::INTEGER_ROOM] = "0x";
-    const char* const pEnd = base::WriteHex(szText + 2, nLocationID, 'A');
-    return base::TextOf(szText, pEnd);
+    return base::HexText("0x", nLocationID, base::HEX_UPPER);
 }
 
 }  // namespace

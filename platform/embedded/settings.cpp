@@ -1,5 +1,6 @@
 #include "zemb/settings.h"
 
+#include "base/bounded_lines.h"
 #include "base/cancel_hold.h"
 #include "base/immortal.h"
 #include "base/item_line.h"
@@ -108,6 +109,20 @@ bool ReadNumber(std::string_view strText, int& nValue) {
     return true;
 }
 
+// All of a file up to a line that is too long; "" for one that cannot be read.
+std::string ReadLines(const std::string& strFile) {
+    const base::CancelHold hold;
+    std::ifstream file;
+    if (std::error_code ignored; !std::filesystem::is_fifo(strFile, ignored))
+        file.open(strFile);  // who would write into a pipe may never come
+    std::string strText;
+    char szBlock[4096];
+    base::LongLineWatch watch(base::ITEM_LINE_MAX);
+    while (!watch.IsTooLong(strText) && (file.read(szBlock, sizeof szBlock) || file.gcount() > 0))
+        strText.append(szBlock, static_cast<std::size_t>(file.gcount()));
+    return strText;
+}
+
 }  // namespace
 
 int ZembGetRegInt(const char* szKey, int& nValue, const char* szFile) {
@@ -158,19 +173,12 @@ std::string RootPath() {
 }
 
 std::optional<std::string> FindItem(std::string_view strKey, const std::string& strFile) {
-    const base::CancelHold hold;
-    std::ifstream file;
-    if (std::error_code ignored; !std::filesystem::is_fifo(strFile, ignored))
-        file.open(strFile);  // who would write into a pipe may never come
+    const std::string strText = ReadLines(strFile);
     std::optional<std::string> strFound;
-    char szLine[base::ITEM_LINE_MAX + 1];
-    while (file.getline(szLine, sizeof szLine) || file.gcount() > 0) {
-        const base::ItemLine item = base::ReadItemLine(szLine);
-        if (item.eKind == base::EItemLine::ITEM && item.strKey == strKey)
-            strFound = item.strValue;
-        if (!file)
-            break;  // a line too long ends the reading, its beginning counts
-    }
+    base::ItemLine line;
+    for (base::ItemLines lines(strText); lines.Next(line);)
+        if (line.eKind == base::EItemLine::ITEM && line.strKey == strKey)
+            strFound = line.strValue;
     return strFound;
 }
 

@@ -61,15 +61,16 @@ public:
     }
 
     std::vector<Finding> Findings() {
-        for (const TextLine& line : m_file.vecLine) {
-            CheckLine(line.place);
-            if (line.strRaw.size() <= base::ITEM_LINE_MAX)
-                continue;
-            Add(ESeverity::ERROR, line.place, 0,
-                "line of " + Counted(line.strRaw.size(), "character") +
-                    ": the reading ends here, and what follows is not read",
-                "at most " + std::to_string(base::ITEM_LINE_MAX));
-            break;
+        base::ItemLine line;
+        for (base::ItemLines lines(m_file.strText); lines.Next(line);) {
+            const int nLine = lines.Bounds().Number();
+            const TextLine& whole = m_file.vecLine[static_cast<std::size_t>(nLine) - 1];
+            CheckLine(PlaceOf(whole.place.strFile, nLine, std::string(line.strRaw)), line);
+            if (lines.Bounds().IsTooLong())
+                Add(ESeverity::ERROR, whole.place, 0,
+                    "line of " + Counted(whole.strRaw.size(), "character") +
+                        ": the reading ends here, and what follows is not read",
+                    "at most " + std::to_string(base::ITEM_LINE_MAX));
         }
         return std::move(m_file.vecFinding);
     }
@@ -80,9 +81,7 @@ private:
         m_file.vecFinding.push_back(FindingAt(eSeverity, place, nOffset, strWhat, strExpected));
     }
 
-    void CheckLine(Place place) {
-        place.strText = NSTN_util::Trim(place.strText.c_str());  // as the reader: to a zero byte
-        const base::ItemLine line = base::ReadItemLine(place.strText);
+    void CheckLine(const Place& place, const base::ItemLine& line) {
         if (line.eKind == base::EItemLine::NOTHING)
             return;
         if (line.eKind == base::EItemLine::NO_EQUAL)
