@@ -100,7 +100,7 @@ const std::vector<Command>& Commands() {
         {"task",     "run an operation as a server process does: task, exclusion, progress, log",
                      "task run 200 6 --user 7\n  task start 200 6\n  task abort 1", false, DefineTask},
         {"load",     "run many operations on many NEs at once, and check that nothing went wrong",
-                     "load --tasks 100000 --threads 4 --nes 1000 --no-log", true, DefineLoad},
+                     "load --tasks 100000 --threads 4 --nes 1000", true, DefineLoad},
         {"progress", "show the missions of all tasks with their percent",
                      "progress", false, DefineProgress},
         {"errors",   "show what NEs replied that somebody should know of",

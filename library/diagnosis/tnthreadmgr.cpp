@@ -35,12 +35,9 @@ std::uint32_t Shown(unsigned long nThreadId) {
 }
 
 // Tells who watches the process what the calling thread works on.
-void TellWatcher(const std::string& strLable, int nUseCount, std::int64_t nStartTime) noexcept {
-    if (zemb::LiveWatcher* const pWatcher = zemb::Live())
-        pWatcher->ThreadWorks(strLable, nUseCount, nStartTime);
-}
 void TellWatcher(const TNThreadInfo& info) noexcept {
-    TellWatcher(info.m_strLable, info.m_nUseCount, info.m_nStartTime);
+    if (zemb::LiveWatcher* const pWatcher = zemb::Live())
+        pWatcher->ThreadWorks(info.m_strLable, info.m_nUseCount, info.m_nStartTime);
 }
 
 }  // namespace
@@ -53,7 +50,8 @@ struct TNThreadMgr::Registry {
     using Guard = SpinGuard<ACE_Recursive_Thread_Mutex>;
 
     void Remove(ThreadMap::iterator it) {
-        TellWatcher("", 0, 0);
+        if (zemb::LiveWatcher* const pWatcher = zemb::Live())
+            pWatcher->ThreadWorks({}, 0, 0);
         nodeSpare = mapThread.extract(it);
         if (nodeSpare.mapped().m_strLable.capacity() > LABLE_KEPT_MOST)
             std::string().swap(nodeSpare.mapped().m_strLable);  // an assignment keeps the memory
@@ -61,14 +59,14 @@ struct TNThreadMgr::Registry {
 
     void Add(ThreadMap::iterator itPlace, unsigned long nThreadId, const std::string& strLable) {
         if (nodeSpare.empty()) {
-            mapThread.emplace_hint(itPlace, nThreadId, TNThreadInfo{strLable, 1, GetCurUtcTime()});
-            return;
+            const TNThreadInfo info{strLable, 1, GetCurUtcTime()};
+            return TellWatcher(mapThread.emplace_hint(itPlace, nThreadId, info)->second);
         }
         nodeSpare.mapped().m_strLable = strLable;
         nodeSpare.mapped().m_nUseCount = 1;
         nodeSpare.mapped().m_nStartTime = GetCurUtcTime();
         nodeSpare.key() = nThreadId;
-        mapThread.insert(itPlace, std::move(nodeSpare));
+        TellWatcher(mapThread.insert(itPlace, std::move(nodeSpare))->second);
     }
 };
 
@@ -94,10 +92,8 @@ void TNThreadMgr::Regist_Thread(const std::string& strLable) {
         const unsigned long nThreadId = pthread_self();
         const Registry::Guard guard(m_pRegistry->lock);
         const auto it = m_pRegistry->mapThread.lower_bound(nThreadId);
-        if (it == m_pRegistry->mapThread.end() || it->first != nThreadId) {
-            m_pRegistry->Add(it, nThreadId, strLable);
-            return TellWatcher(strLable, 1, GetCurUtcTime());
-        }
+        if (it == m_pRegistry->mapThread.end() || it->first != nThreadId)
+            return m_pRegistry->Add(it, nThreadId, strLable);
         ++it->second.m_nUseCount;
         TellWatcher(it->second);
         Report("Already Regist_Thread threadid = %u !", Shown(nThreadId));

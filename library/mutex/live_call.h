@@ -33,7 +33,8 @@ inline zemb::LiveObject LiveObjectOf(int nTrail) {
     return {nTrail, 0, 0};
 }
 
-// A request, or a return, as who watches the process sees it. Without anybody it costs a look.
+// A request, or a return, as who watches the process sees it. Without anybody it costs a look: what
+// is told stands in functions of their own, so that it takes no room in those that call it.
 // Objects is a list of objects or trails that outlives it.
 template <class Objects>
 class LiveCall {
@@ -52,16 +53,12 @@ public:
 
     void Granted() const {
         if (m_pWatcher != nullptr)
-            ForEach([&](const zemb::LiveObject& obj, std::size_t nPlace) {
-                m_pWatcher->Granted(obj, nPlace);
-            });
+            TellGranted();
     }
 
     void Refused(int nBlocker, unsigned long nCode) const {
         if (m_pWatcher != nullptr)
-            ForEach([&](const zemb::LiveObject& obj, std::size_t nPlace) {
-                m_pWatcher->Refused(obj, nPlace, nBlocker, nCode);
-            });
+            TellRefused(nBlocker, nCode);
     }
 
     // One object, counted from 1; 0: the operation ran without any.
@@ -71,7 +68,17 @@ public:
     }
 
 private:
-    void Begin(zemb::ELiveCall eCall) const {
+    [[gnu::noinline]] void TellGranted() const {
+        ForEach([&](const zemb::LiveObject& obj, std::size_t nPlace) {
+            m_pWatcher->Granted(obj, nPlace);
+        });
+    }
+    [[gnu::noinline]] void TellRefused(int nBlocker, unsigned long nCode) const {
+        ForEach([&](const zemb::LiveObject& obj, std::size_t nPlace) {
+            m_pWatcher->Refused(obj, nPlace, nBlocker, nCode);
+        });
+    }
+    [[gnu::noinline]] void Begin(zemb::ELiveCall eCall) const {
         std::array<zemb::LiveObject, 4> arrFirst;
         std::size_t nFirst = 0;
         for (auto it = m_objects.begin(); it != m_objects.end() && nFirst < arrFirst.size(); ++it)

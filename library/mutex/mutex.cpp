@@ -123,7 +123,7 @@ void TEMutexOperMgrImpl::Record_nolock(int nOper, const std::list<TEOperObject>&
                                        const LiveCall<std::list<TEOperObject>>& call) {
     if (!listObj.empty()) {
         m_held.Add(nOper, listObj);
-        if (m_setRunsOnNone.erase(nOper) != 0)
+        if (!m_setRunsOnNone.empty() && m_setRunsOnNone.erase(nOper) != 0)
             call.GivenBack({}, 0);
     } else if (m_held.Holds(nOper) || !m_setRunsOnNone.insert(nOper).second) {
         return;

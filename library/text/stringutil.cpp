@@ -227,7 +227,7 @@ bool TEStrTrim(std::string& strText, bool bDigitsOnly) {
 }
 
 bool TEStr2Ip(const char* szText, unsigned long& ip) {
-    constexpr std::size_t OCTETS = 4;
+    constexpr std::size_t OCTETS_OF_IP = 4;
     ip = 0;
     std::string_view strRest = base::ViewOf(szText);
     if (std::uint32_t nPlain = 0; base::ReadPlainIp(strRest, nPlain)) {
@@ -241,12 +241,12 @@ bool TEStr2Ip(const char* szText, unsigned long& ip) {
         strRest.remove_prefix(nDot == std::string_view::npos ? strRest.size() : nDot + 1);
         const base::DigitRun run = base::ReadDigits(strPiece, 10);
         if (run.nLength == 0 || run.nLength != strPiece.size() || run.nValue > 255 ||
-            nTaken > OCTETS)
+            nTaken > OCTETS_OF_IP)
             return false;
         ip = (ip << 8) + run.nValue;  // Deliberate: a fifth octet is taken before it is refused.
         ++nTaken;
     }
-    return nTaken == OCTETS;
+    return nTaken == OCTETS_OF_IP;
 }
 
 bool TEStrSubStr2DateTime(unsigned& nIndex, std::tm& parts, std::string& strField) {

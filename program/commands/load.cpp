@@ -45,7 +45,7 @@ struct LoadArguments {
     int nNes = 1000;
     double dSeconds = 0;
     unsigned nSeed = 1;
-    bool bNoLog = false;
+    bool bLog = false;
 };
 
 constexpr std::uint64_t OPERATIONS_MOST = 1U << 20;  // each is asked for at the end
@@ -146,13 +146,13 @@ private:
             const std::lock_guard<std::mutex> guard(m_lock);
             ++m_mapRefused[nResult];
         }
-        if (!m_args.bNoLog) {
+        if (m_args.bLog) {
             NSTN_util::TNCommonLog log;
             log.SetOperInfo("load");
             log.SetOperObject(ObjectText(obj));
             log.AddOperationLog(task.GetCurReqMsg(), NSTN_util::GetUserID(),
                                 static_cast<int>(nResult), static_cast<unsigned long>(obj.nNeId),
-                                OPERATION_LEVEL, OPERATION_CATEGORY);
+                                OPERATION_LEVEL, PROGRAM_CATEGORY);
         }
     }
 
@@ -233,7 +233,7 @@ private:
         Demand(m_nConflicts == 0,
                std::to_string(m_nConflicts) + " times two conflicting operations ran at once");
         m_nRows = nRows;
-        Demand(m_args.bNoLog || nRows == m_nGranted + m_nRefused,
+        Demand(!m_args.bLog || nRows == m_nGranted + m_nRefused,
                std::to_string(nRows) + " log entries of " +
                    std::to_string(m_nGranted + m_nRefused) + " operations");
         TEMutexOperMgr& mgr = *TEMutexOperMgr::Instance();
@@ -284,7 +284,7 @@ private:
         }
         if (vecFault.empty())
             strText += std::string("\n  checked: no conflict, everything given back") +
-                       (m_args.bNoLog ? "" : ", an entry each");
+                       (m_args.bLog ? ", an entry each" : "");
         session.out.Put(strText, record);
     }
 
@@ -320,7 +320,7 @@ Runner DefineLoad(CLI::App& app) {
         ->capture_default_str();
     app.add_option("--seed", pArgs->nSeed, "of the choice of operations and NEs")
         ->capture_default_str();
-    app.add_flag("--no-log", pArgs->bNoLog, "without entries of the operation log");
+    app.add_flag("--log", pArgs->bLog, "with an entry of the operation log for each");
     return [pArgs](Session& session) { return LoadRun(session, *pArgs).Run(session); };
 }
 

@@ -28,10 +28,9 @@ constexpr auto QUIET = std::chrono::seconds(1);
 }  // namespace
 
 LockedFile::LockedFile(const std::string& strFile, int nSeconds) : m_strFile(strFile) {
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point begin = Clock::now();
+    const auto begin = std::chrono::steady_clock::now();
     for (bool bTold = false; !TryToLock(); std::this_thread::sleep_for(TRY_AGAIN)) {
-        const auto waited = Clock::now() - begin;
+        const auto waited = std::chrono::steady_clock::now() - begin;
         if (waited >= std::chrono::seconds(nSeconds))
             throw CommandError(SYSTEM_FAILED,
                                strFile + ": locked by " + Holder() + " for over " +

@@ -10,7 +10,7 @@ namespace host {
 // Where the program's operations come from, and how they stand in the operation log.
 constexpr std::uint32_t LOCAL_ADDRESS = 0x7F000001;
 constexpr unsigned char OPERATION_LEVEL = 4;
-constexpr unsigned OPERATION_CATEGORY = 2;
+constexpr unsigned PROGRAM_CATEGORY = 100;  // no server writes entries of this one
 
 // The command message of an operation that this process asks for.
 ZembCmdMSG CommandMessage(int nOper, std::uint32_t nRequest = 0);

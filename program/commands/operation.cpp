@@ -51,7 +51,7 @@ void Record(Session& session, int nOper, const std::list<TEOperObject>& listObj,
     record.nResult = nResult;
     record.sOperObject = ObjectsText(listObj);
     record.sOperInfo = strBy + ": " + strWhat;
-    NSTN_util::TEOperationLog(record, OPERATION_LEVEL, OPERATION_CATEGORY);
+    NSTN_util::TEOperationLog(record, OPERATION_LEVEL, PROGRAM_CATEGORY);
 }
 
 int PutGranted(const Session& session, const Grant& grant) {

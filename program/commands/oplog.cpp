@@ -1,3 +1,4 @@
+#include "commands/mission.h"
 #include "commands/new_file.h"
 #include "console/interrupt.h"
 #include "sub_commands.h"
@@ -172,18 +173,21 @@ int ShowEntry(const Session& session, const OpLogArguments& args) {
     Read(filter, [&](const zemb::OperLogRow& row) {
         bFound = row.nId == args.nId;
         if (bFound)
-            session.out.Put(Table({{"entry", std::to_string(row.nId)},
-                                   {"time", row.strTime},
-                                   {"user", std::to_string(row.nUserId)},
-                                   {"address", AddressText(row.nIpAddr)},
-                                   {"command", std::to_string(row.nCmd)},
-                                   {"object", OnOneLine(row.strObject)},
-                                   {"result", ResultText(row)},
-                                   {"text", OnOneLine(row.strDesc)},
-                                   {"level", std::to_string(row.nLevel)},
-                                   {"category", std::to_string(row.nCategory)},
-                                   {"process", std::to_string(row.nProcess)}}),
-                            RecordOfRow(row));
+            session.out.Put(
+                Table({{"entry", std::to_string(row.nId)},
+                       {"time", row.strTime},
+                       {"user", std::to_string(row.nUserId)},
+                       {"address", AddressText(row.nIpAddr)},
+                       {"command", std::to_string(row.nCmd)},
+                       {"object", OnOneLine(row.strObject)},
+                       {"result", ResultText(row)},
+                       {"text", OnOneLine(row.strDesc)},
+                       {"level", std::to_string(row.nLevel)},
+                       {"category",
+                        std::to_string(row.nCategory) +
+                            (row.nCategory == PROGRAM_CATEGORY ? " (the program itself)" : "")},
+                       {"process", std::to_string(row.nProcess)}}),
+                RecordOfRow(row));
         return false;
     });
     if (!bFound)
@@ -333,8 +337,9 @@ int Write(const Session& session, const OpLogArguments& args) {
     if (args.nUser == 0 && nAddress == 0)
         throw CommandError(ANSWER_NO, "not written: neither user nor address");
     if (zemb::FlushOperLog() != 0)
-        throw CommandError(SYSTEM_FAILED, "not written: " + zemb::OperLogFile() +
-                                              " cannot be; log/zembedded.PROCESS.log tells why");
+        throw CommandError(SYSTEM_FAILED,
+                           "not written: " + zemb::OperLogFile() +
+                               " cannot be; standard error, or the log of zembedded, tells why");
     session.out.Put("written", RecordOf({{"written", true}}));
     return DONE;
 }

@@ -55,7 +55,7 @@ unsigned long RunOperation(ZembGnlTask& task, const TaskOrder& order,
         log.AppendOperInfo("refused");
     }
     log.AddOperationLog(task.GetCurReqMsg(), NSTN_util::GetUserID(), static_cast<int>(nResult),
-                        static_cast<unsigned long>(order.nNe), OPERATION_LEVEL, OPERATION_CATEGORY);
+                        static_cast<unsigned long>(order.nNe), OPERATION_LEVEL, PROGRAM_CATEGORY);
     return nResult;
 }
 
