@@ -1,8 +1,8 @@
 #include "command.h"
 #include "global_arguments.h"
+#include "help.h"
 
 #include "zemb/black_box.h"
-#include "zemb/control.h"
 
 #include <CLI/CLI.hpp>
 
@@ -11,14 +11,24 @@
 
 namespace {
 
+// The words of the command; "--process" before it is one of its own options.
+std::vector<std::string> WordsOf(const CLI::App& app, const host::GlobalArguments& args) {
+    std::vector<std::string> vecWord = app.remaining();
+    if (!vecWord.empty() && !args.strProcess.empty())
+        vecWord.insert(std::find(vecWord.begin(), vecWord.end(), "--"),
+                       "--process=" + args.strProcess);
+    return vecWord;
+}
+
 int Run(int argc, char** argv) {
     host::GlobalArguments args;
     CLI::App app(
         "Host process and toolbox of the tovelkarin module: tovelkarin [OPTIONS] COMMAND ...",
         "tovelkarin");
     host::DefineGlobal(app, args);
+    app.add_option("--process", args.strProcess, "for commands that show other processes: which");
     app.set_version_flag("--version", "tovelkarin " TOVELKARIN_VERSION);
-    app.footer("Commands:\n" + host::HelpText() +
+    app.footer(host::HelpText() +
                "\n'tovelkarin COMMAND --help' tells more.\n\n"
                "Exit status: 0 done, 1 the answer is no, 2 wrong usage, 3 the system failed.");
     app.prefix_command();
@@ -27,20 +37,16 @@ int Run(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? host::DONE : host::WRONG_USAGE;
     }
-    const std::vector<std::string> vecWord = app.remaining();
+    const std::vector<std::string> vecWord = WordsOf(app, args);
     if (vecWord.empty()) {
-        std::cerr << app.help();
+        std::cerr << host::FirstSteps();
         return host::WRONG_USAGE;
     }
-    if (!args.strRoot.empty())
-        zemb::SetRootPath(args.strRoot);
-    if (!args.strState.empty())
-        zemb::SetStatePath(args.strState);
     // What runs for long can be looked into from outside. A command that answers at once is none of
     // the server processes that others list.
     zemb::SetBlackBox(vecWord.front() == "host" || vecWord.front() == "load");
-    host::Session session(args.bJson);
-    const int nStatus = host::RunCommand(session, vecWord);
+    host::Session session;
+    const int nStatus = host::RunCommand(session, vecWord, &args);
     const int nEnd = std::max(nStatus, session.End());
     if (session.out.IsGood())
         return nEnd;

@@ -106,7 +106,10 @@ void FillEvent(const Json::Value& json, RecordLine& line) {
 }  // namespace
 
 EventRecordReader::EventRecordReader(const std::string& strFile)
-    : m_strFile(strFile), m_file(strFile), m_vecText(LINE_MAX_OCTETS), m_pParser(NewParser()) {
+    : m_strFile(strFile),
+      m_file(strFile == "-" ? "/dev/stdin" : strFile),
+      m_vecText(LINE_MAX_OCTETS),
+      m_pParser(NewParser()) {
     if (!m_file)
         FailWithErrno(strFile);
 }

@@ -66,8 +66,10 @@ int ListEntries(const Session& session, const FileArguments& args) {
     std::list<std::string> listName;
     const int nFlag = args.bFiles == args.bFolders ? 2 : args.bFiles ? 0 : 1;
     FailOn(NSTN_util::GetAllFileByFlag(args.strPath, nFlag, listName), args.strPath);
+    // A name may hold a line feed, and must not look like two.
     for (const std::string& strName : listName)
-        Put(session, strName);
+        session.out.Put(session.out.IsRaw() ? strName : OnOneLine(strName),
+                        RecordOf({{"path", strName}}));
     return DONE;
 }
 
@@ -93,7 +95,7 @@ int Prune(const Session& session, const FileArguments& args) {
         }
         Json::Value record;
         record[args.bDryRun ? "would_delete" : "deleted"] = strName;
-        session.out.Put((args.bDryRun ? "would delete " : "deleted ") + strName, record);
+        session.out.Put((args.bDryRun ? "would delete " : "deleted ") + OnOneLine(strName), record);
     }
     session.out.Say(Counted(listName.size() - listLeft.size(), "name") +
                     (args.bDryRun ? " would go, " : " gone, ") + std::to_string(listLeft.size()) +

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
@@ -140,6 +141,8 @@ void Follow(const Session& session, const LogArguments& args, LogReader& reader)
 int ShowLog(const Session& session, const LogArguments& args) {
     const std::string strFile = Session::RequireState(zemb::LogFileOf(args.strModule));
     LogReader reader(strFile);
+    if (!reader.IsOpen() && errno != ENOENT)
+        FailWithErrno(strFile);
     if (!reader.IsOpen())
         throw CommandError(ANSWER_NO, strFile + ": there is no log of this module");
     std::deque<std::string> dequeLast;

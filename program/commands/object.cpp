@@ -62,15 +62,17 @@ int ShowFbTypes(const Session& session) {
         kept = type;
         AppendItem(strDetails, std::to_string(nType), " ");
     }
-    Rows rows(session.out, {{"fbtype", "type"},
-                            {"level", "level"},
-                            {"low_level", "lower"},
-                            {"types", "detailed types"}});
+    Rows rows(session.out, {{"fbtype", "TYPE"},
+                            {"level", "LEVEL"},
+                            {"low_level", "LOWER"},
+                            {"types", "DETAILED TYPES"}});
     for (const auto& [nFbType, entry] : mapType)
         rows.Add({nFbType, entry.first.strLevel, entry.first.strLowLevel, entry.second});
     rows.Put();
     return DONE;
 }
+
+constexpr const char* EVERY_NE = "' names no NE, and NE 0 stands for every NE";
 
 void ShowFdn(const Session& session, const std::string& strText) {
     FrameUtil::StrUIDParser fdn;
@@ -93,6 +95,8 @@ void ShowFdn(const Session& session, const std::string& strText) {
     const bool bPorts = (fdn.GetValue(strPorts, "LP", 0) && !strPorts.empty()) ||
                         (fdn.GetValue(strPorts, "PP", 0) && !strPorts.empty());
     if (bPorts && mgr.ParsePortKeyFromFDN(strText, key) == 0) {
+        if (key.neId == 0)
+            Complain("warning: '" + strText + EVERY_NE);
         record["ne"] = key.neId;
         record["board"] = Hex(key.boardPos);
         record["port"] = Hex(key.portPos);

@@ -3,7 +3,7 @@
 #include "base/item_line.h"
 #include "base/root_files.h"
 #include "check/lang_file.h"
-#include "commands/backup_text.h"
+#include "check/text_lines.h"
 #include "commands/ledger.h"
 #include "commands/refusal_text.h"
 #include "console/interrupt.h"
@@ -312,7 +312,7 @@ void FillLedger(const BlackBox& box, Ledger& ledger) {
         if (strKind == "table") {
             ledger.table.Read(strName);
             NSTN_util::ContentMark mark;
-            mark.Add(ReadWhole(strName));
+            mark.Add(ReadText(strName));
             if (mark.Text() != strValue)
                 throw CommandError(ANSWER_NO, strName +
                                                   ": was changed since the process loaded it, so "

@@ -1,5 +1,6 @@
 #include "commands/processes.h"
 #include "commands/task_runner.h"
+#include "mistake.h"
 #include "sub_commands.h"
 #include "view/progress_line.h"
 #include "view/record.h"
@@ -17,6 +18,11 @@
 namespace host {
 
 namespace {
+
+void WarnOfEveryNe(int nNe) {
+    if (nNe == 0)
+        Complain("warning: NE 0 stands for every NE");
+}
 
 TaskRunner& RunnerOf(Session& session) {
     session.Start();
@@ -37,6 +43,7 @@ std::string TitleOf(const TaskOrder& order) {
 
 int RunTask(Session& session, const TaskArguments& args) {
     const TaskOrder& order = args.order;
+    WarnOfEveryNe(order.nNe);
     unsigned long nResult = 0;
     {
         const ProgressLine line;
@@ -80,6 +87,7 @@ int ShowAllTasks(Session& session, const TaskArguments& args) {
 
 int StartTask(Session& session, const TaskArguments& args) {
     const TaskOrder& order = args.order;
+    WarnOfEveryNe(order.nNe);
     TaskRunner& runner = RunnerOf(session);
     const int nId = runner.Start(order);
     for (const TaskRunner::Row& row : runner.All())
@@ -157,7 +165,7 @@ Runner DefineTask(CLI::App& app) {
     CLI::App* const pRun =
         commands.Add("run", "one operation on an NE, from the command to the log entry", RunTask);
     CLI::App* const pStart = commands.Add(
-        "start", "the same in the background, stopped behind its first step; inside 'host'",
+        "start", "the same in the background, stopped behind its first step",
         StartTask);
     for (CLI::App* const pOne : {pRun, pStart}) {
         pOne->add_option("OPERATION", order.nOper, "operation number, the command")->required();
@@ -216,6 +224,7 @@ Runner DefineErrors(CLI::App& app) {
         if (!*pClear)
             return ShowProcesses(session, *pProcess,
                                  [&](const zemb::BlackBox& box) { ShowErrors(session.out, box); });
+        RequireHost(session, "errors --clear");
         zemb::ClearOperErrors();
         return DONE;
     };
