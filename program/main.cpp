@@ -1,6 +1,7 @@
 #include "command.h"
 #include "global_arguments.h"
 #include "help.h"
+#include "mistake.h"
 
 #include "zemb/black_box.h"
 
@@ -35,11 +36,21 @@ int Run(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? host::DONE : host::WRONG_USAGE;
+        if (error.get_exit_code() == 0) {
+            app.exit(error);
+            return host::DONE;
+        }
+        host::Complain(std::string(error.what()) + "; 'tovelkarin --help' tells more");
+        return host::WRONG_USAGE;
     }
     const std::vector<std::string> vecWord = WordsOf(app, args);
     if (vecWord.empty()) {
         std::cerr << host::FirstSteps();
+        return host::WRONG_USAGE;
+    }
+    if (vecWord.front().compare(0, 1, "-") == 0) {
+        host::Complain("no option '" + vecWord.front() + "'; " + host::WordMeant(app, vecWord) +
+                       "'tovelkarin --help' tells more");
         return host::WRONG_USAGE;
     }
     // What runs for long can be looked into from outside. A command that answers at once is none of

@@ -28,9 +28,17 @@ _tovelkarin() {
     fitting=("${(@f)$("${words[1]}" completion --of -- "${(@)words[2,CURRENT]}" 2>/dev/null)}")
     if [[ -n "$fitting" ]]; then compadd -a fitting; else _files; fi
 }
-compdef _tovelkarin tovelkarin)"},
+if [[ "${funcstack[1]}" == _tovelkarin ]]; then _tovelkarin "$@"; else compdef _tovelkarin tovelkarin; fi)"},
     {"fish", R"(# Completion of tovelkarin for fish, made by 'tovelkarin completion fish'.
-complete -c tovelkarin -a '(tovelkarin completion --of -- (commandline -opc)[2..] (commandline -ct) 2>/dev/null)')"},
+function __tovelkarin_fitting
+    set -l fitting (tovelkarin completion --of -- (commandline -opc)[2..] (commandline -ct) 2>/dev/null)
+    if test -n "$fitting"
+        printf '%s\n' $fitting
+    else
+        __fish_complete_path (commandline -ct)
+    end
+end
+complete -c tovelkarin -f -a '(__tovelkarin_fitting)')"},
 };
 
 struct CompletionArguments {

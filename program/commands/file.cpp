@@ -3,6 +3,8 @@
 
 #include "tovelkarin/nml_filemgr.h"
 
+#include <unistd.h>
+
 #include <limits>
 
 // Paths, sizes, listings and pruning by the library's own functions. A dry run of pruning goes by
@@ -41,6 +43,7 @@ int ShowSize(const Session& session, const FileArguments& args) {
     record["path"] = args.strPath;
     if (!NSTN_util::IsFolder(args.strPath)) {
         const long nBytes = NSTN_util::GetFileSize(args.strPath);
+        RequireAccess(args.strPath, F_OK);
         if (nBytes == -1)
             throw CommandError(ANSWER_NO, args.strPath + ": no file or folder of that name");
         record["bytes"] = static_cast<Json::Int64>(nBytes);

@@ -27,6 +27,7 @@ int RunHost(Session& session, const HostArguments& args) {
     session.bHosting = true;
     if (!args.strScript.empty() && args.strScript != "-") {
         std::ifstream script(args.strScript);
+        RequireAccess(args.strScript, R_OK);
         if (!script || script.peek() == std::ifstream::traits_type::eof())
             throw CommandError(SYSTEM_FAILED, args.strScript + ": the script cannot be read");
         return RunScript(session, script, args.strScript, args.bEcho);

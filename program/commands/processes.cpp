@@ -13,6 +13,8 @@
 
 #include "zemb/settings.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
@@ -36,8 +38,11 @@ constexpr long long SECOND = 1000000;
 constexpr long long MINUTE = 60 * SECOND;
 constexpr std::size_t POST_MORTEM_EVENTS = 50;
 
+// Who may not look must not read that nobody is there.
 std::vector<BoxSummary> Boxes() {
-    return zemb::ListBlackBoxes(zemb::GetStatePath());
+    const std::string strState = zemb::GetStatePath();
+    RequireAccess(strState + "/run", R_OK | X_OK);
+    return zemb::ListBlackBoxes(strState);
 }
 
 bool IsNumber(const std::string& strText) {
