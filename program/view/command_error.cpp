@@ -18,7 +18,7 @@ void FailWith(int nError, const std::string& strFile) {
 }
 
 void RequireAccess(const std::string& strFile, int nMode) {
-    if (access(strFile.c_str(), nMode) != 0 && errno != ENOENT)
+    if (access(strFile.c_str(), nMode) != 0 && errno == EACCES)
         FailWithErrno(strFile);
 }
 

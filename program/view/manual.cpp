@@ -62,7 +62,8 @@ constexpr Entry OTHER_FILES[] = {
 
 constexpr const char* SEE_ALSO =
     "tovelkarin-asn(5), tovelkarin-backup(5), tovelkarin-configuration(5), tovelkarin-fdn(5), "
-    "tovelkarin-items(5), tovelkarin-language(5), tovelkarin-lists(5), tovelkarin-mutex-table(5), "
+    "tovelkarin-items(5), tovelkarin-json(5), tovelkarin-language(5), tovelkarin-lists(5), "
+    "tovelkarin-mutex-table(5), "
     "tovelkarin-ne(5), tovelkarin-operation-log(5), tovelkarin-otn(5), tovelkarin-timeouts(5)";
 
 // A text that roff takes as it stands, so that a shell takes it back.
