@@ -21,7 +21,7 @@ const std::vector<Command>& Commands() {
         {EGroup::EXCLUSION, "mutex", "show a table of conflicting operations as a matrix or graph; load one",
          "mutex matrix share/root/etc/oss_cfg/trans/core/conf/mutex_oper.cfg", false, DefineMutex},
         {EGroup::EXCLUSION, "events", "show what another process granted and refused last; follow or record it",
-         "events --last 20\n  events --since 5m --refused\n  events --follow", false, DefineEvents},
+         "events --last 20\n  events --since 5m --refused\n  events --record today.events", false, DefineEvents},
         {EGroup::EXCLUSION, "top", "watch processes, grants, busy NEs and tasks on a full screen",
          "top --once", false, DefineTop},
         {EGroup::EXCLUSION, "ps", "list the processes of the state folder, and what each is busy with",

@@ -72,8 +72,6 @@ int ShowFbTypes(const Session& session) {
     return DONE;
 }
 
-constexpr const char* EVERY_NE = "' names no NE, and NE 0 stands for every NE";
-
 void ShowFdn(const Session& session, const std::string& strText) {
     FrameUtil::StrUIDParser fdn;
     if (!fdn.Parse(strText.c_str()))
@@ -96,7 +94,7 @@ void ShowFdn(const Session& session, const std::string& strText) {
                         (fdn.GetValue(strPorts, "PP", 0) && !strPorts.empty());
     if (bPorts && mgr.ParsePortKeyFromFDN(strText, key) == 0) {
         if (key.neId == 0)
-            Complain("warning: '" + strText + EVERY_NE);
+            WarnOfEveryNe("'" + strText + "' names no NE");
         record["ne"] = key.neId;
         record["board"] = Hex(key.boardPos);
         record["port"] = Hex(key.portPos);

@@ -5,6 +5,7 @@
 #include "view/progress_line.h"
 #include "view/record.h"
 #include "view/rows.h"
+#include "view/texts.h"
 
 #include "tovelkarin/tedebugcommandmgr.h"
 
@@ -18,11 +19,6 @@
 namespace host {
 
 namespace {
-
-void WarnOfEveryNe(int nNe) {
-    if (nNe == 0)
-        Complain("warning: NE 0 stands for every NE");
-}
 
 TaskRunner& RunnerOf(Session& session) {
     session.Start();
@@ -43,7 +39,8 @@ std::string TitleOf(const TaskOrder& order) {
 
 int RunTask(Session& session, const TaskArguments& args) {
     const TaskOrder& order = args.order;
-    WarnOfEveryNe(order.nNe);
+    if (order.nNe == 0)
+        WarnOfEveryNe();
     unsigned long nResult = 0;
     {
         const ProgressLine line;
@@ -87,7 +84,8 @@ int ShowAllTasks(Session& session, const TaskArguments& args) {
 
 int StartTask(Session& session, const TaskArguments& args) {
     const TaskOrder& order = args.order;
-    WarnOfEveryNe(order.nNe);
+    if (order.nNe == 0)
+        WarnOfEveryNe();
     TaskRunner& runner = RunnerOf(session);
     const int nId = runner.Start(order);
     for (const TaskRunner::Row& row : runner.All())
@@ -165,8 +163,7 @@ Runner DefineTask(CLI::App& app) {
     CLI::App* const pRun =
         commands.Add("run", "one operation on an NE, from the command to the log entry", RunTask);
     CLI::App* const pStart = commands.Add(
-        "start", "the same in the background, stopped behind its first step",
-        StartTask);
+        "start", "the same in the background, stopped behind its first step", StartTask);
     for (CLI::App* const pOne : {pRun, pStart}) {
         pOne->add_option("OPERATION", order.nOper, "operation number, the command")->required();
         pOne->add_option("NE", order.nNe, "the NE")->required();
