@@ -14,7 +14,7 @@ namespace host {
 namespace {
 
 std::string Question(const std::string& strMeant) {
-    return strMeant.empty() ? "" : "did you mean '" + strMeant + "'?; ";
+    return strMeant.empty() ? "" : "did you mean '" + strMeant + "'? ";
 }
 
 std::vector<std::string> NamesOf(const std::vector<const CLI::App*>& vecApp) {

@@ -14,7 +14,7 @@ class Session;
 // One of the own commands of a command; null when there is none of that name.
 const CLI::App* OwnCommand(const CLI::App& app, const std::string& strName);
 
-// "did you mean 'oplog'?; " for a command that there is not; "" when none is near.
+// "did you mean 'oplog'? " for a command that there is not; "" when none is near.
 std::string CommandMeant(const std::string& strName);
 
 // The same for the first word that a command could not read: one of its own commands, or an option.
