@@ -1,7 +1,7 @@
 #pragma once
 
 #include <algorithm>
-#include <cstring>
+#include <cstddef>
 #include <string_view>
 
 namespace base {
@@ -43,6 +43,29 @@ private:
     int m_nNumber = 0;
     bool m_bTooLong = false;
     bool m_bZeroByte = false;
+};
+
+// Finds lines of over nMaxLine characters in a text that grows, so that what follows such a line,
+// perhaps without an end, is never read.
+class LongLineWatch {
+public:
+    explicit LongLineWatch(std::size_t nMaxLine) : m_nMaxLine(nMaxLine) {}
+
+    // strText begins with what it was at the last call, all of which was looked at then.
+    bool IsTooLong(std::string_view strText) {
+        for (std::size_t nEnd; (nEnd = strText.find('\n', m_nSeen)) != std::string_view::npos;) {
+            if (nEnd - m_nLineStart > m_nMaxLine)
+                return true;
+            m_nSeen = m_nLineStart = nEnd + 1;
+        }
+        m_nSeen = strText.size();
+        return strText.size() - m_nLineStart > m_nMaxLine;
+    }
+
+private:
+    const std::size_t m_nMaxLine;
+    std::size_t m_nLineStart = 0;
+    std::size_t m_nSeen = 0;
 };
 
 }  // namespace base

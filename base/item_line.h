@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/bounded_lines.h"
 #include "base/trim.h"
 
 #include <cstddef>
@@ -20,7 +21,8 @@ enum class EItemLine {
 
 struct ItemLine {
     EItemLine eKind = EItemLine::NOTHING;
-    std::string_view strText;  // the line, trimmed
+    std::string_view strRaw;   // the line as far as it is taken
+    std::string_view strText;  // the same, trimmed
     std::string_view strKey;   // this and the value of an item alone; views into the line
     std::string_view strValue;
 };
@@ -28,6 +30,7 @@ struct ItemLine {
 // The first "=" divides; blanks around line, key and value do not count.
 inline ItemLine ReadItemLine(std::string_view strLine) {
     ItemLine line;
+    line.strRaw = strLine;
     line.strText = Trim(strLine);
     if (line.strText.empty() || line.strText.front() == '#')
         return line;
@@ -39,5 +42,27 @@ inline ItemLine ReadItemLine(std::string_view strLine) {
     }
     return line;
 }
+
+// The lines of a file of items, one after the other. Readers pass over what is no item, and take
+// the beginning of a line that was cut; who judges or changes a file asks Bounds() what was cut.
+class ItemLines {
+public:
+    explicit ItemLines(std::string_view strText) : m_lines(strText, ITEM_LINE_MAX) {}
+
+    // False when no line is left. The views are views into the text.
+    bool Next(ItemLine& line) {
+        std::string_view strRaw;
+        if (!m_lines.Next(strRaw))
+            return false;
+        line = ReadItemLine(strRaw);
+        return true;
+    }
+
+    // Number and cuts of the last line.
+    const BoundedLines& Bounds() const { return m_lines; }
+
+private:
+    BoundedLines m_lines;
+};
 
 }  // namespace base

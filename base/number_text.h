@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -7,6 +8,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 namespace base {
@@ -18,7 +20,9 @@ constexpr std::size_t ROUNDED_MAX = 63;
 constexpr std::size_t INTEGER_ROOM = 24;
 
 // "00" to "99", one after the other. Fast path: a division by 100 gives two digits, which halves
-// the divisions of a number's text; it is as fast as to_chars (row number_to_text of figures.md).
+// the divisions of a number's text: 0.8 of the time of to_chars and of std::to_string, 0.9 to 1.0
+// of that of fmt::format_int (an int 5.0 ns beside 6.2, 6.3 and 5.6; 64 bits 8.9 beside 10.7, 10.5
+// and 9.0). Who calls from outside pays 3 ns more for the call (row number_to_text of figures.md).
 constexpr std::array<char, 200> DIGIT_PAIRS = [] {
     std::array<char, 200> arrPair{};
     for (std::size_t i = 0; i < 100; ++i) {
@@ -98,45 +102,49 @@ std::string IntegerText(Integer nValue) {
     return TextOf(WriteIntegerBefore(pEnd, nValue), pEnd);
 }
 
-// Fast path, here and below: all eight hexadecimal digits of a word are made at once, a byte each,
-// without a branch or a table, in the time that to_chars needs (row number_to_hex of figures.md).
-
-// Eight bytes in the order of the text: the lowest one of nBytes first.
-inline void StoreEight(char* p, std::uint64_t nBytes) {
-    if constexpr (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__)
-        nBytes = __builtin_bswap64(nBytes);
-    std::memcpy(p, &nBytes, sizeof nBytes);
+// nValue as "%0*ld" writes it in at least nWidth characters, with a sign among them; returns the
+// end.
+inline char* WritePadded(char* p, long nValue, std::ptrdiff_t nWidth) {
+    // Fast path for the parts of a date, without a step by the number of digits.
+    const auto nSmall = static_cast<std::size_t>(nValue);  // a negative number is a large one
+    if (nWidth == 4 && nSmall < 10000) {
+        std::memcpy(p, &DIGIT_PAIRS[2 * (nSmall / 100)], 2);
+        std::memcpy(p + 2, &DIGIT_PAIRS[2 * (nSmall % 100)], 2);
+        return p + 4;
+    }
+    if (nWidth == 2 && nSmall < 100) {
+        std::memcpy(p, &DIGIT_PAIRS[2 * nSmall], 2);
+        return p + 2;
+    }
+    char szDigits[INTEGER_ROOM];
+    char* const pEnd = szDigits + sizeof szDigits;
+    const char* const pDigits = WriteDigitsBefore(pEnd, MagnitudeOf(nValue));
+    if (nValue < 0) {
+        *p++ = '-';
+        --nWidth;
+    }
+    p = std::fill_n(p, std::max<std::ptrdiff_t>(nWidth - (pEnd - pDigits), 0), '0');
+    return std::copy(pDigits, static_cast<const char*>(pEnd), p);
 }
 
-// The eight hexadecimal digits of nValue, a byte each, the highest one lowest.
-constexpr std::uint64_t EightHexDigits(std::uint32_t nValue) {
-    std::uint64_t nDigits = nValue;
-    nDigits = (nDigits | nDigits << 16) & 0x0000FFFF0000FFFFUL;
-    nDigits = (nDigits | nDigits << 8) & 0x00FF00FF00FF00FFUL;
-    nDigits = (nDigits | nDigits << 4) & 0x0F0F0F0F0F0F0F0FUL;
-    return __builtin_bswap64(nDigits);
+// The hexadecimal digits, 'a' or 'A' first above 9.
+constexpr const char* HEX_LOWER = "0123456789abcdef";
+constexpr const char* HEX_UPPER = "0123456789ABCDEF";
+
+constexpr std::size_t HexCount(std::uint64_t nValue) {
+    return (64 - static_cast<std::size_t>(__builtin_clzll(nValue | 1)) + 3) / 4;
 }
 
-// Digits above 9 are letters, whose first one is cTen.
-constexpr std::uint64_t HexLetters(std::uint64_t nDigits, char cTen) {
-    constexpr std::uint64_t EIGHT_ZEROS = 0x3030303030303030UL;  // "00000000"
-    const std::uint64_t nAboveNine = ((nDigits + 0x0606060606060606UL) >> 4) & 0x0101010101010101UL;
-    return nDigits + EIGHT_ZEROS + nAboveNine * static_cast<std::uint64_t>(cTen - '0' - 10);
-}
-
-// Writes the hexadecimal digits of nValue without leading zeros from p on, where there is room for
-// sixteen; cTen is 'a' or 'A'. Returns their end.
-inline char* WriteHex(char* p, std::uint64_t nValue, char cTen) {
-    const std::uint64_t nHigh = EightHexDigits(static_cast<std::uint32_t>(nValue >> 32));
-    const std::uint64_t nLow = EightHexDigits(static_cast<std::uint32_t>(nValue));
-    const std::uint64_t nFirst = nHigh != 0 ? nHigh : nLow;
-    const auto nZeros = static_cast<unsigned>(__builtin_ctzll(nFirst | 1UL << 56)) / 8;
-    StoreEight(p, HexLetters(nFirst, cTen) >> (8 * nZeros));
-    p += 8 - nZeros;
-    if (nHigh == 0)
-        return p;
-    StoreEight(p, HexLetters(nLow, cTen));
-    return p + 8;
+// strBefore and the hexadecimal digits of nValue without leading zeros, written where they stay,
+// which takes 0.8 to 1.0 of the time of to_chars with its buffer. And to_chars has small letters
+// only.
+inline std::string HexText(std::string_view strBefore, std::uint64_t nValue, const char* szDigits) {
+    std::string strText(strBefore.size() + HexCount(nValue), '0');
+    char* const pStart = std::copy(strBefore.begin(), strBefore.end(), strText.data());
+    char* p = strText.data() + strText.size();
+    for (; p != pStart; nValue >>= 4)
+        *--p = szDigits[nValue & 15];
+    return strText;
 }
 
 // dValue as "%.0f" writes it in the usual rounding mode, cut to ROUNDED_MAX characters.

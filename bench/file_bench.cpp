@@ -339,7 +339,7 @@ void FolderRows() {
         g_dir_close(pDir);
         listName.sort();
         return listName.size();
-    });
+    })->Setup([](const benchmark::State&) { MakeTree(1000); });
     for (const int nFolders : {5, 1000, 10000}) {
         std::string strPath;
         for (int i = 0; i < nFolders; ++i)

@@ -2,6 +2,7 @@
 #include "row.h"
 
 #include "tovelkarin/nml_commondataapi.h"
+#include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/stringutil.h"
 #include "tovelkarin/telangresmgr.h"
 
@@ -17,6 +18,8 @@
 #include <absl/time/time.h>
 #include <arpa/inet.h>
 #include <benchmark/benchmark.h>
+#include <fmt/chrono.h>
+#include <fmt/format.h>
 #include <fnmatch.h>
 #include <re2/re2.h>
 #include <sqlite3.h>
@@ -68,6 +71,10 @@ void NumberRows() {
     Row("number_to_text", "ours", [](std::size_t i) { return Int2String(INTS[i & 1023]); });
     Row("number_to_text", "to_chars", [](std::size_t i) {
         return ByToChars([&](char* p, char* e) { return std::to_chars(p, e, INTS[i & 1023]); });
+    });
+    Row("number_to_text", "format_int", [](std::size_t i) {
+        const fmt::format_int text(INTS[i & 1023]);
+        return std::string(text.data(), text.size());
     });
     Row("number_to_text", "absl", [](std::size_t i) { return absl::StrCat(INTS[i & 1023]); });
     Row("number_to_hex", "ours",
@@ -222,6 +229,8 @@ void ReplaceRows() {
             nSize);
     };
     Rows("replace", Text(1 << 10, 50), 1 << 10, "'", "''");
+    Rows("replace_nothing", std::string(1 << 10, 'x'), 1 << 10, "'", "''");
+    Rows("replace_nothing", std::string(1 << 20, 'x'), 1 << 20, "'", "''");
     Rows("replace", Text(1 << 20, 50), 1 << 20, "'", "''");
     Rows("replace_dense", Text(1 << 20, 2), 1 << 20, "'", "''");
     Rows("replace_words", Text(1 << 20, 50), 1 << 20, "ab", "xyz");
@@ -310,11 +319,37 @@ void TimeRows() {
         const long n = BASE + static_cast<long>(i & 1023) * 10000;
         return zone.At(absl::FromUnixSeconds(n)).cs.hour();
     });
+    // Steps of the calendar alone, without a zone: no peer of UTC2Local, but its floor.
+    Row("to_local", "civil_second", [](std::size_t i) {
+        return (absl::CivilSecond() + (BASE + static_cast<long>(i & 1023) * 10000)).hour();
+    });
     static const std::tm PARTS = UTC2Local(BASE);
+    Row("date_text", "ours", [](std::size_t i) {
+        std::tm parts = PARTS;
+        parts.tm_sec = static_cast<int>(i % 60);
+        return DateTime2Str(parts);
+    });
+    Row("date_text", "strftime", [](std::size_t i) {
+        std::tm parts = PARTS;
+        parts.tm_sec = static_cast<int>(i % 60);
+        char szText[64];
+        return std::string(szText,
+                           std::strftime(szText, sizeof szText, "%Y-%m-%d %H:%M:%S", &parts));
+    });
+    Row("date_text", "fmt", [](std::size_t i) {
+        std::tm parts = PARTS;
+        parts.tm_sec = static_cast<int>(i % 60);
+        return fmt::format("{:%Y-%m-%d %H:%M:%S}", parts);
+    });
     Row("to_utc", "ours", [](std::size_t i) {
         std::tm parts = PARTS;
         parts.tm_sec = static_cast<int>(i & 63);
         return Local2UTC(parts);
+    });
+    Row("to_utc", "civil_second", [](std::size_t i) {
+        return absl::CivilSecond(PARTS.tm_year + 1900, PARTS.tm_mon + 1, PARTS.tm_mday,
+                                 PARTS.tm_hour, PARTS.tm_min, static_cast<int>(i & 63)) -
+               absl::CivilSecond();
     });
     Row("to_utc", "absl", [](std::size_t i) {
         std::tm parts = PARTS;

@@ -10,7 +10,7 @@ namespace {
 void CompareCheck(const std::string& strText) {
     naive::MutexModel model;
     const bool bLoaded = model.Load(strText);
-    const naive::ScratchFile file;
+    const naive::MutexFile file;
     host::MutexFile table;
     table.Read(file.Write(strText));
     naive::Expect(bLoaded || std::any_of(table.vecFinding.begin(), table.vecFinding.end(),

@@ -26,22 +26,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::uint64_t OPERATIONS_MOST = 1000;
+constexpr std::uint64_t OFFERED_MOST = 1000;
 
-using Words = std::vector<std::string>;
+using WordList = std::vector<std::string>;
 
-Words Operations() {
+WordList OperationNames() {
     MutexFile table;
     table.Read(NSTE_util::GetZEMBRootPath() + base::MUTEX_TABLE_UNDER_ROOT);
-    Words vecName;
-    if (table.CountOperations() <= OPERATIONS_MOST)
+    WordList vecName;
+    if (table.CountOperations() <= OFFERED_MOST)
         for (const int nOper : table.Operations())
             vecName.push_back(std::to_string(nOper));
     return vecName;
 }
 
 // Those that have a log.
-Words Modules() {
+WordList ModuleNames() {
     std::set<std::string> setName;
     for (const std::string& strFile : FilesOf(zemb::GetStatePath() + "/log"))
         if (fs::path(strFile).extension() == ".log")
@@ -49,7 +49,7 @@ Words Modules() {
     return {setName.begin(), setName.end()};
 }
 
-Words Processes() {
+WordList ProcessNames() {
     std::set<std::string> setName = {"all"};
     for (const zemb::BoxSummary& box : zemb::ListBlackBoxes(zemb::GetStatePath()))
         if (box.strError.empty()) {
@@ -59,8 +59,8 @@ Words Processes() {
     return {setName.begin(), setName.end()};
 }
 
-Words Languages() {
-    Words vecName;
+WordList LanguageNames() {
+    WordList vecName;
     const std::string strFolder = NSTE_util::GetZEMBRootPath() + base::LANG_UNDER_ROOT;
     for (const fs::directory_entry& entry : fs::directory_iterator(strFolder))
         if (entry.is_directory())
@@ -68,37 +68,37 @@ Words Languages() {
     return vecName;
 }
 
-Words CommandNames() {
-    Words vecName;
+WordList CommandNames() {
+    WordList vecName;
     for (const Command& command : Commands())
         vecName.emplace_back(command.szName);
     return vecName;
 }
 
 template <const auto& FILE>
-Words OfRoot() {
+WordList OfRoot() {
     return {NSTE_util::GetZEMBRootPath() + FILE};
 }
 
 // What an argument takes, by its name and, where that says too little, by its command.
-struct Source {
+struct ValueSource {
     const char* szCommand;  // "": any
     const char* szArgument;
-    Words (*fnValues)();
+    WordList (*fnValues)();
 };
 
 // clang-format off
-constexpr Source SOURCES[] = {
-    {"",               "OPERATION", Operations},
-    {"",               "--oper",    Operations},
-    {"",               "--process", Processes},
-    {"post-mortem",    "PROCESS",   Processes},
-    {"",               "MODULE",    Modules},
-    {"",               "--module",  Modules},
+constexpr ValueSource VALUE_SOURCES[] = {
+    {"",               "OPERATION", OperationNames},
+    {"",               "--oper",    OperationNames},
+    {"",               "--process", ProcessNames},
+    {"post-mortem",    "PROCESS",   ProcessNames},
+    {"",               "MODULE",    ModuleNames},
+    {"",               "--module",  ModuleNames},
     {"help",           "COMMAND",   CommandNames},
-    {"",               "LANGUAGE",  Languages},
-    {"",               "OTHER",     Languages},
-    {"",               "--language", Languages},
+    {"",               "LANGUAGE",  LanguageNames},
+    {"",               "OTHER",     LanguageNames},
+    {"",               "--language", LanguageNames},
     {"check mutex",    "FILE",      OfRoot<base::MUTEX_TABLE_UNDER_ROOT>},
     {"mutex matrix",   "FILE",      OfRoot<base::MUTEX_TABLE_UNDER_ROOT>},
     {"mutex load",     "FILE",      OfRoot<base::MUTEX_TABLE_UNDER_ROOT>},
@@ -111,7 +111,7 @@ constexpr Source SOURCES[] = {
 // clang-format on
 
 // The members of a choice, which stand in braces in the name of an option's type.
-Words Members(const CLI::Option& option) {
+WordList ChoiceMembers(const CLI::Option& option) {
     const std::string strType = option.get_type_name();
     const std::size_t nBegin = strType.find('{');
     if (nBegin == std::string::npos)
@@ -120,16 +120,16 @@ Words Members(const CLI::Option& option) {
 }
 
 // A command line as far as it is typed.
-class Line {
+class TypedLine {
 public:
-    explicit Line(const Words& vecWord) : m_strLast(vecWord.back()) {
+    explicit TypedLine(const WordList& vecWord) : m_strLast(vecWord.back()) {
         DefineGlobal(m_global, m_args);
         m_global.add_option("--process", m_args.strProcess);
         for (auto it = vecWord.begin(); it + 1 != vecWord.end(); ++it)
             Take(*it);
     }
 
-    Words Candidates() const {
+    WordList Candidates() const {
         if (m_strLast == "=")
             return {};
         if (m_pOption != nullptr)
@@ -138,10 +138,10 @@ public:
             return Options();
         if (m_pCommand == nullptr)
             return CommandNames();
-        Words vecName;
+        WordList vecName;
         for (const CLI::App* const pSub : m_pApp->get_subcommands(nullptr))
             vecName.push_back(pSub->get_name());
-        const Words vecValue = Positional();
+        const WordList vecValue = Positional();
         vecName.insert(vecName.end(), vecValue.begin(), vecValue.end());
         return vecName;
     }
@@ -156,7 +156,7 @@ private:
             return TakeOption(strWord);
         if (m_pCommand == nullptr)
             return TakeCommand(strWord);
-        const Words vecName = CLI::detail::split(m_strName, ' ');
+        const WordList vecName = CLI::detail::split(m_strName, ' ');
         const CLI::App* const pSub = vecName.size() == 1 ? OwnCommand(*m_pApp, strWord) : nullptr;
         if (pSub == nullptr) {
             ++m_nPositionals;
@@ -199,8 +199,8 @@ private:
         return nullptr;
     }
 
-    Words Options() const {
-        Words vecName;
+    WordList Options() const {
+        WordList vecName;
         for (const CLI::App* const pApp : {m_pApp, static_cast<const CLI::App*>(&m_global)})
             for (const CLI::Option* const pOption : pApp->get_options())
                 for (const std::string& strName : pOption->get_lnames())
@@ -211,7 +211,7 @@ private:
     }
 
     // Of the argument that is at hand; the last one may come many times.
-    Words Positional() const {
+    WordList Positional() const {
         std::vector<const CLI::Option*> vecOption;
         for (const CLI::Option* const pOption : m_pApp->get_options())
             if (pOption->get_positional())
@@ -222,15 +222,15 @@ private:
             vecOption[std::min(m_nPositionals, vecOption.size() - 1)];
         const bool bOver =
             m_nPositionals >= vecOption.size() && pOption->get_items_expected_max() == 1;
-        return bOver ? Words() : ValuesOf(*pOption);
+        return bOver ? WordList() : ValuesOf(*pOption);
     }
 
-    Words ValuesOf(const CLI::Option& option) const {
-        if (Words vecMember = Members(option); !vecMember.empty())
+    WordList ValuesOf(const CLI::Option& option) const {
+        if (WordList vecMember = ChoiceMembers(option); !vecMember.empty())
             return vecMember;
         const std::string strArgument =
             option.get_positional() ? option.get_name(true) : "--" + option.get_lnames().front();
-        for (const Source& source : SOURCES)
+        for (const ValueSource& source : VALUE_SOURCES)
             if ((*source.szCommand == '\0' || m_strName == source.szCommand) &&
                 strArgument == source.szArgument)
                 try {
@@ -258,8 +258,8 @@ std::vector<std::string> Candidates(const std::vector<std::string>& vecWord) {
     if (vecWord.empty())
         return {};
     const std::string& strLast = vecWord.back();
-    Words vecFitting;
-    for (const std::string& strName : Line(vecWord).Candidates())
+    WordList vecFitting;
+    for (const std::string& strName : TypedLine(vecWord).Candidates())
         if (strName.compare(0, strLast.size(), strLast) == 0)
             vecFitting.push_back(strName);
     return vecFitting;

@@ -26,8 +26,8 @@ struct Command {
     EGroup eGroup;
     const char* szName;
     const char* szSummary;
-    const char* szExample;  // one or more command lines, of 'host' where RequireHost wants one
-    bool bNeedsModule;      // the module is started before it runs
+    std::string strExample;  // one or more command lines, of 'host' where RequireHost wants one
+    bool bNeedsModule;       // the module is started before it runs
     Definer Define;
 };
 

@@ -1,4 +1,6 @@
+#include "base/root_files.h"
 #include "command.h"
+#include "help.h"
 
 // The one table of commands: the shell, the prompt, completion, help and the manual page all walk
 // it, group by group. A command defines its arguments and returns what runs it. It is defined anew
@@ -19,7 +21,7 @@ const std::vector<Command>& Commands() {
         {EGroup::EXCLUSION, "trail", "mark trails as busy, give them back, list them",
          "trail take crew-1 3 9", true, DefineTrail},
         {EGroup::EXCLUSION, "mutex", "show a table of conflicting operations as a matrix or graph; load one",
-         "mutex matrix share/root/etc/oss_cfg/trans/core/conf/mutex_oper.cfg", false, DefineMutex},
+         "mutex matrix " + SampleFile(base::MUTEX_TABLE_UNDER_ROOT), false, DefineMutex},
         {EGroup::EXCLUSION, "events", "show what another process granted and refused last; follow or record it",
          "events --last 20\n  events --since 5m --refused\n  events --record today.events", false, DefineEvents},
         {EGroup::EXCLUSION, "top", "watch processes, grants, busy NEs and tasks on a full screen",
@@ -53,9 +55,9 @@ const std::vector<Command>& Commands() {
         {EGroup::LOGS, "asn", "trace a value as the messages of NEs are traced",
          "asn share/asn/connect.json --mode 3", true, DefineAsn},
         {EGroup::CONFIGURATION, "check", "look for faults in configuration files",
-         "check mutex share/root/etc/oss_cfg/trans/core/conf/mutex_oper.cfg", false, DefineCheck},
+         "check mutex " + SampleFile(base::MUTEX_TABLE_UNDER_ROOT), false, DefineCheck},
         {EGroup::CONFIGURATION, "cfg", "show the items of a configuration file as a process reads them; change one",
-         "cfg share/root/etc/oss_cfg/ems.cfg overtime_low\n  cfg set my.cfg retry 3", false, DefineCfg},
+         "cfg " + SampleFile(base::EMS_UNDER_ROOT) + " " + base::KEY_OVERTIME_LOW + "\n  cfg set my.cfg retry 3", false, DefineCfg},
         {EGroup::CONFIGURATION, "settings", "show the settings of the process and where each comes from",
          "settings", false, DefineSettings},
         {EGroup::CONFIGURATION, "timeout", "tell how long a command request may take, and why",

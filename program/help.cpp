@@ -1,5 +1,6 @@
 #include "help.h"
 
+#include "base/root_files.h"
 #include "mistake.h"
 #include "view/columns.h"
 
@@ -8,18 +9,19 @@ namespace host {
 
 namespace {
 
-struct Group {
+struct HelpGroup {
     EGroup eGroup;
     const char* szTitle;
-    const char* szExamples;
+    std::string strExamples;
 };
 
 // clang-format off
-constexpr Group GROUPS[] = {
+const std::vector<HelpGroup>& HelpGroups() {
+    static const std::vector<HelpGroup> vecGroup = {
     {EGroup::EXCLUSION, "Exclusion",
      "  tovelkarin running\n"
      "  tovelkarin why 101 5/7/99\n"
-     "  tovelkarin mutex matrix share/root/etc/oss_cfg/trans/core/conf/mutex_oper.cfg\n"},
+     "  tovelkarin mutex matrix " + SampleFile(base::MUTEX_TABLE_UNDER_ROOT) + "\n"},
     {EGroup::TASKS, "Tasks",
      "  tovelkarin task list\n"
      "  tovelkarin task run 200 6 --user 7\n"
@@ -29,7 +31,7 @@ constexpr Group GROUPS[] = {
      "  tovelkarin oplog list --last 20\n"
      "  tovelkarin oplog verify\n"},
     {EGroup::CONFIGURATION, "Configuration",
-     "  tovelkarin check mutex share/root/etc/oss_cfg/trans/core/conf/mutex_oper.cfg\n"
+     "  tovelkarin check mutex " + SampleFile(base::MUTEX_TABLE_UNDER_ROOT) + "\n"
      "  tovelkarin settings\n"
      "  tovelkarin timeout 1201\n"},
     {EGroup::OBJECT_TEXTS, "Object texts",
@@ -44,7 +46,9 @@ constexpr Group GROUPS[] = {
      "  tovelkarin doctor\n"
      "  tovelkarin host share/scenarios/tour\n"
      "  tovelkarin help acquire\n"},
-};
+    };
+    return vecGroup;
+}
 
 constexpr const char* FIRST_COMMANDS[] = {
     "doctor", "ps", "running", "why", "top", "log", "oplog", "check", "host", "help",
@@ -53,15 +57,19 @@ constexpr const char* FIRST_COMMANDS[] = {
 
 }  // namespace
 
+std::string SampleFile(const char* szUnderRoot) {
+    return std::string("share/root") + szUnderRoot;
+}
+
 std::string HelpText() {
     std::string strHelp;
-    for (const Group& group : GROUPS) {
+    for (const HelpGroup& group : HelpGroups()) {
         std::vector<std::vector<std::string>> vecRow;
         for (const Command& command : Commands())
             if (command.eGroup == group.eGroup)
                 vecRow.push_back({std::string("  ") + command.szName, command.szSummary});
         strHelp += std::string(strHelp.empty() ? "" : "\n") + group.szTitle + ":\n" +
-                   Table(vecRow) + "\n Examples:\n" + group.szExamples;
+                   Table(vecRow) + "\n Examples:\n" + group.strExamples;
     }
     return strHelp;
 }
@@ -75,8 +83,8 @@ std::string FirstSteps() {
 }
 
 std::string FooterOf(const Command& command) {
-    return std::string(IsForHost(command.szName) ? "Example, inside 'host':\n  " : "Example:\n  ") +
-           command.szExample;
+    return (IsForHost(command.szName) ? "Example, inside 'host':\n  " : "Example:\n  ") +
+           command.strExample;
 }
 
 }  // namespace host

@@ -6,6 +6,9 @@
 
 namespace host {
 
+// A file of the sample root, as it is named from the top of the tree.
+std::string SampleFile(const char* szUnderRoot);
+
 // All commands in their groups, each group with examples.
 std::string HelpText();
 

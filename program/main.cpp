@@ -4,6 +4,7 @@
 #include "mistake.h"
 
 #include "zemb/black_box.h"
+#include "zemb/control.h"
 
 #include <CLI/CLI.hpp>
 
@@ -55,7 +56,9 @@ int Run(int argc, char** argv) {
     }
     // What runs for long can be looked into from outside. A command that answers at once is none of
     // the server processes that others list.
-    zemb::SetBlackBox(vecWord.front() == "host" || vecWord.front() == "load");
+    const bool bServer = vecWord.front() == "host" || vecWord.front() == "load";
+    zemb::SetBlackBox(bServer);
+    zemb::SetLogFiles(bServer);  // a command leaves the logs, which are evidence, as they are
     host::Session session;
     const int nStatus = host::RunCommand(session, vecWord, &args);
     const int nEnd = std::max(nStatus, session.End());

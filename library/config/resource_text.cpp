@@ -16,11 +16,8 @@ bool LookUpText(TELangResMgr* pRes, const TNAssertPoint& pointWithout, const cha
         return false;
     }
     std::string strKey(base::ViewOf(szKey));
-    if (nIndex >= 0) {
-        char szIndex[base::INTEGER_ROOM];
-        strKey +=
-            base::TextOf(szIndex, base::WriteHex(szIndex, static_cast<unsigned long>(nIndex), 'A'));
-    }
+    if (nIndex >= 0)
+        strKey = base::HexText(strKey, static_cast<unsigned long>(nIndex), base::HEX_UPPER);
     strText = pRes->GetResourceStr(strKey);
     return true;
 }

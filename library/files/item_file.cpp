@@ -1,13 +1,9 @@
 #include "files/item_file.h"
 
-#include "base/bounded_lines.h"
 #include "base/item_line.h"
-#include "base/trim.h"
+#include "files/key_order.h"
 #include "trace/trace_line.h"
 
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
 #include <iterator>
 #include <vector>
 
@@ -24,49 +20,6 @@ struct Item {
     std::string_view strKey;
     std::string_view strValue;
 };
-
-// The place of an item in the order of the keys. Eight bytes behind what all keys begin with decide
-// nearly always, at the cost of one comparison.
-struct Rank {
-    std::uint64_t nBytes;
-    std::size_t nItem;
-};
-
-std::size_t CommonLength(std::string_view strA, std::string_view strB) {
-    const std::size_t nMost = std::min(strA.size(), strB.size());
-    return static_cast<std::size_t>(
-        std::mismatch(strA.begin(), strA.begin() + static_cast<std::ptrdiff_t>(nMost), strB.begin())
-            .first -
-        strA.begin());
-}
-
-std::uint64_t BytesBehind(std::string_view strKey, std::size_t nCommon) {
-    unsigned char arrByte[8] = {};
-    const std::string_view strRest = strKey.substr(nCommon);
-    std::memcpy(arrByte, strRest.data(), std::min(strRest.size(), sizeof arrByte));
-    std::uint64_t nBytes = 0;
-    for (const unsigned char nByte : arrByte)
-        nBytes = nBytes << 8 | nByte;
-    return nBytes;
-}
-
-// Ascending by key, items of one key in their order.
-std::vector<Rank> Sorted(const std::vector<Item>& vecItem) {
-    std::size_t nCommon = vecItem.front().strKey.size();
-    for (const Item& item : vecItem)
-        nCommon = std::min(nCommon, CommonLength(item.strKey, vecItem.front().strKey));
-    std::vector<Rank> vecRank;
-    vecRank.reserve(vecItem.size());
-    for (std::size_t i = 0; i < vecItem.size(); ++i)
-        vecRank.push_back({BytesBehind(vecItem[i].strKey, nCommon), i});
-    std::sort(vecRank.begin(), vecRank.end(), [&](const Rank& a, const Rank& b) {
-        if (a.nBytes != b.nBytes)
-            return a.nBytes < b.nBytes;
-        const int nOrder = vecItem[a.nItem].strKey.compare(vecItem[b.nItem].strKey);
-        return nOrder != 0 ? nOrder < 0 : a.nItem < b.nItem;
-    });
-    return vecRank;
-}
 
 // Items that come in the order of their keys meet their place in the map without a search.
 class Filler {
@@ -101,27 +54,19 @@ void PutByRank(const std::vector<Item>& vecItem, const std::vector<Rank>& vecRan
     }
 }
 
-// False when the line holds no item.
-bool ReadItem(std::string_view strLine, Item& item) {
-    const base::ItemLine line = base::ReadItemLine(strLine);
-    if (line.eKind == base::EItemLine::NO_EQUAL)
-        Report(" TNReadCfg_SplitStrBySeparator (%s) error! ", std::string(line.strText));
-    item = {line.strKey, line.strValue};
-    return line.eKind == base::EItemLine::ITEM;
-}
-
 }  // namespace
 
 void ReadItems(std::string_view strText, std::map<std::string, std::string>& mapItem) {
     std::vector<Item> vecItem;
     bool bSorted = true;
-    base::BoundedLines lines(strText, base::ITEM_LINE_MAX);
-    Item item;
-    for (std::string_view strLine; lines.Next(strLine);) {
-        if (!ReadItem(strLine, item))
+    base::ItemLine line;
+    for (base::ItemLines lines(strText); lines.Next(line);) {
+        if (line.eKind == base::EItemLine::NO_EQUAL)
+            Report(" TNReadCfg_SplitStrBySeparator (%s) error! ", std::string(line.strText));
+        if (line.eKind != base::EItemLine::ITEM)
             continue;
-        bSorted = bSorted && (vecItem.empty() || vecItem.back().strKey < item.strKey);
-        vecItem.push_back(item);
+        bSorted = bSorted && (vecItem.empty() || vecItem.back().strKey < line.strKey);
+        vecItem.push_back({line.strKey, line.strValue});
     }
     if (vecItem.empty())
         return;
@@ -130,7 +75,7 @@ void ReadItems(std::string_view strText, std::map<std::string, std::string>& map
         for (const Item& one : vecItem)
             filler.Put(one);
     else
-        PutByRank(vecItem, Sorted(vecItem), filler);
+        PutByRank(vecItem, Ranks(vecItem, [](const Item& one) { return one.strKey; }), filler);
 }
 
 }  // namespace NSTN_util

@@ -1,9 +1,11 @@
 #include "tovelkarin/nml_filemgr.h"
 
 #include "base/item_line.h"
+#include "base/number_text.h"
 #include "base/trim.h"
 #include "files/file_writer.h"
 #include "files/item_file.h"
+#include "files/key_order.h"
 #include "files/read_file.h"
 #include "tovelkarin/stringutil.h"
 #include "trace/trace_line.h"
@@ -12,7 +14,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 #include <vector>
@@ -111,13 +112,16 @@ int ListFolder(const std::string& strDir, int nFlag, std::list<std::string>& lis
     const int nResult = ZembFileUtil::getFileList(strDir.c_str(), vecEntry, PATH_CODE_SET);
     if (nResult != 0)
         return nResult;
-    std::vector<std::string> vecName;
-    for (ZembFileEntry& entry : vecEntry)
-        if ((nFlag != FLAG_FILES || !entry.bFolder) && (nFlag != FLAG_FOLDERS || entry.bFolder))
-            vecName.push_back(std::move(entry.strName));
-    std::sort(vecName.begin(), vecName.end());
-    listName.insert(listName.end(), std::make_move_iterator(vecName.begin()),
-                    std::make_move_iterator(vecName.end()));
+    std::list<std::string> listFound;
+    if (!vecEntry.empty())
+        for (const Rank& rank : Ranks(vecEntry, [](const ZembFileEntry& entry) -> std::string_view {
+                 return entry.strName;
+             })) {
+            ZembFileEntry& entry = vecEntry[rank.nItem];
+            if ((nFlag != FLAG_FILES || !entry.bFolder) && (nFlag != FLAG_FOLDERS || entry.bFolder))
+                listFound.push_back(std::move(entry.strName));
+        }
+    listName.splice(listName.end(), listFound);
     return 0;
 }
 
@@ -211,12 +215,30 @@ struct CalendarMonth {
     long nMonth;
 };
 
-std::string DateTimeText(const char* szFormat, const std::tm& parts) {
+// What stands between year, month and day, before the hour, and between the parts of the time; 0:
+// nothing.
+struct DateSeparators {
+    char cDate;
+    char cTime;
+    char cParts;
+};
+
+// Each part as "%02d" writes it, the year as "%04d", the whole cut to 50 characters.
+std::string DateTimeText(const DateSeparators& separators, const std::tm& parts) {
+    constexpr std::size_t TEXT_MAX = 50;
     const CalendarMonth month(parts);
-    char szText[51];
-    std::snprintf(szText, sizeof szText, szFormat, month.nYear, month.nMonth, parts.tm_mday,
-                  parts.tm_hour, parts.tm_min, parts.tm_sec);
-    return szText;
+    char szText[6 * (base::INTEGER_ROOM + 1)];
+    char* p = base::WritePadded(szText, month.nYear, 4);
+    const auto Put = [&p](char cSeparator, long nValue) {
+        *p = cSeparator;
+        p = base::WritePadded(p + (cSeparator == 0 ? 0 : 1), nValue, 2);
+    };
+    Put(separators.cDate, month.nMonth);
+    Put(separators.cDate, parts.tm_mday);
+    Put(separators.cTime, parts.tm_hour);
+    Put(separators.cParts, parts.tm_min);
+    Put(separators.cParts, parts.tm_sec);
+    return std::string(szText, std::min(static_cast<std::size_t>(p - szText), TEXT_MAX));
 }
 
 }  // namespace
@@ -424,11 +446,11 @@ int ReadStrFromFile(const std::string& strPath, std::string& strText) {
 }
 
 std::string DateTime2Str(const std::tm& parts) {
-    return DateTimeText("%04ld-%02ld-%02d %02d:%02d:%02d", parts);
+    return DateTimeText({'-', ' ', ':'}, parts);
 }
 
 std::string DateTime2FileName(const std::tm& parts) {
-    return DateTimeText("%04ld%02ld%02d_%02d%02d%02d", parts);
+    return DateTimeText({0, '_', 0}, parts);
 }
 
 std::string CurDateTime2Str() {

@@ -1,5 +1,6 @@
 #include "files/read_file.h"
 
+#include "base/bounded_lines.h"
 #include "base/cancel_hold.h"
 
 #include <unistd.h>
@@ -23,27 +24,6 @@ constexpr std::size_t BLOCK = std::size_t{64} * 1024;
 // A file may claim any length; beyond this the room grows as the text does.
 constexpr std::size_t FIRST_ROOM_MOST = std::size_t{256} * 1024 * 1024;
 constexpr std::size_t WHOLE_MOST = std::size_t{1024} * 1024 * 1024;
-
-// Finds lines that are too long in a text that grows.
-class LineWatch {
-public:
-    explicit LineWatch(std::size_t nMaxLine) : m_nMaxLine(nMaxLine) {}
-
-    bool IsTooLong(const std::string& strText) {
-        for (std::size_t nEnd; (nEnd = strText.find('\n', m_nSeen)) != std::string::npos;) {
-            if (nEnd - m_nLineStart > m_nMaxLine)
-                return true;
-            m_nSeen = m_nLineStart = nEnd + 1;
-        }
-        m_nSeen = strText.size();
-        return strText.size() - m_nLineStart > m_nMaxLine;
-    }
-
-private:
-    const std::size_t m_nMaxLine;
-    std::size_t m_nLineStart = 0;
-    std::size_t m_nSeen = 0;
-};
 
 EReadFile ReadWhole(const std::string& strFile, std::string& strText) {
     struct stat info {};
@@ -157,7 +137,7 @@ EReadFile ReadFile(const std::string& strFile, std::size_t nMaxLine, std::string
     strText.clear();
     struct stat info {};
     const OpenFile file = OpenToRead(strFile, info);
-    LineWatch watch(nMaxLine);
+    base::LongLineWatch watch(nMaxLine);
     return TakeBlocks(file.get(), info, [&](std::string_view strBlock) {
         strText.append(strBlock);
         return !watch.IsTooLong(strText);

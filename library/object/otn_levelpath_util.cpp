@@ -17,7 +17,7 @@ namespace NSTN_util {
 
 namespace {
 
-constexpr const char* FILE_WORD = "otn_levelpath_util";
+constexpr const char* OTN_WORD = "otn_levelpath_util";
 constexpr int LINE_NAME = 84;  // message text, like those below
 constexpr int LINE_PIECE = 131;
 constexpr int LINE_CODE = 160;
@@ -27,10 +27,10 @@ constexpr int LINE_PATH_OF_LOCATION = 271;
 constexpr int LINE_LOWEST = 302;
 
 void ReportText(std::string_view strText, int nLine) {
-    Report("error string string=%s,%s,%d", std::string(strText), FILE_WORD, nLine);
+    Report("error string string=%s,%s,%d", std::string(strText), OTN_WORD, nLine);
 }
 
-long NumberOf(std::string_view strText) {
+long NumberIn(std::string_view strText) {
     return base::ReadLong(strText, 10).nValue;
 }
 
@@ -154,9 +154,7 @@ std::string QuietTextOf(const std::list<OTNLevelAndPathID>& listLevel) {
 }
 
 std::string TextOfLocation(std::uint32_t nLocationID) {
-    char szText[base::INTEGER_ROOM] = "0x";
-    const char* const pEnd = base::WriteHex(szText + 2, nLocationID, 'A');
-    return base::TextOf(szText, pEnd);
+    return base::HexText("0x", nLocationID, base::HEX_UPPER);
 }
 
 }  // namespace
@@ -179,14 +177,14 @@ void TNOTNLevelPathUtil::GetLevelAndPathIDByStr(const std::string& strPath,
         const std::uint32_t nCode = CodeOfLevel(strName);
         if (nCode == 0)
             ReportText(strName, LINE_NAME);
-        listLevel.push_back({nCode, static_cast<int>(NumberOf(strPiece.substr(nColon + 1)))});
+        listLevel.push_back({nCode, static_cast<int>(NumberIn(strPiece.substr(nColon + 1)))});
     });
 }
 
 std::string TNOTNLevelPathUtil::GetLevelPathStrByLevelList(
     const std::list<OTNLevelAndPathID>& listLevel) {
     return TextOfLevels(listLevel, [](std::uint32_t nCode) {
-        Report("error int string=%d,%s,%d", nCode, FILE_WORD, LINE_CODE);
+        Report("error int string=%d,%s,%d", nCode, OTN_WORD, LINE_CODE);
     });
 }
 
@@ -198,7 +196,7 @@ bool TNOTNLevelPathUtil::GetPathIDForOSUFlexByPathStr(const std::string& strPath
         ReportText(strPath, LINE_OSUFLEX);
         return false;
     }
-    nPathId = static_cast<int>(NumberOf(std::string_view(strPath).substr(nColon + 1)));
+    nPathId = static_cast<int>(NumberIn(std::string_view(strPath).substr(nColon + 1)));
     return true;
 }
 
@@ -232,7 +230,7 @@ std::uint32_t TNOTNLevelPathUtil::GetLocationIDByPathStr(const std::string& strP
         const std::size_t nColon = strPiece.find(':');
         if (nColon == std::string_view::npos)
             return packer.Add(0, 0);  // refuses the path
-        packer.Add(CodeOfLevel(strPiece.substr(0, nColon)), NumberOf(strPiece.substr(nColon + 1)));
+        packer.Add(CodeOfLevel(strPiece.substr(0, nColon)), NumberIn(strPiece.substr(nColon + 1)));
     });
     if (packer.LocationID() == 0)
         ReportText(strPath, LINE_LOCATION_OF_PATH);

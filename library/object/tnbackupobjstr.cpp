@@ -200,7 +200,7 @@ bool ReadItem(std::string_view strObj, const char* szName, bool bQuoted,
            (FindValue(strObj, strName, bQuoted, strValue) || AttributeMissing());
 }
 
-int NumberOf(std::string_view strText) {
+int IntIn(std::string_view strText) {
     return static_cast<int>(base::ReadLong(strText, 10).nValue);
 }
 
@@ -210,7 +210,7 @@ bool ReadInt(std::string_view strObj, const char* szName, int& nValue) {
         return false;
     if (strValue.empty())
         return AttributeMissing();
-    nValue = NumberOf(strValue);
+    nValue = IntIn(strValue);
     return true;
 }
 
@@ -248,7 +248,7 @@ void AppendNumbers(std::string_view strValue, std::vector<Number>& vecNumber) {
         if (pStop == p || (pStop != pEnd && *pStop != '&')) {
             const std::string_view strRest(p, static_cast<std::size_t>(pEnd - p));
             const std::string_view strElement = strRest.substr(0, strRest.find('&'));
-            nValue = static_cast<std::uint32_t>(NumberOf(strElement));
+            nValue = static_cast<std::uint32_t>(IntIn(strElement));
             pStop = p + strElement.size();
         }
         vecNumber.push_back(static_cast<Number>(nValue));

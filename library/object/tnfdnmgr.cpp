@@ -14,7 +14,7 @@ namespace NSTN_util {
 
 namespace {
 
-constexpr const char* FILE_WORD = "tnfdnmgr";
+constexpr const char* FDN_WORD = "tnfdnmgr";
 constexpr int LINE_BAD_FDN = 96;  // message text, like the one below
 constexpr int LINE_CX_VALUE = 158;
 
@@ -27,11 +27,11 @@ constexpr const char* PATH_KEYS[] = {"VC4",  "VC3",   "VC12", "OTS",   "OMS",   
 
 unsigned long BadFdn(const std::string& strFdn) {
     // Deliberate: the line number has no slot, so the formatter tells of it behind the text.
-    Report("Error FDN:fdn='%s',%s,", strFdn, FILE_WORD, LINE_BAD_FDN);
+    Report("Error FDN:fdn='%s',%s,", strFdn, FDN_WORD, LINE_BAD_FDN);
     return ERR_BAD_FDN;
 }
 
-std::uint32_t NumberOf(const FrameUtil::StrUIDParser& fdn, const char* szKey) {
+std::uint32_t NumberAt(const FrameUtil::StrUIDParser& fdn, const char* szKey) {
     unsigned long nValue = 0;
     fdn.GetValue(nValue, szKey, 0);
     return static_cast<std::uint32_t>(nValue);
@@ -46,7 +46,7 @@ void AppendFdns(const std::list<int>& listValue, std::vector<std::string>& vecFd
             Report(
                 "WARNING in ConvertCxValue2FDNstring: unexpected cxValue type:[%d], file=%s, "
                 "line=%d",
-                nIndex, FILE_WORD, LINE_CX_VALUE);
+                nIndex, FDN_WORD, LINE_CX_VALUE);
             break;
         }
         if (nIndex == 1) {
@@ -94,8 +94,8 @@ unsigned long TNFdnMgr::ParsePortKeyFromFDN(const std::string& strFdn, TNPortKey
     if (!fdn.Parse(strFdn.c_str()))
         return BadFdn(strFdn);
     fdn.SetCurToFirst();
-    key.neId = NumberOf(fdn, "NE");
-    key.boardPos = NumberOf(fdn, "SS") << 24 | NumberOf(fdn, "FR") << 16 | NumberOf(fdn, "S");
+    key.neId = NumberAt(fdn, "NE");
+    key.boardPos = NumberAt(fdn, "SS") << 24 | NumberAt(fdn, "FR") << 16 | NumberAt(fdn, "S");
     std::string strPorts;
     fdn.GetValue(strPorts, "LP", 0);
     if (strPorts.empty())

@@ -195,19 +195,13 @@ std::string ConvertLONGToStr(long nValue, bool bPlain) {
 }
 
 std::string ConvertHEXToStr(unsigned long nValue, bool bPlain) {
-    char szText[base::INTEGER_ROOM];
-    char* p = szText;
-    if (HasBlank(bPlain))
-        *p++ = ' ';
-    return base::TextOf(szText, base::WriteHex(p, nValue, 'a'));
+    return base::HexText(HasBlank(bPlain) ? " " : "", nValue, base::HEX_LOWER);
 }
 
 std::string IntToStr(long nValue, bool bHex) {
     if (!bHex)
         return base::IntegerText(static_cast<int>(nValue));
-    char szText[base::INTEGER_ROOM] = "0x";
-    return base::TextOf(szText,
-                        base::WriteHex(szText + 2, static_cast<unsigned long>(nValue), 'A'));
+    return base::HexText("0x", static_cast<unsigned long>(nValue), base::HEX_UPPER);
 }
 
 std::string Num2Str(int nValue) {
@@ -337,6 +331,12 @@ void TEStr2StrVec(const char* szText, std::vector<std::string>& vecPart) {
     if (szText == nullptr)
         return;
     const std::string_view strText = szText;
+    // Room for all parts at once. It at least doubles, so that many lists can be gathered in one
+    // vector.
+    const auto nParts =
+        static_cast<std::size_t>(std::count(strText.begin(), strText.end(), ',')) + 1;
+    if (vecPart.capacity() - vecPart.size() < nParts)
+        vecPart.reserve(std::max(vecPart.size() + nParts, 2 * vecPart.capacity()));
     std::string_view strPart;
     for (std::size_t nAt = 0; nAt != std::string_view::npos;) {
         nAt = WordAt(strText, nAt, ",", strPart);

@@ -172,9 +172,10 @@ void ReplaceCharacter(std::string& strText, char cFrom, std::string_view strTo) 
         std::replace(strText.begin(), strText.end(), cFrom, strTo.front());
         return;
     }
-    const std::size_t nHits = CountOf(strText, cFrom);
-    if (nHits == 0)
+    const std::size_t nFirst = strText.find(cFrom);
+    if (nFirst == NPOS)
         return;
+    const std::size_t nHits = CountOf(std::string_view(strText).substr(nFirst), cFrom);
     const std::size_t nSize = strText.size() - nHits + nHits * strTo.size();
     std::string strOut(nSize + ROOM, '\0');
     if (strTo.size() == 2 && nHits > strText.size() / DENSE)
@@ -188,12 +189,12 @@ void ReplaceCharacter(std::string& strText, char cFrom, std::string_view strTo) 
 // What is already handled, and appends to it from a text that stays as it is.
 class Rebuilt {
 public:
-    explicit Rebuilt(std::string_view strText) : m_strText(strText) {
-        m_strOut.reserve(strText.size());
-    }
+    explicit Rebuilt(std::string_view strText) : m_strText(strText) {}
 
     // Takes over the text up to nTo, then puts strPut for the nSkipped characters there.
     void Put(std::size_t nTo, std::string_view strPut, std::size_t nSkipped) {
+        if (m_strOut.empty())
+            m_strOut.reserve(m_strText.size());
         m_strOut.append(m_strText.substr(m_nDone, nTo - m_nDone)).append(strPut);
         m_nDone = nTo + nSkipped;
     }

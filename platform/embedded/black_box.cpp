@@ -4,13 +4,14 @@
 #include "base/immortal.h"
 #include "embedded/black_box_file.h"
 #include "embedded/black_box_writer.h"
+#include "embedded/item_line.h"
 #include "embedded/live_facts.h"
 #include "embedded/tell.h"
 #include "zemb/black_box.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -34,8 +35,7 @@ struct Life {
     std::mutex lock;
     bool bWanted = true;
     bool bUp = false;
-    bool bChild = false;  // of a process that had a box
-    std::string strProgram;
+    std::uint32_t nParent = 0;  // that had a box
 };
 Life& TheLife() {
     static base::Immortal<Life> life;
@@ -95,14 +95,14 @@ BoxOfChild& TheBoxOfChild() {
     return *box;
 }
 
-void AfterForkInChild() {
+void BoxOfParentEnds() {
     Life& life = TheLife();
     new (&life.lock) std::mutex;
     BoxWriter* const pWriter = g_pWriter.load(std::memory_order_relaxed);
     if (pWriter == nullptr || !life.bUp)
         return;
     life.bUp = false;
-    life.bChild = true;
+    life.nParent = static_cast<std::uint32_t>(getppid());
     life.bWanted = pWriter->ChildBegan();
     g_pLiveWatcher.store(life.bWanted ? &TheBoxOfChild() : nullptr, std::memory_order_release);
 }
@@ -116,12 +116,11 @@ bool IsSwitchedOff() {
 bool Make(Life& life) {
     if (life.bUp || !life.bWanted || IsSwitchedOff() || BoxFolder().empty())
         return life.bUp;
-    static const int s_nRegistered = pthread_atfork(nullptr, nullptr, AfterForkInChild);
+    static const int s_nRegistered = pthread_atfork(nullptr, nullptr, BoxOfParentEnds);
     static_cast<void>(s_nRegistered);
     TheBoxOfChild();
     BoxWriter& writer = TheBoxWriter();
-    writer.Begin(life.strProgram.empty() ? program_invocation_short_name : life.strProgram,
-                 !life.bChild);
+    writer.Begin(ProcessName(), life.nParent);
     g_pWriter.store(&writer, std::memory_order_release);
     life.bUp = true;
     return true;
@@ -171,12 +170,6 @@ void SetBlackBox(bool bWanted) {
         End(life);
 }
 
-void SetProcessName(const std::string& strName) {
-    Life& life = TheLife();
-    const std::lock_guard<std::mutex> guard(life.lock);
-    life.strProgram = strName;
-}
-
 void PutLiveFacts() {
     if (BoxWriter* const pWriter = g_pWriter.load(std::memory_order_acquire);
         pWriter != nullptr && pWriter == Live())
@@ -188,6 +181,11 @@ void PutLiveTask(const LiveTask& task, TaskPlace& place) noexcept {
     if (BoxWriter* const pWriter = g_pWriter.load(std::memory_order_acquire);
         pWriter != nullptr && pWriter == Live())
         pWriter->PutTask(task, place);
+}
+
+bool PutLiveStep(const LiveStep& step, const TaskPlace& place) noexcept {
+    BoxWriter* const pWriter = g_pWriter.load(std::memory_order_acquire);
+    return pWriter != nullptr && pWriter == Live() && pWriter->PutStep(step, place);
 }
 
 void DropLiveTask(TaskPlace& place) noexcept {

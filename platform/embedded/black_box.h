@@ -43,6 +43,16 @@ struct TaskPlace {
 // Puts a task into the box, or writes its record anew; and takes it out. Nothing without a box.
 // Called by one thread at a time.
 void PutLiveTask(const LiveTask& task, TaskPlace& place) noexcept;
+// The same for a step, which changes only the progress. False when the task is not in the box yet.
+struct LiveStep {
+    int nPercent;
+    int nBase;
+    int nRange;
+    int nSteps;
+    int nStep;
+    const std::string* pText;
+};
+bool PutLiveStep(const LiveStep& step, const TaskPlace& place) noexcept;
 void DropLiveTask(TaskPlace& place) noexcept;
 
 // Puts an operation error into the box. Called by one thread at a time.

@@ -17,7 +17,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -31,7 +30,6 @@ namespace zemb {
 namespace {
 
 constexpr std::size_t BOXES_KEPT = 16;
-constexpr std::uint32_t RECORDS_MOST = 1U << 20;
 
 struct Capacity {
     box::EPart ePart;
@@ -49,22 +47,10 @@ constexpr Capacity CAPACITIES[box::PARTS] = {
     {box::EVENTS, sizeof(box::Event), 16384, base::KEY_BOX_EVENTS},
 };
 
-[[noreturn]] void Fail(const std::string& strFile, int nError) {
-    throw std::system_error(nError, std::generic_category(), strFile);
-}
-
-std::uint32_t CapacityOf(const Capacity& capacity, const std::string& strFile) {
+std::uint32_t CapacityOf(const Capacity& capacity) {
     if (capacity.szKey == nullptr)
         return capacity.nUsual;
-    const std::optional<std::string> value = FindItem(capacity.szKey, strFile);
-    std::uint32_t nRecords = 0;
-    if (!value)
-        return capacity.nUsual;
-    const char* const pEnd = value->data() + value->size();
-    if (const auto [pRest, error] = std::from_chars(value->data(), pEnd, nRecords);
-        error != std::errc() || pRest != pEnd || nRecords < 2 || nRecords > RECORDS_MOST)
-        return capacity.nUsual;
-    return nRecords;
+    return NumberUnderRoot(capacity.szKey, capacity.nUsual, 2, box::RECORDS_MOST);
 }
 
 class Descriptor {
@@ -82,8 +68,17 @@ private:
     const int m_nFile;
 };
 
-// A box that a process of this number left gets another name.
+// A box that a process of this number left gets another name. Even the same process may have left
+// it, when it began another program: then its start would speak for the old box.
 void PutAside(const std::string& strFile) {
+    {
+        const Descriptor file(
+            open(strFile.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        const std::uint64_t nGone = 0;
+        if (file.Get() != -1 && pwrite(file.Get(), &nGone, sizeof nGone,
+                                       offsetof(box::Header, nStartTicks)) != sizeof nGone)
+            return;
+    }
     const std::string strStem = strFile.substr(0, strFile.rfind('.'));
     for (int n = 1; n <= 1000; ++n)
         if (renameat2(AT_FDCWD, strFile.c_str(), AT_FDCWD,
@@ -101,11 +96,17 @@ int OpenNew(const std::string& strFile) {
         nFile = open(strFile.c_str(), FLAGS, STATE_FILE_MODE);
     }
     if (nFile == -1)
-        Fail(strFile, errno);
+        FailOn(strFile, errno);
     return nFile;
 }
 
-void Fill(box::Header& header, const BoxLayout& layout, const std::string& strProgram) {
+// A path that means the same to readers who stand in another folder.
+std::string Whole(const std::string& strPath) {
+    return strPath.empty() ? "" : std::filesystem::absolute(strPath).string();
+}
+
+void Fill(box::Header& header, const BoxLayout& layout, const std::string& strProgram,
+          std::uint32_t nParent) {
     header.nVersion = box::VERSION;
     header.nByteOrder = box::BYTE_ORDER_MARK;
     header.nFileBytes = layout.Bytes();
@@ -120,8 +121,9 @@ void Fill(box::Header& header, const BoxLayout& layout, const std::string& strPr
                      sizeof header.szCounter[i] - 1);
     std::strncpy(header.szBoot, BootOfSystem().c_str(), sizeof header.szBoot - 1);
     std::strncpy(header.szProgram, strProgram.c_str(), sizeof header.szProgram - 1);
-    std::strncpy(header.szRoot, RootPath().c_str(), sizeof header.szRoot - 1);
-    std::strncpy(header.szState, GetStatePath().c_str(), sizeof header.szState - 1);
+    std::strncpy(header.szRoot, Whole(RootPath()).c_str(), sizeof header.szRoot - 1);
+    std::strncpy(header.szState, Whole(GetStatePath()).c_str(), sizeof header.szState - 1);
+    header.nParent = nParent;
 }
 
 // Whether a box that cannot be read has the name of a process that is not there.
@@ -132,16 +134,18 @@ bool IsOfNobody(const std::string& strFile) {
     return eState == EProcess::GONE;
 }
 
+// Of those of child processes as many stay as of others, so that many short children push out no
+// server's.
 void DeleteOld() {
-    std::vector<std::pair<std::int64_t, std::string>> vecGone;
+    std::vector<std::pair<std::int64_t, std::string>> arrGone[2];
     for (const BoxSummary& box : ListBlackBoxes(GetStatePath()))
         if (box.strError.empty() ? box.eState == EBoxState::DIED : IsOfNobody(box.strFile))
-            vecGone.emplace_back(box.nBegun, box.strFile);
-    if (vecGone.size() <= BOXES_KEPT)
-        return;
-    std::sort(vecGone.begin(), vecGone.end());
-    for (std::size_t i = 0; i < vecGone.size() - BOXES_KEPT; ++i)
-        unlink(vecGone[i].second.c_str());
+            arrGone[box.nParent == 0 ? 0 : 1].emplace_back(box.nBegun, box.strFile);
+    for (auto& vecGone : arrGone) {
+        std::sort(vecGone.begin(), vecGone.end());
+        for (std::size_t i = 0; i + BOXES_KEPT < vecGone.size(); ++i)
+            unlink(vecGone[i].second.c_str());
+    }
 }
 
 }  // namespace
@@ -157,9 +161,8 @@ BoxLayout::BoxLayout(const std::array<std::uint32_t, box::PARTS>& arrRecords) {
 
 BoxLayout BoxLayout::OfSettings() {
     std::array<std::uint32_t, box::PARTS> arrRecords{};
-    const std::string strFile = RootPath() + base::TRANS_EMS_UNDER_ROOT;
     for (const Capacity& capacity : CAPACITIES)
-        arrRecords[capacity.ePart] = CapacityOf(capacity, strFile);
+        arrRecords[capacity.ePart] = CapacityOf(capacity);
     return BoxLayout(arrRecords);
 }
 
@@ -168,20 +171,19 @@ std::string BoxFolder() {
     return strState.empty() ? "" : strState + "/run";
 }
 
-void BoxFile::Make(const BoxLayout& layout, const std::string& strProgram, bool bDeleteOld) {
+void BoxFile::Make(const BoxLayout& layout, const std::string& strProgram, std::uint32_t nParent) {
     const std::string strFile =
         std::filesystem::absolute(BoxFolder()).string() + "/" + std::to_string(getpid()) + ".box";
     // Beyond this the system would end the process.
     rlimit limit{};
     if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur < layout.Bytes())
-        Fail(strFile, EFBIG);
+        FailOn(strFile, EFBIG);
     MakeStateFolder(BoxFolder());
-    if (bDeleteOld)
-        DeleteOld();
+    DeleteOld();
     const Descriptor file(OpenNew(strFile));
     const auto Refuse = [&](int nError) {
         unlink(strFile.c_str());
-        Fail(strFile, nError);
+        FailOn(strFile, nError);
     };
     if (const int nError = posix_fallocate(file.Get(), 0, static_cast<off_t>(layout.Bytes())))
         Refuse(nError);
@@ -198,7 +200,7 @@ void BoxFile::Make(const BoxLayout& layout, const std::string& strProgram, bool 
     m_nInode = status.st_ino;
     m_nBytes = layout.Bytes();
     m_pMemory = static_cast<char*>(pMemory);
-    Fill(*reinterpret_cast<box::Header*>(m_pMemory), layout, strProgram);
+    Fill(*reinterpret_cast<box::Header*>(m_pMemory), layout, strProgram, nParent);
 }
 
 void BoxFile::Complete() noexcept {
@@ -207,6 +209,7 @@ void BoxFile::Complete() noexcept {
 }
 
 void BoxFile::TakeAway() noexcept {
+    reinterpret_cast<box::Header*>(m_pMemory)->bEnded = 1;
     struct stat status {};
     if (lstat(m_strFile.c_str(), &status) == 0 && status.st_dev == m_nDevice &&
         status.st_ino == m_nInode)

@@ -36,9 +36,10 @@ std::string BoxFolder();
 // never given back.
 class BoxFile {
 public:
-    // Makes the file, with all its room on the disk, and maps it. With bDeleteOld old boxes give
-    // way: of processes that are gone the last 16 stay. Throws std::system_error.
-    void Make(const BoxLayout& layout, const std::string& strProgram, bool bDeleteOld);
+    // Makes the file, with all its room on the disk, and maps it. Old boxes give way: of processes
+    // that are gone the last 16 stay, and the last 16 of those that have, as nParent says, a parent
+    // with a box. Throws std::system_error.
+    void Make(const BoxLayout& layout, const std::string& strProgram, std::uint32_t nParent);
     // From now on readers know it.
     void Complete() noexcept;
     char* Memory() const { return m_pMemory; }

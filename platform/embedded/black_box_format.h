@@ -23,6 +23,7 @@ constexpr std::size_t TASK_TEXT_BYTES = 120;
 constexpr std::size_t ERROR_TEXT_BYTES = 472;
 constexpr std::size_t FACT_BYTES = 1024;
 constexpr std::size_t FIRST_OBJECTS = 4;
+constexpr std::uint32_t RECORDS_MOST = 1U << 20;  // of a part
 constexpr std::size_t COUNTERS_MAX = 24;
 constexpr std::size_t COUNTER_NAME_BYTES = 24;
 
@@ -44,15 +45,18 @@ struct Header {
     PartPlace arrPart[PARTS];
     std::uint32_t nProcess;
     std::uint32_t nCounters;
-    std::uint64_t nStartTicks;  // of the process, as the system counts them from its own start
+    std::uint64_t nStartTicks;  // of the process, as the system counts them from its own start; 0:
+                                // it has ended its box, or begun another program
     std::int64_t nBegun;        // microseconds since 1970
     char szBoot[40];            // which start of the system
     char szProgram[64];
     char szRoot[512];
     char szState[512];
     char szCounter[COUNTERS_MAX][COUNTER_NAME_BYTES];
+    std::uint32_t nParent;  // the process above it that had a box; 0: none
+    std::uint32_t bEnded;   // in order: only the file could not be deleted
 };
-static_assert(sizeof(Header) == 1864 && sizeof(Header) <= TALLIES_AT);
+static_assert(sizeof(Header) == 1872 && sizeof(Header) <= TALLIES_AT);
 
 // What did not fit, and the number of the next event.
 struct Tallies {

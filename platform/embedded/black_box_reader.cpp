@@ -28,7 +28,6 @@ namespace {
 
 constexpr std::size_t CHUNK_BYTES = 1U << 16;
 constexpr int TRIES = 50;
-constexpr std::uint32_t RECORDS_MOST = 1U << 20;
 constexpr const char* COUNTER_NAMES[] = {
     "grants",          "refusals",     "releases",       "threads",          "progress_steps",
     "timeout_queries", "reloads",      "language_loads", "lines_written",    "lines_lost",
@@ -47,7 +46,7 @@ public:
 };
 
 template <std::size_t SIZE>
-std::string TextOf(const char (&szText)[SIZE]) {
+std::string FieldText(const char (&szText)[SIZE]) {
     return std::string(szText, strnlen(szText, SIZE));
 }
 
@@ -133,7 +132,7 @@ private:
         for (int i = 0; i < box::PARTS; ++i) {
             const box::PartPlace& part = header.arrPart[i];
             if (part.nRecordBytes != RECORD_BYTES[i] || part.nRecords == 0 ||
-                part.nRecords > RECORDS_MOST || part.nOffset < box::HEADER_BYTES ||
+                part.nRecords > box::RECORDS_MOST || part.nOffset < box::HEADER_BYTES ||
                 part.nOffset % sizeof(std::uint64_t) != 0 || part.nOffset > header.nFileBytes ||
                 std::uint64_t{part.nRecords} * part.nRecordBytes > header.nFileBytes - part.nOffset)
                 throw BoxFault("its layout is not that of its version");
@@ -186,10 +185,10 @@ private:
 EBoxState StateOf(const box::Header& header, const std::string& strBoot) {
     EProcess eState{};
     // Where /proc hides the processes of others, they are still known to be there.
-    if (strBoot == TextOf(header.szBoot) && StartTicksOf(header.nProcess, eState) == 0 &&
+    if (strBoot == FieldText(header.szBoot) && StartTicksOf(header.nProcess, eState) == 0 &&
         kill(static_cast<pid_t>(header.nProcess), 0) != 0 && errno == EPERM)
         return EBoxState::ALIVE;
-    if (strBoot != TextOf(header.szBoot) ||
+    if (strBoot != FieldText(header.szBoot) ||
         StartTicksOf(header.nProcess, eState) != header.nStartTicks || eState == EProcess::GONE)
         return EBoxState::DIED;
     return eState == EProcess::STOPPED ? EBoxState::STOPPED : EBoxState::ALIVE;
@@ -198,11 +197,12 @@ EBoxState StateOf(const box::Header& header, const std::string& strBoot) {
 void Summarise(const BoxReader& reader, BoxSummary& box) {
     const box::Header& header = reader.Header();
     box.nProcess = header.nProcess;
+    box.nParent = header.nParent;
     box.eState = StateOf(header, BootOfSystem());
     box.nBegun = header.nBegun;
-    box.strProgram = TextOf(header.szProgram);
-    box.strRoot = TextOf(header.szRoot);
-    box.strState = TextOf(header.szState);
+    box.strProgram = FieldText(header.szProgram);
+    box.strRoot = FieldText(header.szRoot);
+    box.strState = FieldText(header.szState);
 }
 
 LiveObject ObjectOf(const box::Object& object) {
@@ -219,6 +219,7 @@ public:
 
     void Read() {
         Summarise(m_reader, m_box);
+        m_box.nEventBefore = NextEvent();
         ReadFacts();
         ReadHeld(box::HELD, m_box.vecHeld);
         ReadHeld(box::TRAILS, m_box.vecTrail);
@@ -257,7 +258,7 @@ private:
             one.eMaker = MakerOf(held.nMaker);
             one.nSince = held.nSince;
             one.nThread = held.nThread;
-            one.strLabel = TextOf(held.szLabel);
+            one.strLabel = FieldText(held.szLabel);
             one.nTask = held.nTask;
             one.nMission = held.nMission;
             one.nUser = held.nUser;
@@ -285,7 +286,7 @@ private:
         const auto& shared = *reinterpret_cast<const box::Thread*>(arrShared);
         for (std::size_t i = 0; i < vecSum.size(); ++i)
             m_box.vecCounter.emplace_back(
-                TextOf(m_reader.Header().szCounter[i]),
+                FieldText(m_reader.Header().szCounter[i]),
                 vecSum[i] + shared.arrCounter[i].load(std::memory_order_relaxed));
         Mark(vecCall);
     }
@@ -297,7 +298,7 @@ private:
         one.nPthread = thread.nPthread;
         one.nNesting = thread.nNesting;
         one.nSince = thread.nSince;
-        one.strLabel = TextOf(thread.szLabel);
+        one.strLabel = FieldText(thread.szLabel);
         const std::uint64_t nCall = after.nCall.load(std::memory_order_relaxed);
         one.bInCall = nCall % 2 != 0 && nCall == before.nCall.load(std::memory_order_relaxed);
         if (!one.bInCall)
@@ -346,7 +347,7 @@ private:
                 m_box.vecTask.push_back({task.nTask, task.nMission, task.nMissions, task.nUser,
                                          task.nSince, task.nPercent, task.fScale, task.bAbort != 0,
                                          task.nBase, task.nRange, task.nSteps, task.nStep,
-                                         task.nThread, TextOf(task.szText)});
+                                         task.nThread, FieldText(task.szText)});
         });
         std::stable_sort(m_box.vecTask.begin(), m_box.vecTask.end(),
                          [](const auto& a, const auto& b) { return a.nTask < b.nTask; });
@@ -362,7 +363,7 @@ private:
         std::vector<std::pair<std::uint64_t, BoxError>> vecError;
         m_reader.ForEach<box::Error>(box::ERRORS, [&](auto&, const box::Error& error, auto&, auto) {
             vecError.emplace_back(error.nOrder, BoxError{error.nTime, error.nCode, error.nTask,
-                                                         error.nUser, TextOf(error.szText)});
+                                                         error.nUser, FieldText(error.szText)});
         });
         std::sort(vecError.begin(), vecError.end(),
                   [](const auto& a, const auto& b) { return a.first < b.first; });
@@ -424,7 +425,10 @@ std::vector<BoxSummary> ListBlackBoxes(const std::string& strState) {
         BoxSummary box;
         box.strFile = it->path().string();
         try {
-            Summarise(BoxReader(box.strFile), box);
+            const BoxReader reader(box.strFile);
+            if (reader.Header().bEnded != 0)
+                continue;
+            Summarise(reader, box);
         } catch (const BoxFault& fault) {
             box.strError = fault.what();
         }

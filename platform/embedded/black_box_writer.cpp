@@ -62,7 +62,9 @@ box::Object Stored(const LiveObject& obj) {
 template <std::size_t SIZE>
 void CopyText(char (&szTarget)[SIZE], std::string_view strText) noexcept {
     const std::size_t nLength = std::min(strText.size(), SIZE - 1);
-    std::memcpy(szTarget, strText.data(), nLength);
+    // Not memcpy: for a length with a known limit the compiler writes a slow instruction in its
+    // place.
+    std::memmove(szTarget, strText.data(), nLength);
     szTarget[nLength] = '\0';
 }
 
@@ -79,6 +81,8 @@ public:
     void CallBegins(LiveRequest request, const LiveObject* pFirst,
                     std::size_t nFirst) noexcept override {
         ThreadState& state = Self();
+        if (state.pRecord == nullptr && m_nPlacesFree.load(std::memory_order_relaxed) != 0)
+            FindPlace(state);  // another thread has left its place since
         state.request = request;
         state.nCallGeneration = state.nGeneration;
         state.nNow = NowCoarseMicroseconds();
@@ -239,6 +243,22 @@ public:
             AddTaskEvent(state, box::TASK_BEGAN, task.nTask);
     }
 
+    bool PutStep(const LiveStep& step, const TaskPlace& place) noexcept override {
+        if (place.nRecord == 0 || place.nGeneration != m_nGeneration.load(std::memory_order_relaxed))
+            return false;
+        const std::uint32_t nThread = Self().nThread;
+        box::Put(Records<box::Task>(box::TASKS)[place.nRecord - 1], [&](box::Task& record) {
+            record.nPercent = step.nPercent;
+            record.nBase = step.nBase;
+            record.nRange = step.nRange;
+            record.nSteps = step.nSteps;
+            record.nStep = step.nStep;
+            record.nThread = nThread;
+            CopyText(record.szText, *step.pText);
+        });
+        return true;
+    }
+
     void DropTask(TaskPlace& place) noexcept override {
         if (place.nGeneration != m_nGeneration.load(std::memory_order_relaxed))
             return;
@@ -277,8 +297,8 @@ public:
         });
     }
 
-    void Begin(const std::string& strProgram, bool bDeleteOld) override {
-        m_file.Make(m_layout, strProgram, bDeleteOld);
+    void Begin(const std::string& strProgram, std::uint32_t nParent) override {
+        m_file.Make(m_layout, strProgram, nParent);
         if (m_pMemory == nullptr) {  // for good: a later box gets the same place
             m_pMemory = m_file.Memory();
             m_pEvents = Records<box::Event>(box::EVENTS);
@@ -291,9 +311,10 @@ public:
         {
             const std::lock_guard<std::mutex> guard(m_lockSlots);
             m_vecFreeSlot.clear();
+            m_nPlacesFree = 0;
             m_nSlotsUsed = 1;  // the first is shared by those without a place
+            m_nGeneration.fetch_add(1, std::memory_order_release);
         }
-        m_nGeneration.fetch_add(1, std::memory_order_release);
         PutFacts();
         m_file.Complete();
     }
@@ -329,18 +350,20 @@ public:
     // The calling thread ends. One that is still registered stays to be seen.
     void ThreadEnds() noexcept {
         ThreadState& state = t_state;
-        if (state.nGeneration != m_nGeneration.load(std::memory_order_relaxed) ||
-            state.pRecord == nullptr)
+        const std::lock_guard<std::mutex> guard(m_lockSlots);  // no box begins meanwhile
+        if (state.nGeneration != m_nGeneration.load(std::memory_order_relaxed))
             return;
-        box::Thread& record = *state.pRecord;
+        box::Thread* const pRecord = state.pRecord;
         const std::uint32_t nSlot = state.nSlot;
         state = {};
-        if (record.nNesting != 0)
+        if (pRecord == nullptr)
+            return static_cast<void>(NotShown(box::THREADS).fetch_sub(1));
+        if (pRecord->nNesting != 0)
             return;
-        box::Put(record, [](box::Thread& thread) { thread.nThread = 0; });
-        const std::lock_guard<std::mutex> guard(m_lockSlots);
+        box::Put(*pRecord, [](box::Thread& thread) { thread.nThread = 0; });
         try {
             m_vecFreeSlot.push_back(nSlot);
+            m_nPlacesFree.store(m_vecFreeSlot.size(), std::memory_order_relaxed);
         } catch (const std::bad_alloc&) {
             // The place is not used again.
         }
@@ -531,6 +554,7 @@ private:
 
     std::mutex m_lockSlots;
     std::vector<std::uint32_t> m_vecFreeSlot;
+    std::atomic<std::size_t> m_nPlacesFree{0};  // as many as m_vecFreeSlot has
     std::uint32_t m_nSlotsUsed = 1;
 };
 
@@ -552,22 +576,29 @@ void WatchThreadEnd() noexcept {
 }
 
 void BlackBoxWriter::FindPlace(ThreadState& state) noexcept {
-    state = {};
-    state.nThread = static_cast<std::uint32_t>(syscall(SYS_gettid));
-    state.nSlot = NO_SLOT;
     {
         const std::lock_guard<std::mutex> guard(m_lockSlots);
-        state.nGeneration = m_nGeneration.load(std::memory_order_relaxed);
+        const std::uint32_t nGeneration = m_nGeneration.load(std::memory_order_relaxed);
+        const bool bCounted = state.nGeneration == nGeneration;  // among those without a place
+        state = {};
+        state.nThread = static_cast<std::uint32_t>(syscall(SYS_gettid));
+        state.nSlot = NO_SLOT;
+        state.nGeneration = nGeneration;
         if (!m_vecFreeSlot.empty()) {
             state.nSlot = m_vecFreeSlot.back();
             m_vecFreeSlot.pop_back();
+            m_nPlacesFree.store(m_vecFreeSlot.size(), std::memory_order_relaxed);
         } else if (m_nSlotsUsed < m_layout.Records(box::THREADS)) {
             state.nSlot = m_nSlotsUsed++;
-        } else {
-            NotShown(box::THREADS).fetch_add(1, std::memory_order_relaxed);
-            return;
         }
+        if (state.nSlot != NO_SLOT && bCounted)
+            NotShown(box::THREADS).fetch_sub(1, std::memory_order_relaxed);
+        else if (state.nSlot == NO_SLOT && !bCounted)
+            NotShown(box::THREADS).fetch_add(1, std::memory_order_relaxed);
     }
+    WatchThreadEnd();
+    if (state.nSlot == NO_SLOT)
+        return;
     state.pRecord = Records<box::Thread>(box::THREADS) + state.nSlot;
     box::Put(*state.pRecord, [&](box::Thread& thread) {
         thread.nThread = state.nThread;
@@ -575,7 +606,6 @@ void BlackBoxWriter::FindPlace(ThreadState& state) noexcept {
         thread.szLabel[0] = '\0';
         thread.nPthread = pthread_self();
     });
-    WatchThreadEnd();
 }
 
 }  // namespace

@@ -12,7 +12,7 @@ class BoxWriter : public LiveWatcher {
 public:
     // Makes the file and maps it; what was in an older box of this process is not in the new one.
     // Throws std::system_error. With End() and ChildBegan() under one lock.
-    virtual void Begin(const std::string& strProgram, bool bDeleteOld) = 0;
+    virtual void Begin(const std::string& strProgram, std::uint32_t nParent) = 0;
     // Takes the file away. What is told afterwards goes nowhere.
     virtual void End() noexcept = 0;
     // Lets go of the box of the process above this one. False: nothing may be told any more.
@@ -21,6 +21,8 @@ public:
     // Under the lock of the facts.
     virtual void PutFacts() = 0;
     virtual void PutTask(const LiveTask& task, TaskPlace& place) noexcept = 0;
+    // False for a task that is not in this box, or has no place in it.
+    virtual bool PutStep(const LiveStep& step, const TaskPlace& place) noexcept = 0;
     virtual void DropTask(TaskPlace& place) noexcept = 0;
     virtual void PutError(std::uint64_t nCode, std::uint32_t nTask, int nUser,
                           const std::string& strFirst, const std::string& strSecond) noexcept = 0;

@@ -3,6 +3,7 @@
 #include "embedded/state_folder.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,10 +20,6 @@ namespace zemb {
 
 namespace {
 
-[[noreturn]] void Fail(const std::string& strFile) {
-    throw std::system_error(errno, std::generic_category(), strFile);
-}
-
 // A pipe is opened for both directions, and so without waiting for its other end.
 int Open(const std::string& strFile) {
     MakeStateFolder(std::filesystem::path(strFile).parent_path().string());
@@ -30,7 +27,8 @@ int Open(const std::string& strFile) {
         open(strFile.c_str(), O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
              STATE_FILE_MODE);
     if (nFile == -1)
-        Fail(strFile);
+        FailOn(strFile);
+    flock(nFile, LOCK_SH);  // waits for one who looks whether it may be deleted, for a moment
     return nFile;
 }
 
@@ -66,11 +64,14 @@ LineFile::~LineFile() {
     close(m_nFile);
 }
 
-bool LineFile::IsNamed() const {
+bool LineFile::IsNamed() {
     struct stat own {};
     struct stat named {};
-    return fstat(m_nFile, &own) == 0 && stat(m_strFile.c_str(), &named) == 0 &&
-           own.st_ino == named.st_ino && own.st_dev == named.st_dev;
+    if (fstat(m_nFile, &own) != 0)
+        return false;
+    m_nSize = static_cast<std::size_t>(own.st_size);
+    return stat(m_strFile.c_str(), &named) == 0 && own.st_ino == named.st_ino &&
+           own.st_dev == named.st_dev;
 }
 
 void LineFile::Append(const std::string& strLine) {
@@ -78,7 +79,7 @@ void LineFile::Append(const std::string& strLine) {
     // What hindered the first write is told by the second.
     if (!bWhole && !WriteOnce(m_bTorn ? "\n" + strLine : strLine)) {
         errno = ENOSPC;
-        Fail(m_strFile);
+        FailOn(m_strFile);
     }
 }
 
@@ -86,7 +87,7 @@ void LineFile::Append(const std::string& strLine) {
 bool LineFile::WriteOnce(const std::string& strLine) {
     const ssize_t nWritten = write(m_nFile, strLine.data(), strLine.size());
     if (nWritten < 0)
-        Fail(m_strFile);
+        FailOn(m_strFile);
     const auto nBytes = static_cast<std::size_t>(nWritten);
     if (nBytes > 0)
         m_bTorn = strLine[nBytes - 1] != '\n';

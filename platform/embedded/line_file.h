@@ -7,7 +7,8 @@ namespace zemb {
 
 // A file that lines are appended to, possibly by several processes; closed with the object. Each
 // line is one write to the system, so that whole lines are in the file and none is lost when the
-// process dies. One thread at a time.
+// process dies. One thread at a time. As long as the object lives it holds a shared lock (flock) on
+// the file: who deletes old files sees by it that somebody may still write.
 class LineFile {
 public:
     // Makes the file, and the folders above it, unless they are there. Throws std::exception when
@@ -19,7 +20,8 @@ public:
     LineFile& operator=(const LineFile&) = delete;
 
     std::size_t Size() const { return m_nSize; }  // as far as this object knows
-    bool IsNamed() const;                         // no other file has got its name
+    // Looks at the file: its size, and whether it still has its name.
+    bool IsNamed();
 
     // Appends a line, which ends in a line feed. Where the file does not end in one, since a
     // process was killed or the disk was full, the line begins with one. A line that was not

@@ -4,6 +4,7 @@
 #include "embedded/fork_gate.h"
 #include "zemb/live.h"
 
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -24,6 +25,11 @@ Facts& TheFacts() {
     return *facts;
 }
 
+// The names of files are for readers who stand in another folder.
+std::string WholeName(const std::string& strKind, const std::string& strName) {
+    return strKind == "setting" ? strName : std::filesystem::absolute(strName).string();
+}
+
 }  // namespace
 
 void LiveFact(const std::string& strKind, const std::string& strName,
@@ -33,7 +39,7 @@ void LiveFact(const std::string& strKind, const std::string& strName,
         {
             Facts& facts = TheFacts();
             const std::lock_guard<std::mutex> guard(facts.lock);
-            facts.mapValue[{strKind, strName}] = strValue;
+            facts.mapValue[{strKind, WholeName(strKind, strName)}] = strValue;
         }
         PutLiveFacts();
     } catch (...) {

@@ -2,32 +2,42 @@
 
 #include "base/escape.h"
 #include "base/number_text.h"
-#include "base/read_number.h"
+#include "base/root_files.h"
 #include "embedded/fork_gate.h"
+#include "embedded/item_line.h"
 #include "embedded/line_file.h"
+#include "embedded/log_names.h"
+#include "embedded/state_folder.h"
 #include "zemb/control.h"
 #include "zemb/live.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
-#include <functional>
-#include <system_error>
 
-// The log of a module: lines with time, thread and kind, in files that are rotated at 10 MB. A line
+// The log of a module: lines with time, thread and kind, in files that are rotated by size. A line
 // is put together in a string that keeps its room, and only the thousandths of its time are written
 // anew within a second: a line takes 1.1 us with the write to the system. When the file cannot be
 // written, standard error is told once and each further line tries again.
+//
+// Processes of one name share a log. Each line is one write behind the last one, so none is torn;
+// one process at a time rotates, and the others see once a second that their file has another name.
+// What they write until then stands in the file that gave way. A file is deleted only when nobody
+// has it open to write: each writer holds a shared lock on its own.
 namespace zemb {
 
 namespace {
 
-constexpr std::size_t FILE_BYTES = 10U << 20;  // size at which a log is rotated
-constexpr int FILES_KEPT = 5;                  // rotated files beside the current one
-constexpr std::size_t LINE_KEPT = 64U << 10;   // room for lines of a log that is not given back
-constexpr std::size_t NAME_MAX_CHARS = 64;     // of a module's name in the name of its file
-constexpr std::size_t TIME_CHARS = 24;         // "2026-03-01 08:00:00.123Z"
+constexpr std::uint32_t FILE_BYTES = 10U << 20;  // size at which a log is rotated
+constexpr std::uint32_t FILE_BYTES_LEAST = 4096;
+constexpr int HELD_MOST = 64;  // files beyond those that are kept, since somebody has them open
+constexpr std::uint32_t FILES_KEPT = 5;       // rotated files beside the current one
+constexpr std::size_t LINE_KEPT = 64U << 10;  // room for lines of a log that is not given back
+std::atomic<bool> g_bWanted{true};
+constexpr std::size_t TIME_CHARS = 24;  // "2026-03-01 08:00:00.123Z"
 
 // "time [thread] kind text". One thread at a time.
 class LineFormatter {
@@ -42,6 +52,9 @@ public:
         base::AppendEscaped(strText, "\t", strLine);
         strLine += '\n';
     }
+
+    // Of the last line, since 1970; -1 before.
+    long long Second() const { return m_nSecond; }
 
 private:
     static void AppendThread(std::string& strLine) {
@@ -69,20 +82,55 @@ private:
     std::string m_strTime;
 };
 
-// "m.log" for 0, else "m.3.log".
-std::string RotatedName(const std::string& strFile, int nAge) {
-    const std::size_t nDot = strFile.rfind('.');
-    return nAge == 0 ? strFile
-                     : strFile.substr(0, nDot) + "." + std::to_string(nAge) + strFile.substr(nDot);
+// Whether nobody has the file open to write into it any more; then it is gone.
+bool DeleteUnused(const std::string& strFile) {
+    const int nFile = open(strFile.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (nFile == -1)
+        return errno == ENOENT || unlink(strFile.c_str()) == 0;
+    const bool bUnused = flock(nFile, LOCK_EX | LOCK_NB) == 0 && unlink(strFile.c_str()) == 0;
+    close(nFile);
+    return bUnused;
 }
 
-// Makes room for a new file: each one gets the name of the next older one, the oldest goes.
-void Rotate(const std::string& strFile) {
-    for (int nAge = FILES_KEPT; nAge > 0; --nAge) {
-        const std::string strTo = RotatedName(strFile, nAge);
-        if (rename(RotatedName(strFile, nAge - 1).c_str(), strTo.c_str()) != 0 && errno != ENOENT)
-            throw std::system_error(errno, std::generic_category(), strTo);
+// One process at a time rotates the logs of a folder. Whoever does not get the lock goes on with
+// the file that is there.
+class RotationLock {
+public:
+    explicit RotationLock(const std::string& strFile)
+        : m_nFolder(open(strFile.substr(0, strFile.rfind('/')).c_str(),
+                         O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+          m_bHeld(m_nFolder != -1 && flock(m_nFolder, LOCK_EX | LOCK_NB) == 0) {}
+    ~RotationLock() {
+        if (m_nFolder != -1)
+            close(m_nFolder);
     }
+    RotationLock(const RotationLock&) = delete;
+    RotationLock& operator=(const RotationLock&) = delete;
+    bool IsHeld() const { return m_bHeld; }
+
+private:
+    const int m_nFolder;
+    const bool m_bHeld;
+};
+
+void Rename(const std::string& strFrom, const std::string& strTo) {
+    if (rename(strFrom.c_str(), strTo.c_str()) != 0 && errno != ENOENT)
+        FailOn(strTo);
+}
+
+// Makes room for a new file: each one gets the name of the next older one, and what is older than
+// nKept goes. A file that a process still has open, since it was stopped or has written nothing
+// for long, stays beyond that until it is let go. False when there are too many of these.
+bool Rotate(const std::string& strFile, int nKept) {
+    int nOldest = nKept;  // the first number that is free
+    for (int nAge = nKept; nAge <= nKept + HELD_MOST; ++nAge)
+        if (!DeleteUnused(RotatedName(strFile, nAge)))
+            nOldest = nAge + 1;
+    if (nOldest > nKept + HELD_MOST)
+        return false;
+    for (int nAge = nOldest - 1; nAge >= 0; --nAge)
+        Rename(RotatedName(strFile, nAge), RotatedName(strFile, nAge + 1));
+    return true;
 }
 
 }  // namespace
@@ -91,23 +139,43 @@ void Rotate(const std::string& strFile) {
 class LogFileSink {
 public:
     explicit LogFileSink(const std::string& strFile)
-        : m_strFile(strFile), m_pFile(std::make_unique<LineFile>(strFile)) {}
+        : m_strFile(strFile),
+          m_nBytes(NumberUnderRoot(base::KEY_LOG_BYTES, FILE_BYTES, FILE_BYTES_LEAST, 1U << 30)),
+          m_nKept(static_cast<int>(NumberUnderRoot(base::KEY_LOG_FILES, FILES_KEPT, 1, 999))),
+          m_pFile(std::make_unique<LineFile>(strFile)) {}
 
     void Write(std::string_view strKind, std::string_view strText) {
         std::lock_guard<std::mutex> guard(m_lock);
         m_formatter.Format(strKind, strText, m_strLine);
-        if (m_pFile->Size() + m_strLine.size() > FILE_BYTES && m_pFile->Size() > 0) {
-            if (m_pFile->IsNamed())  // else another process, or another try, has done that
-                Rotate(m_strFile);
-            m_pFile = std::make_unique<LineFile>(m_strFile);
-        }
+        if (m_formatter.Second() != m_nLookedAt || m_pFile->Size() + m_strLine.size() > m_nBytes)
+            Look();
         m_pFile->Append(m_strLine);
         if (m_strLine.capacity() > LINE_KEPT)
             m_strLine = {};
     }
 
 private:
+    // Once a second, and when the file seems full: other processes write into it, and may have
+    // given it another name.
+    void Look() {
+        m_nLookedAt = m_formatter.Second();
+        if (!m_pFile->IsNamed())
+            m_pFile = std::make_unique<LineFile>(m_strFile);
+        if (m_pFile->Size() == 0 || m_pFile->Size() + m_strLine.size() <= m_nBytes)
+            return;
+        const RotationLock lock(m_strFile);
+        if (!lock.IsHeld())
+            return;
+        if (m_pFile->IsNamed() && !Rotate(m_strFile, m_nKept))
+            return;
+        // Where another process was quicker, that one's is the new file.
+        m_pFile = std::make_unique<LineFile>(m_strFile);
+    }
+
     const std::string m_strFile;
+    const std::size_t m_nBytes;
+    const int m_nKept;
+    long long m_nLookedAt = 0;
     std::mutex m_lock;
     LineFormatter m_formatter;
     std::string m_strLine;  // keeps its room from line to line
@@ -133,6 +201,8 @@ std::shared_ptr<LogFileSink> LogFile::Open() {
 }
 
 void LogFile::Write(std::string_view strKind, std::string_view strText) noexcept {
+    if (!HasLogFiles())
+        return;
     const ForkGate gate;
     try {
         if (const std::shared_ptr<LogFileSink> pSink = Open()) {
@@ -165,20 +235,12 @@ void LogFile::Warn(const char* szReason) {
                  m_strModule.c_str(), szReason);
 }
 
-std::string LogFileOf(const std::string& strModule) {
-    const std::string strState = GetStatePath();
-    if (strState.empty())
-        return "";
-    std::string strName = strModule.empty() ? "%" : "";
-    for (const char c : strModule.substr(0, NAME_MAX_CHARS)) {
-        const bool bPlain = base::IsLetterOrDigit(c) || c == '-' || c == '_';
-        strName += bPlain ? c : '%';
-        if (!bPlain)
-            base::AppendHex(c, strName);
-    }
-    if (strModule.size() > NAME_MAX_CHARS)
-        strName += "%" + std::to_string(std::hash<std::string>()(strModule));
-    return strState + "/log/" + strName + ".log";
+void SetLogFiles(bool bWanted) {
+    g_bWanted = bWanted;
+}
+
+bool HasLogFiles() {
+    return g_bWanted.load(std::memory_order_relaxed);
 }
 
 }  // namespace zemb

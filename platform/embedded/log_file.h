@@ -11,8 +11,9 @@ namespace zemb {
 class LogFileSink;
 
 // The log file of one module: opened at the first line under the state folder of that moment,
-// reopened when the folder changes, rotated by size. Any thread; throws nothing: when the file
-// cannot be written, one warning goes to standard error and lines are lost until it can.
+// reopened when the folder or the name of the process changes, rotated by size. Any thread; throws
+// nothing: when the file cannot be written, one warning goes to standard error and lines are lost
+// until it can.
 class LogFile {
 public:
     explicit LogFile(const std::string& strModule);
@@ -31,6 +32,9 @@ private:
     unsigned long m_nGeneration = 0;
     std::atomic<bool> m_bWarned{false};
 };
+
+// Whether lines go into files: see SetLogFiles().
+bool HasLogFiles();
 
 // Grows each time the host or a reset moves the state folder.
 unsigned long StateGeneration();

@@ -98,7 +98,10 @@ public:
             if (State* const pState = Find(pTask)) {
                 pState->nPercent = nPercent;
                 pState->strDesc = info.Text();
-                Show(pTask, *pState);
+                if (!PutLiveStep({nPercent, pState->nBase, pState->nRange, pState->nSteps,
+                                  pState->nStep, &pState->strDesc},
+                                 pState->place))
+                    Show(pTask, *pState);
             }
             for (const auto& [nId, pListener] : m_mapListener)
                 vecListener.push_back(pListener);

@@ -1,5 +1,6 @@
 #include "zemb/settings.h"
 
+#include "base/bounded_lines.h"
 #include "base/cancel_hold.h"
 #include "base/immortal.h"
 #include "base/item_line.h"
@@ -9,9 +10,11 @@
 #include "embedded/fork_gate.h"
 #include "embedded/item_line.h"
 #include "embedded/log_file.h"
+#include "zemb/black_box.h"
 #include "zemb/control.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -38,7 +41,8 @@ namespace {
 
 std::atomic<unsigned long> g_nGeneration{1};
 
-// A folder that the host sets, or the environment names.
+// What the host sets, or else a variable of the environment; without a variable the name of the
+// program.
 class Place {
 public:
     explicit Place(const char* szVariable) : m_szVariable(szVariable) {}
@@ -55,7 +59,8 @@ public:
         std::lock_guard<std::mutex> guard(m_lock);
         if (m_strPath)
             return *m_strPath;
-        const char* const szValue = std::getenv(m_szVariable);
+        const char* const szValue =
+            m_szVariable == nullptr ? program_invocation_short_name : std::getenv(m_szVariable);
         return szValue == nullptr ? "" : szValue;
     }
 
@@ -83,6 +88,11 @@ Place& Language() {
     return *place;
 }
 
+Place& Process() {
+    static base::Immortal<Place> place(nullptr);
+    return *place;
+}
+
 bool ReadNumber(std::string_view strText, int& nValue) {
     const bool bMinus = !strText.empty() && strText.front() == '-';
     if (bMinus)
@@ -97,6 +107,20 @@ bool ReadNumber(std::string_view strText, int& nValue) {
     const auto nRead = static_cast<long>(run.nValue);
     nValue = static_cast<int>(bMinus ? -nRead : nRead);
     return true;
+}
+
+// All of a file up to a line that is too long; "" for one that cannot be read.
+std::string ReadLines(const std::string& strFile) {
+    const base::CancelHold hold;
+    std::ifstream file;
+    if (std::error_code ignored; !std::filesystem::is_fifo(strFile, ignored))
+        file.open(strFile);  // who would write into a pipe may never come
+    std::string strText;
+    char szBlock[4096];
+    base::LongLineWatch watch(base::ITEM_LINE_MAX);
+    while (!watch.IsTooLong(strText) && (file.read(szBlock, sizeof szBlock) || file.gcount() > 0))
+        strText.append(szBlock, static_cast<std::size_t>(file.gcount()));
+    return strText;
 }
 
 }  // namespace
@@ -149,20 +173,33 @@ std::string RootPath() {
 }
 
 std::optional<std::string> FindItem(std::string_view strKey, const std::string& strFile) {
-    const base::CancelHold hold;
-    std::ifstream file;
-    if (std::error_code ignored; !std::filesystem::is_fifo(strFile, ignored))
-        file.open(strFile);  // who would write into a pipe may never come
+    const std::string strText = ReadLines(strFile);
     std::optional<std::string> strFound;
-    char szLine[base::ITEM_LINE_MAX + 1];
-    while (file.getline(szLine, sizeof szLine) || file.gcount() > 0) {
-        const base::ItemLine item = base::ReadItemLine(szLine);
-        if (item.eKind == base::EItemLine::ITEM && item.strKey == strKey)
-            strFound = item.strValue;
-        if (!file)
-            break;  // a line too long ends the reading, its beginning counts
-    }
+    base::ItemLine line;
+    for (base::ItemLines lines(strText); lines.Next(line);)
+        if (line.eKind == base::EItemLine::ITEM && line.strKey == strKey)
+            strFound = line.strValue;
     return strFound;
+}
+
+std::uint32_t NumberUnderRoot(std::string_view strKey, std::uint32_t nUsual, std::uint32_t nLeast,
+                              std::uint32_t nMost) {
+    const std::optional<std::string> value =
+        FindItem(strKey, RootPath() + base::TRANS_EMS_UNDER_ROOT);
+    if (!value)
+        return nUsual;
+    const base::DigitRun run = base::ReadDigits(*value, 10);
+    const bool bGood = run.nLength != 0 && run.nLength == value->size() && run.nLength <= 10 &&
+                       run.nValue >= nLeast && run.nValue <= nMost;
+    return bGood ? static_cast<std::uint32_t>(run.nValue) : nUsual;
+}
+
+std::string ProcessName() {
+    return Process().Get();
+}
+
+void SetProcessName(const std::string& strName) {
+    Process().Set(strName.empty() ? std::nullopt : std::optional<std::string>(strName));
 }
 
 void SetLanguage(const std::string& strLanguage) {

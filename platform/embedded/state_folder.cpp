@@ -17,10 +17,6 @@ namespace zemb {
 
 namespace {
 
-[[noreturn]] void Fail(const std::string& strPath) {
-    throw std::system_error(errno, std::generic_category(), strPath);
-}
-
 std::string FolderOf(const std::string& strFile) {
     return std::filesystem::path(strFile).parent_path().string();
 }
@@ -42,7 +38,7 @@ public:
         m_nFile = open(m_strDraft.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                        STATE_FILE_MODE);
         if (m_nFile == -1)
-            Fail(m_strDraft);
+            FailOn(m_strDraft);
     }
     ~Draft() {
         if (m_nFile != -1)
@@ -60,7 +56,7 @@ public:
         m_nFile = -1;
         const bool bSynced = fsync(nFile) == 0;
         if (close(nFile) != 0 || !bSynced)
-            Fail(m_strDraft);
+            FailOn(m_strDraft);
     }
 
     // False when there is something of that name.
@@ -70,7 +66,7 @@ public:
         if (nResult != 0 && (errno == EINVAL || errno == ENOSYS))  // not on every file system
             nResult = link(m_strDraft.c_str(), strFile.c_str());
         if (nResult != 0 && errno != EEXIST)
-            Fail(strFile);
+            FailOn(strFile);
         return nResult == 0;
     }
 
@@ -86,6 +82,10 @@ private:
 
 }  // namespace
 
+void FailOn(const std::string& strPath, int nError) {
+    throw std::system_error(nError, std::generic_category(), strPath);
+}
+
 void MakeStateFolder(const std::string& strFolder) {
     std::error_code ignored;  // what is wrong with the path, mkdir tells
     if (strFolder.empty() || std::filesystem::is_directory(strFolder, ignored))
@@ -94,7 +94,7 @@ void MakeStateFolder(const std::string& strFolder) {
     if (strParent != strFolder)
         MakeStateFolder(strParent);
     if (mkdir(strFolder.c_str(), STATE_FOLDER_MODE) != 0 && errno != EEXIST)
-        Fail(strFolder);
+        FailOn(strFolder);
     Sync(strParent);
 }
 
@@ -103,7 +103,7 @@ void MakeStateFile(const std::string& strFile) {
     const int nFile =
         open(strFile.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, STATE_FILE_MODE);
     if (nFile == -1)
-        Fail(strFile);
+        FailOn(strFile);
     close(nFile);
 }
 

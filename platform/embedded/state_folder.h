@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <cerrno>
 #include <functional>
 #include <string>
 
@@ -11,6 +12,9 @@ namespace zemb {
 
 constexpr mode_t STATE_FILE_MODE = 0640;
 constexpr mode_t STATE_FOLDER_MODE = 0750;
+
+// Throws the std::system_error of a path.
+[[noreturn]] void FailOn(const std::string& strPath, int nError = errno);
 
 // Makes a folder and those above it so that they outlast a power cut. Throws std::system_error.
 void MakeStateFolder(const std::string& strFolder);

@@ -28,7 +28,7 @@ std::string FileOf() {
     return strState + "/usercfg.db";
 }
 
-Database::Deadline LongestWait() {
+Database::Deadline LongestWaitForValues() {
     return std::chrono::steady_clock::now() + WAIT_MOST;
 }
 
@@ -58,7 +58,7 @@ private:
         std::lock_guard<std::mutex> guard(m_lock);
         if (!OpenIfNeeded(FileOf(), strNotice))
             return false;
-        m_pDatabase->SetDeadline(LongestWait());
+        m_pDatabase->SetDeadline(LongestWaitForValues());
         try {
             m_pFind->Bind(1, strSection);
             m_pFind->Bind(2, strKey);
@@ -83,7 +83,8 @@ private:
         if (!std::filesystem::exists(strFile))
             return false;
         m_strFile = strFile;
-        m_pDatabase = std::make_unique<Database>(strFile, Database::Access::Read, LongestWait());
+        m_pDatabase =
+            std::make_unique<Database>(strFile, Database::Access::Read, LongestWaitForValues());
         strNotice = m_pDatabase->Notice();
         if (HasValues(*m_pDatabase))
             m_pFind = std::make_unique<Statement>(
@@ -104,7 +105,7 @@ PerProcess<KeptReader> g_reader;
 bool SetUserCfg(const UserCfgItem& item, std::string& strError) {
     const base::CancelHold hold;
     try {
-        Database database(FileOf(), Database::Access::Write, LongestWait());
+        Database database(FileOf(), Database::Access::Write, LongestWaitForValues());
         TellNotice(database);
         database.UseWal();
         database.Run(
@@ -127,7 +128,7 @@ bool ReadUserCfg(std::vector<UserCfgItem>& vecItem, std::string& strError) {
     try {
         if (!std::filesystem::exists(FileOf()))
             return true;
-        Database database(FileOf(), Database::Access::Read, LongestWait());
+        Database database(FileOf(), Database::Access::Read, LongestWaitForValues());
         TellNotice(database);
         if (!HasValues(database))
             return true;

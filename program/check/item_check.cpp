@@ -34,11 +34,11 @@ const KnownFile KNOWN_FILES[] = {
       base::KEY_OVERTIME_MID, base::KEY_OVERTIME_HIGH}},
     {base::TRANS_EMS_UNDER_ROOT,
      {base::KEY_EXPORT_INTERVAL, base::KEY_MODULES, base::KEY_BOX_HELD, base::KEY_BOX_EVENTS,
-      base::KEY_BOX_THREADS, base::KEY_BOX_TASKS}},
+      base::KEY_BOX_THREADS, base::KEY_BOX_TASKS, base::KEY_LOG_BYTES, base::KEY_LOG_FILES}},
     {base::COMMON_UNDER_ROOT, {base::KEY_ADVANCE_ASN_TRACE, base::KEY_EXPLICITY_TRACE}},
 };
 
-bool LooksLikeNumber(const std::string& strValue) {
+bool BeginsLikeNumber(const std::string& strValue) {
     return strValue.find_first_of("0123456789") == (strValue.find_first_of("+-") == 0 ? 1U : 0U);
 }
 
@@ -61,15 +61,16 @@ public:
     }
 
     std::vector<Finding> Findings() {
-        for (const TextLine& line : m_file.vecLine) {
-            CheckLine(line.place);
-            if (line.strRaw.size() <= base::ITEM_LINE_MAX)
-                continue;
-            Add(ESeverity::ERROR, line.place, 0,
-                "line of " + Counted(line.strRaw.size(), "character") +
-                    ": the reading ends here, and what follows is not read",
-                "at most " + std::to_string(base::ITEM_LINE_MAX));
-            break;
+        base::ItemLine line;
+        for (base::ItemLines lines(m_file.strText); lines.Next(line);) {
+            const int nLine = lines.Bounds().Number();
+            const TextLine& whole = m_file.vecLine[static_cast<std::size_t>(nLine) - 1];
+            CheckLine(PlaceOf(whole.place.strFile, nLine, std::string(line.strRaw)), line);
+            if (lines.Bounds().IsTooLong())
+                Add(ESeverity::ERROR, whole.place, 0,
+                    "line of " + Counted(whole.strRaw.size(), "character") +
+                        ": the reading ends here, and what follows is not read",
+                    "at most " + std::to_string(base::ITEM_LINE_MAX));
         }
         return std::move(m_file.vecFinding);
     }
@@ -80,9 +81,7 @@ private:
         m_file.vecFinding.push_back(FindingAt(eSeverity, place, nOffset, strWhat, strExpected));
     }
 
-    void CheckLine(Place place) {
-        place.strText = NSTN_util::Trim(place.strText.c_str());  // as the reader: to a zero byte
-        const base::ItemLine line = base::ReadItemLine(place.strText);
+    void CheckLine(const Place& place, const base::ItemLine& line) {
         if (line.eKind == base::EItemLine::NOTHING)
             return;
         if (line.eKind == base::EItemLine::NO_EQUAL)
@@ -101,11 +100,12 @@ private:
         }
         if (m_pKnown != nullptr && strKey == base::KEY_MODULES)
             return CheckModules(place, strValue, nValue);
-        if ((m_pKnown != nullptr || LooksLikeNumber(strValue)) && !NSTN_util::isHexDecStr(strValue))
+        if ((m_pKnown != nullptr || BeginsLikeNumber(strValue)) &&
+            !NSTN_util::isHexDecStr(strValue))
             Add(ESeverity::WARNING, place, nValue,
                 "'" + strValue + "' is read as text only, not as an integer",
                 "decimal digits, or hexadecimal ones behind 0x");
-        else if (LooksLikeNumber(strValue) && Wraps(strValue))
+        else if (BeginsLikeNumber(strValue) && Wraps(strValue))
             Add(ESeverity::WARNING, place, nValue,
                 "'" + strValue + "' is read as " +
                     std::to_string(NSTN_util::HexDecStr2Int(strValue)) + ", its low 32 bits",

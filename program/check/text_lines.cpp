@@ -30,7 +30,6 @@ std::vector<TextLine> CutLines(const std::string& strFile, const std::string& st
     for (std::size_t nStart = 0; nStart < strText.size();) {
         const std::size_t nEnd = std::min(strText.find('\n', nStart), strText.size());
         TextLine line;
-        line.nStart = nStart;
         line.strRaw = strText.substr(nStart, nEnd - nStart);
         line.bLineFeed = nEnd != strText.size();
         line.place = PlaceOf(strFile, static_cast<int>(vecLine.size()) + 1, line.strRaw);

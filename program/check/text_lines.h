@@ -12,7 +12,6 @@ constexpr const char* BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
 struct TextLine {
     Place place;             // its text, trimmed, and where that begins
-    std::size_t nStart = 0;  // where the line begins in the whole text
     std::string strRaw;      // all of it but the line feed
     bool bLineFeed = false;  // the last line may have none
 };

@@ -145,7 +145,7 @@ std::string ShownCut(const std::string& strFile, const std::string& strWhole,
 
 // Reads a value as a server process does. Where that would come to another child than the one that
 // is shown there, it tells.
-int Get(const Session& session, const BackupArguments& args) {
+int GetAttributes(const Session& session, const BackupArguments& args) {
     const std::vector<std::string> vecWord = Words(args.strName, '/');
     std::string strText = ReadText(args.strFile);
     std::vector<Step> vecStep;
@@ -299,7 +299,8 @@ Runner DefineBackup(CLI::App& app) {
     CLI::App* const pView =
         commands.Add("view", "show the objects, groups and attributes of a text as a tree", View);
     pView->add_option("FILE", args.strFile, "a backup text; -: standard input")->required();
-    CLI::App* const pGet = commands.Add("get", "read one value, or cut out one child", Get);
+    CLI::App* const pGet =
+        commands.Add("get", "read one value, or cut out one child", GetAttributes);
     pGet->add_option("FILE", args.strFile, "a backup text; -: standard input")->required();
     pGet->add_option("PATH", args.strName,
                      "an attribute; before it, or alone, GROUP/OBJECT[n], the first for no n")

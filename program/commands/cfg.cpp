@@ -41,7 +41,7 @@ NSTN_util::TNReadCfg& ReaderOf(Session& session, const std::string& strFile) {
     return it->second;
 }
 
-int Show(Session& session, const CfgArguments& args) {
+int ShowItems(Session& session, const CfgArguments& args) {
     if (args.strFile.empty())
         throw CommandError(WRONG_USAGE, "which FILE?", EName::COMMAND);
     NSTN_util::TNReadCfg& cfg = ReaderOf(session, args.strFile);
@@ -73,7 +73,7 @@ int Show(Session& session, const CfgArguments& args) {
     return DONE;
 }
 
-int Set(const Session& session, const CfgArguments& args) {
+int SetOneItem(const Session& session, const CfgArguments& args) {
     const std::string strBefore =
         SetItem(args.strFile, args.strKey, args.strValue, args.bNew, args.nWait);
     session.out.Put(
@@ -91,7 +91,8 @@ Runner DefineCfg(CLI::App& app) {
     app.add_option("KEY", args.strKey, "one item; none: all");
     app.add_flag("--int", args.bInt, "as the integer getter reads it");
     CLI::App* const pSet = commands.Add(
-        "set", "change or add one item; comments and order stay, the file is replaced whole", Set);
+        "set", "change or add one item; comments and order stay, the file is replaced whole",
+        SetOneItem);
     pSet->add_option("FILE", args.strFile, "a configuration-item file")->required();
     pSet->add_option("KEY", args.strKey, "the key")->required();
     pSet->add_option("VALUE", args.strValue, "its new value")->required();
@@ -99,7 +100,7 @@ Runner DefineCfg(CLI::App& app) {
     pSet->add_option("--wait", args.nWait, "seconds, at most, for others who have it locked")
         ->check(CLI::NonNegativeNumber)
         ->capture_default_str();
-    return commands.RunGivenOr(Show);
+    return commands.RunGivenOr(ShowItems);
 }
 
 }  // namespace host

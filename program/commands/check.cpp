@@ -33,7 +33,7 @@ void PutFinding(const Output& out, const Finding& finding) {
 }
 
 // What was found, and what could not be looked at.
-struct Result {
+struct CheckResult {
     std::vector<Finding> vecFinding;
     std::vector<CommandError> vecFailure;
 
@@ -50,8 +50,8 @@ struct Result {
 };
 
 // Prints the findings and sums them up; then tells what could not be looked at.
-int Put(const Session& session, const CheckArguments& args, const Result& result,
-        const std::string& strThing) {
+int PutResult(const Session& session, const CheckArguments& args, const CheckResult& result,
+              const std::string& strThing) {
     const std::vector<Finding>& vecFinding = result.vecFinding;
     const std::size_t nShown =
         args.nMost == 0 ? vecFinding.size() : std::min(args.nMost, vecFinding.size());
@@ -73,12 +73,12 @@ int Put(const Session& session, const CheckArguments& args, const Result& result
 }
 
 int CheckMutex(const Session& session, const CheckArguments& args) {
-    Result result;
+    CheckResult result;
     MutexFile table;
     result.ForEach(args.vecFile, [&](const std::string& strFile) { table.Read(strFile); });
     table.CheckWhole();
     result.vecFinding = std::move(table.vecFinding);
-    return Put(session, args, result, "file");
+    return PutResult(session, args, result, "file");
 }
 
 std::vector<Finding> CheckTimeoutFile(const std::string& strFile) {
@@ -88,21 +88,21 @@ std::vector<Finding> CheckTimeoutFile(const std::string& strFile) {
 // Each file for itself.
 template <std::vector<Finding> CheckFile(const std::string&)>
 int CheckEach(const Session& session, const CheckArguments& args) {
-    Result result;
+    CheckResult result;
     result.ForEach(args.vecFile, [&](const std::string& strFile) {
         const std::vector<Finding> vecOne = CheckFile(strFile);
         result.vecFinding.insert(result.vecFinding.end(), vecOne.begin(), vecOne.end());
     });
-    return Put(session, args, result, "file");
+    return PutResult(session, args, result, "file");
 }
 
 int CheckLang(const Session& session, const CheckArguments& args) {
-    Result result;
+    CheckResult result;
     std::vector<LangFolder> vecFolder;
     result.ForEach(args.vecFile,
                    [&](const std::string& strFolder) { vecFolder.emplace_back(strFolder); });
     result.vecFinding = CheckLanguages(vecFolder);
-    return Put(session, args, result, "language");
+    return PutResult(session, args, result, "language");
 }
 
 }  // namespace

@@ -47,7 +47,7 @@ struct CompletionArguments {
     bool bOf = false;
 };
 
-int Complete(const Session& session, const CompletionArguments& args) {
+int PutCompletion(const Session& session, const CompletionArguments& args) {
     if (args.bOf) {
         for (const std::string& strWord : Candidates(args.vecWord))
             session.out.Put(strWord, RecordOf({{"candidate", strWord}}));
@@ -73,7 +73,7 @@ Runner DefineCompletion(CLI::App& app) {
         const auto IsThis = [&](const auto& script) { return pArgs->strShell == script.first; };
         if (!pArgs->bOf && std::none_of(std::begin(SCRIPTS), std::end(SCRIPTS), IsThis))
             throw CommandError(WRONG_USAGE, "expected bash, zsh or fish", EName::COMMAND);
-        return Complete(session, *pArgs);
+        return PutCompletion(session, *pArgs);
     };
 }
 

@@ -258,12 +258,25 @@ private:
         CheckRoom(strState);
     }
 
+    static std::vector<std::string> LogFiles(const std::string& strFolder) {
+        std::vector<std::string> vecFile;
+        std::error_code ignored;  // a folder that cannot be read is told of as such
+        for (fs::directory_iterator it(strFolder, ignored), end; !ignored && it != end;
+             it.increment(ignored))
+            if (it->path().extension() == ".log")
+                vecFile.push_back(it->path().string());
+        std::sort(vecFile.begin(), vecFile.end());
+        return vecFile;
+    }
+
     // The folder and what the platform writes in it, as far as it is there.
     void CheckWritable(const std::string& strState) {
         bool bGood = true;
-        for (const std::string& strPath :
-             {strState, strState + "/log", zemb::LogFileOf(TOVELKARIN_MODULE_NAME),
-              zemb::OperLogFile(), UserConfigFile()}) {
+        std::vector<std::string> vecPath = {strState, strState + "/log", zemb::OperLogFile(),
+                                            UserConfigFile()};
+        for (const std::string& strLog : LogFiles(strState + "/log"))
+            vecPath.push_back(strLog);
+        for (const std::string& strPath : vecPath) {
             if (euidaccess(strPath.c_str(), W_OK) != 0 && errno != ENOENT) {
                 Fail("state", strPath + ": " + std::strerror(errno), "namei -l " + Quoted(strPath));
                 bGood = false;
@@ -378,13 +391,16 @@ private:
             return false;
         }
         const std::string strProcess = std::to_string(box.nProcess);
-        const std::uint64_t nHeld = box.vecHeld.size() + box.nHeldNotShown;
-        if (box.eState == zemb::EBoxState::DIED && nHeld != 0) {
-            Warn("processes", ProcessText(box) + ", held " + Counted(nHeld, "object"),
+        if (box.eState == zemb::EBoxState::DIED && HeldCount(box) != 0) {
+            const std::uint64_t nTrails = box.vecTrail.size() + box.nTrailsNotShown;
+            Warn("processes",
+                 ProcessText(box) + ", held " + Counted(HeldCount(box) - nTrails, "object") +
+                     (nTrails == 0 ? "" : " and " + Counted(nTrails, "trail")),
                  Program() + "post-mortem " + strProcess);
             return false;
         }
-        if (box.nHeldNotShown + box.nTasksNotShown + box.nThreadsNotShown == 0)
+        if (box.nHeldNotShown + box.nTrailsNotShown + box.nTasksNotShown + box.nThreadsNotShown ==
+            0)
             return true;
         Warn("processes", ProcessText(box) + ": its box has no room for all that it holds",
              Program() + "check items " + Quoted(box.strRoot + base::TRANS_EMS_UNDER_ROOT));

@@ -10,14 +10,13 @@
 #include <ctime>
 #include <optional>
 
-// Reads records of events line by line, so that one of any length takes the room of one line. What
-// a line lacks, or has of another kind, makes it no line of a record.
+// Writes and reads records of events line by line, so that one of any length takes the room of one
+// line. What a line lacks, or has of another kind, makes it no line of a record.
 namespace host {
 
 namespace {
 
 constexpr std::size_t LINE_MAX_OCTETS = 65536;
-constexpr long long SECOND = 1000000;
 
 Json::CharReader* NewParser() {
     Json::CharReaderBuilder builder;
@@ -104,6 +103,42 @@ void FillEvent(const Json::Value& json, RecordLine& line) {
 }
 
 }  // namespace
+
+EventRecordWriter::EventRecordWriter(const std::string& strFile, const zemb::BlackBox& box)
+    : m_strFile(strFile), m_file(strFile, std::ios::app) {
+    Json::Value record;
+    record["record"] = "begin";
+    record["process"] = box.nProcess;
+    record["program"] = box.strProgram;
+    record["next"] = static_cast<Json::UInt64>(box.nEventBefore);
+    Put(record);
+    for (const zemb::BoxHeld& held : zemb::HeldBefore(box))
+        PutHeld(held);
+}
+
+void EventRecordWriter::Put(const Json::Value& record) {
+    m_file << JsonLine(record) << '\n' << std::flush;
+    if (!m_file)
+        throw CommandError(SYSTEM_FAILED, m_strFile + ": cannot be written");
+}
+
+void EventRecordWriter::PutGap(std::uint64_t nEvents) {
+    Json::Value record;
+    record["record"] = "gap";
+    record["events"] = static_cast<Json::UInt64>(nEvents);
+    Put(record);
+}
+
+void EventRecordWriter::PutHeld(const zemb::BoxHeld& held) {
+    Json::Value record;
+    record["record"] = "held";
+    record["operation"] = held.nOper;
+    record["since"] = zemb::FormatTime(held.nSince);
+    record["by"] = HolderText(held);
+    if (!held.bNoObject)
+        record["object"] = LevelsOf(held.obj);
+    Put(record);
+}
 
 EventRecordReader::EventRecordReader(const std::string& strFile)
     : m_strFile(strFile),

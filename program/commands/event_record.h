@@ -28,6 +28,21 @@ struct RecordLine {
     zemb::BoxEvent event;
 };
 
+// A record of what a process does: what it held at the beginning, then what happened, a JSON object
+// a line. 'mutex replay' reads it. Throws CommandError when a line cannot be written.
+class EventRecordWriter {
+public:
+    EventRecordWriter(const std::string& strFile, const zemb::BlackBox& box);
+    void Put(const Json::Value& record);
+    void PutGap(std::uint64_t nEvents);
+
+private:
+    void PutHeld(const zemb::BoxHeld& held);
+
+    const std::string m_strFile;
+    std::ofstream m_file;
+};
+
 // Reads what 'events --record' wrote, a line after the other.
 class EventRecordReader {
 public:

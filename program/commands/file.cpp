@@ -76,7 +76,7 @@ int ListEntries(const Session& session, const FileArguments& args) {
     return DONE;
 }
 
-int Prune(const Session& session, const FileArguments& args) {
+int PruneFiles(const Session& session, const FileArguments& args) {
     std::list<std::string> listName;
     FailOn(NSTN_util::GetAllFileByFlag(args.strPath, args.bFolders ? 1 : 0, listName),
            args.strPath);
@@ -147,7 +147,7 @@ Runner DefineFile(CLI::App& app) {
     pList->add_flag("--folders", args.bFolders, "folders only");
     CLI::App* const pPrune =
         Add("prune", "delete files, lowest names first: of time-stamped names the oldest", "DIR",
-            Prune);
+            PruneFiles);
     pPrune->add_option("--keep", args.nKeep, "so many are left")->required();
     pPrune->add_flag("--folders", args.bFolders, "folders, with what is in them, not files");
     pPrune->add_flag("--dry-run", args.bDryRun, "only show what would go");

@@ -1,7 +1,7 @@
 #include "commands/item_writer.h"
 
 #include "base/item_line.h"
-#include "check/text_lines.h"
+#include "check/finding.h"
 #include "commands/locked_file.h"
 #include "commands/new_file.h"
 #include "view/output.h"
@@ -48,18 +48,18 @@ struct Span {
 bool FindValue(const std::string& strFile, const std::string& strText, const std::string& strKey,
                Span& value) {
     bool bFound = false;
-    for (const TextLine& line : CutLines(strFile, strText)) {
-        const std::string& strLine = line.strRaw;
-        if (strLine.size() > base::ITEM_LINE_MAX || strLine.find('\0') != std::string::npos)
-            throw CommandError(ANSWER_NO, line.place.Text() + ": a line of over " +
+    base::ItemLine line;
+    for (base::ItemLines lines(strText); lines.Next(line);) {
+        if (lines.Bounds().IsTooLong() || lines.Bounds().HasZeroByte())
+            throw CommandError(ANSWER_NO, PlaceText(strFile, lines.Bounds().Number()) +
+                                              ": a line of over " +
                                               std::to_string(base::ITEM_LINE_MAX) +
                                               " characters, or a zero byte, "
                                               "hides from readers what follows");
-        const base::ItemLine item = base::ReadItemLine(strLine);
-        if (item.eKind == base::EItemLine::ITEM && item.strKey == strKey) {
+        if (line.eKind == base::EItemLine::ITEM && line.strKey == strKey) {
             bFound = true;
-            value = {line.nStart + strLine.find('=') + 1,
-                     line.nStart + NSTN_util::RTrim(strLine).size()};
+            const auto nStart = static_cast<std::size_t>(line.strText.data() - strText.data());
+            value = {nStart + line.strText.find('=') + 1, nStart + line.strText.size()};
         }
     }
     return bFound;

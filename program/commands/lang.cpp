@@ -54,7 +54,7 @@ Loaded LoadTexts(const LangArguments& args) {
     return {strFolder, vecFile.size() - nMissing, nMissing};
 }
 
-int Load(const Session& session, const LangArguments& args) {
+int LoadAndCount(const Session& session, const LangArguments& args) {
     const Loaded loaded = LoadTexts(args);
     session.out.Put("loaded " + Counted(loaded.nFiles, "file") + " of " + loaded.strFolder,
                     RecordOf({{"folder", loaded.strFolder}, {"files", loaded.nFiles}}));
@@ -69,13 +69,13 @@ void GetOne(const Session& session, const LangArguments& args, const std::string
     session.out.Put(strText, RecordOf({{"key", strKey}, {"text", strText}}));
 }
 
-int Get(const Session& session, const LangArguments& args) {
+int ShowText(const Session& session, const LangArguments& args) {
     if (args.bLoad)
         LoadTexts(args);
     return args.keys.Each([&](const std::string& strKey) { GetOne(session, args, strKey); });
 }
 
-int Missing(const Session& session, const LangArguments& args) {
+int ListMissing(const Session& session, const LangArguments& args) {
     const std::string strRoot = NSTE_util::GetZEMBRootPath();
     const LangFolder first(strRoot + args.strDir + args.strFirst);
     const LangFolder second(strRoot + args.strDir + args.strSecond);
@@ -103,14 +103,15 @@ Runner DefineLang(CLI::App& app) {
     LangArguments& args = commands.Args();
     app.add_option("--dir", args.strDir, "folder of the languages under the root")
         ->capture_default_str();
-    CLI::App* const pLoad = commands.Add("load", "load the texts of the process language", Load);
+    CLI::App* const pLoad =
+        commands.Add("load", "load the texts of the process language", LoadAndCount);
     pLoad->add_option("FILE", args.vecFile, "names in the language folder; none: all");
     pLoad->add_option("--language", args.strLanguage, "make this the language of the process");
-    CLI::App* const pGet = commands.Add("get", "look a key up in what is loaded", Get);
+    CLI::App* const pGet = commands.Add("get", "look a key up in what is loaded", ShowText);
     args.keys.Define(*pGet, "a key, exactly");
     pGet->add_flag("--load", args.bLoad, "load the texts of the process language first");
     CLI::App* const pMissing =
-        commands.Add("missing", "list the keys that one of two languages lacks", Missing);
+        commands.Add("missing", "list the keys that one of two languages lacks", ListMissing);
     pMissing->add_option("LANGUAGE", args.strFirst, "a language folder")->required();
     pMissing->add_option("OTHER", args.strSecond, "another one")->required();
     return commands.RunGiven();

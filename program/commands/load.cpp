@@ -35,7 +35,7 @@ using NSTE_util::TEMutexOperMgr;
 using NSTE_util::TEOperObject;
 using NSTE_util::TNProgressIF;
 
-constexpr std::size_t QUEUE = 256;
+constexpr std::size_t LOAD_QUEUE = 256;
 constexpr std::uint64_t TASKS_MOST = 1000000000000;
 constexpr auto PROGRESS_PAUSE = std::chrono::milliseconds(200);
 
@@ -61,9 +61,9 @@ std::vector<int> OperationsOf(const MutexFile& table) {
 }
 
 // Which operations run on which NE, written down beside the library, and what is counted.
-class Load {
+class LoadRun {
 public:
-    Load(const Session& session, const LoadArguments& args)
+    LoadRun(const Session& session, const LoadArguments& args)
         : m_args(args), m_table(session.ledger.table), m_vecOper(OperationsOf(m_table)) {
         if (m_vecOper.empty())
             throw CommandError(WRONG_USAGE,
@@ -92,7 +92,7 @@ private:
         const Interruptible interruptible;  // what runs comes to its end, and is summed up
         const auto tEnd = Clock::now() + std::chrono::duration<double>(m_args.dSeconds);
         auto tShown = Clock::now();
-        zemb::TaskPool pool(m_args.nThreads, QUEUE);
+        zemb::TaskPool pool(m_args.nThreads, LOAD_QUEUE);
         for (std::uint64_t i = 0; !interruptible.HasCome() &&
                                   (m_args.dSeconds > 0 ? Clock::now() < tEnd : i < m_args.nTasks);
              ++i) {
@@ -321,7 +321,7 @@ Runner DefineLoad(CLI::App& app) {
     app.add_option("--seed", pArgs->nSeed, "of the choice of operations and NEs")
         ->capture_default_str();
     app.add_flag("--no-log", pArgs->bNoLog, "without entries of the operation log");
-    return [pArgs](Session& session) { return Load(session, *pArgs).Run(session); };
+    return [pArgs](Session& session) { return LoadRun(session, *pArgs).Run(session); };
 }
 
 }  // namespace host

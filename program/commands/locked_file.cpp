@@ -22,7 +22,7 @@ namespace host {
 
 namespace {
 
-constexpr auto LOOK_AGAIN = std::chrono::milliseconds(50);
+constexpr auto TRY_AGAIN = std::chrono::milliseconds(50);
 constexpr auto QUIET = std::chrono::seconds(1);
 
 }  // namespace
@@ -30,7 +30,7 @@ constexpr auto QUIET = std::chrono::seconds(1);
 LockedFile::LockedFile(const std::string& strFile, int nSeconds) : m_strFile(strFile) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point begin = Clock::now();
-    for (bool bTold = false; !TryToLock(); std::this_thread::sleep_for(LOOK_AGAIN)) {
+    for (bool bTold = false; !TryToLock(); std::this_thread::sleep_for(TRY_AGAIN)) {
         const auto waited = Clock::now() - begin;
         if (waited >= std::chrono::seconds(nSeconds))
             throw CommandError(SYSTEM_FAILED,

@@ -21,7 +21,7 @@ struct ModuleArguments {
     std::string strFile;
 };
 
-int List(const Session& session, const ModuleArguments& /*args*/) {
+int ListModules(const Session& session, const ModuleArguments& /*args*/) {
     Rows rows(session.out, {{"module", "MODULE"},
                             {"number", "NUMBER"},
                             {"started", "STATE"},
@@ -105,33 +105,33 @@ int ShowOwnSettings(Session& session) {
     return DONE;
 }
 
-int Load(const Session& session, const ModuleArguments& args) {
+int LoadModule(const Session& session, const ModuleArguments& args) {
     std::string strError;
     if (!ModuleMgr::Instance()->LoadModule(args.strFile, strError) ||
         !ModuleMgr::Instance()->StartModules(strError))
         throw CommandError(SYSTEM_FAILED, strError);
-    return List(session, args);
+    return ListModules(session, args);
 }
 
 int Stop(Session& session, const ModuleArguments& args) {
     session.Stop();
-    return List(session, args);
+    return ListModules(session, args);
 }
 
 int Start(Session& session, const ModuleArguments& args) {
     session.Start(true);
-    return List(session, args);
+    return ListModules(session, args);
 }
 
 }  // namespace
 
 Runner DefineModule(CLI::App& app) {
     SubCommands<ModuleArguments> commands(app);
-    commands.Add("load", "load a shared object and start its module", Load)
+    commands.Add("load", "load a shared object and start its module", LoadModule)
         ->add_option("FILE", commands.Args().strFile, "the shared object")
         ->required();
     commands.Add("stop", "give everything back and stop the modules", Stop);
-    commands.Add("list", "name, number, state and interfaces of the modules", List);
+    commands.Add("list", "name, number, state and interfaces of the modules", ListModules);
     commands.Add("start", "start what is stopped; the settings are read again", Start);
     return commands.RunGiven();
 }

@@ -19,7 +19,7 @@ struct MutexArguments {
     bool bDot = false;
 };
 
-int Load(Session& session, const MutexArguments& args) {
+int LoadTables(Session& session, const MutexArguments& args) {
     session.Start();
     int nStatus = DONE;
     for (const std::string& strFile : args.vecFile) {
@@ -99,7 +99,7 @@ int Matrix(Session& session, const MutexArguments& args) {
     return nStatus;
 }
 
-int Replay(const Session& session, const MutexArguments& args) {
+int ReplayOn(const Session& session, const MutexArguments& args) {
     return ReplayRecords(session, args.vecFile, args.vecTable);
 }
 
@@ -117,7 +117,7 @@ constexpr const char* REPLAY_FOOTER =
 Runner DefineMutex(CLI::App& app) {
     SubCommands<MutexArguments> commands(app);
     MutexArguments& args = commands.Args();
-    CLI::App* const pLoad = commands.Add("load", "add table files to what is loaded", Load);
+    CLI::App* const pLoad = commands.Add("load", "add table files to what is loaded", LoadTables);
     pLoad->add_option("FILE", args.vecFile, "table files")->required();
     CLI::App* const pMatrix =
         commands.Add("matrix", "show which running operation (column) blocks which (row)", Matrix);
@@ -125,7 +125,7 @@ Runner DefineMutex(CLI::App& app) {
                         "table files; none: what is loaded; -: standard input");
     pMatrix->add_flag("--dot", args.bDot, "as a graph for graphviz");
     CLI::App* const pReplay =
-        commands.Add("replay", "play what 'events --record' wrote against another table", Replay);
+        commands.Add("replay", "play what 'events --record' wrote against another table", ReplayOn);
     pReplay->footer(REPLAY_FOOTER);
     pReplay->add_option("FILE", args.vecFile, "records; -: standard input")->required();
     pReplay->add_option("--table", args.vecTable, "the other table; may be given several times")

@@ -13,10 +13,10 @@ namespace host {
 namespace {
 
 // Which operations an operation blocks, and by which it is blocked, as positions.
-using Row = std::pair<std::vector<bool>, std::vector<bool>>;
+using BlockRow = std::pair<std::vector<bool>, std::vector<bool>>;
 
-Row RowOf(const MutexFile& table, const std::vector<int>& vecOper, int nOper) {
-    Row row;
+BlockRow BlockRowOf(const MutexFile& table, const std::vector<int>& vecOper, int nOper) {
+    BlockRow row;
     for (const int nOther : vecOper) {
         row.first.push_back(table.PairRule(nOper, nOther) != nullptr);
         row.second.push_back(table.PairRule(nOther, nOper) != nullptr);
@@ -26,11 +26,11 @@ Row RowOf(const MutexFile& table, const std::vector<int>& vecOper, int nOper) {
 
 std::vector<std::vector<int>> GroupsOf(const MutexFile& table, const std::vector<int>& vecOper) {
     std::vector<std::vector<int>> vecGroup;
-    std::map<std::pair<bool, Row>, std::size_t> mapGroup;
+    std::map<std::pair<bool, BlockRow>, std::size_t> mapGroup;
     for (const int nOper : vecOper) {
         const bool bExclusive = table.ExclusiveRule(nOper) != nullptr;
         const auto [it, bNew] =
-            mapGroup.try_emplace({bExclusive, RowOf(table, vecOper, nOper)}, vecGroup.size());
+            mapGroup.try_emplace({bExclusive, BlockRowOf(table, vecOper, nOper)}, vecGroup.size());
         if (bNew)
             vecGroup.emplace_back();
         vecGroup[it->second].push_back(nOper);
@@ -39,7 +39,7 @@ std::vector<std::vector<int>> GroupsOf(const MutexFile& table, const std::vector
 }
 
 // A text between the quotes of a label.
-std::string Label(const std::string& strText) {
+std::string DotLabel(const std::string& strText) {
     std::string strLabel;
     for (const char c : OnOneLine(strText)) {
         if (c == '"' || c == '\\')
@@ -49,10 +49,10 @@ std::string Label(const std::string& strText) {
     return strLabel;
 }
 
-std::string Node(const MutexFile& table, int nOper) {
+std::string DotNode(const MutexFile& table, int nOper) {
     const std::string strNumber = std::to_string(nOper);
     const auto it = table.mapName.find(nOper);
-    const std::string strName = it == table.mapName.end() ? "" : "\\n" + Label(it->second);
+    const std::string strName = it == table.mapName.end() ? "" : "\\n" + DotLabel(it->second);
     const bool bExclusive = table.ExclusiveRule(nOper) != nullptr;
     if (strName.empty() && !bExclusive)
         return "\"" + strNumber + "\";\n";
@@ -61,17 +61,18 @@ std::string Node(const MutexFile& table, int nOper) {
 }
 
 // A group of several is a cluster, to whose border its arrows go.
-std::string Cluster(const MutexFile& table, const std::vector<int>& vecGroup, std::size_t nGroup) {
+std::string DotCluster(const MutexFile& table, const std::vector<int>& vecGroup,
+                       std::size_t nGroup) {
     const bool bEachOther = table.PairRule(vecGroup[0], vecGroup[0]) != nullptr;
     std::string strDot = "  subgraph cluster_" + std::to_string(nGroup) + " {\n    label=\"" +
                          (bEachOther ? "one at a time" : "") + "\";\n";
     for (const int nOper : vecGroup)
-        strDot += "    " + Node(table, nOper);
+        strDot += "    " + DotNode(table, nOper);
     return strDot + "  }\n";
 }
 
-std::string Arrow(const std::vector<std::vector<int>>& vecGroup, std::size_t nFrom, std::size_t nTo,
-                  bool bBoth) {
+std::string DotArrow(const std::vector<std::vector<int>>& vecGroup, std::size_t nFrom,
+                     std::size_t nTo, bool bBoth) {
     std::string strOptions;
     const auto Border = [&](std::size_t nGroup, const char* szEnd) {
         if (nFrom != nTo && vecGroup[nGroup].size() > 1)
@@ -96,21 +97,21 @@ std::string MutexGraph(const MutexFile& table, const std::vector<int>& vecOper) 
         "  compound=true;\n"
         "  node [shape=box];\n";
     for (std::size_t n = 0; n < vecGroup.size(); ++n)
-        strDot += vecGroup[n].size() > 1 ? Cluster(table, vecGroup[n], n)
-                                         : "  " + Node(table, vecGroup[n].front());
+        strDot += vecGroup[n].size() > 1 ? DotCluster(table, vecGroup[n], n)
+                                         : "  " + DotNode(table, vecGroup[n].front());
     const auto Blocks = [&](std::size_t nFrom, std::size_t nTo) {
         return table.PairRule(vecGroup[nFrom].front(), vecGroup[nTo].front()) != nullptr;
     };
     for (std::size_t nFrom = 0; nFrom < vecGroup.size(); ++nFrom) {
         if (vecGroup[nFrom].size() == 1 && Blocks(nFrom, nFrom))
-            strDot += Arrow(vecGroup, nFrom, nFrom, false);
+            strDot += DotArrow(vecGroup, nFrom, nFrom, false);
         for (std::size_t nTo = nFrom + 1; nTo < vecGroup.size(); ++nTo) {
             const bool bForth = Blocks(nFrom, nTo);
             const bool bBack = Blocks(nTo, nFrom);
             if (bForth)
-                strDot += Arrow(vecGroup, nFrom, nTo, bBack);
+                strDot += DotArrow(vecGroup, nFrom, nTo, bBack);
             else if (bBack)
-                strDot += Arrow(vecGroup, nTo, nFrom, false);
+                strDot += DotArrow(vecGroup, nTo, nFrom, false);
         }
     }
     return strDot + "}";

@@ -190,9 +190,9 @@ void ShowOid(const Session& session, const std::string& strText) {
                     RecordOf({{"numbers", Numbers(vec)}, {"oid", strCompressed}}));
 }
 
-using Show = void (*)(const Session&, const std::string&);
+using ShowOne = void (*)(const Session&, const std::string&);
 
-Runner DefineConverting(CLI::App& app, const std::string& strWhat, Show show) {
+Runner DefineConverting(CLI::App& app, const std::string& strWhat, ShowOne show) {
     const auto pTexts = std::make_shared<Texts>();
     pTexts->Define(app, strWhat);
     return [pTexts, show](Session& session) {

@@ -84,7 +84,7 @@ std::vector<Cell> CellsOf(const zemb::OperLogRow& row) {
             row.nProcess};
 }
 
-Json::Value ToJson(const zemb::OperLogRow& row) {
+Json::Value RecordOfRow(const zemb::OperLogRow& row) {
     return RecordOf(ENTRY, CellsOf(row));
 }
 
@@ -146,7 +146,7 @@ zemb::OperLogFilter FilterOf(const OpLogArguments& args) {
     return filter;
 }
 
-int List(const Session& session, const OpLogArguments& args) {
+int ListLog(const Session& session, const OpLogArguments& args) {
     zemb::OperLogFilter filter = FilterOf(args);
     filter.nLast = args.nLast;
     if (args.bCsv && session.out.IsJson())
@@ -166,7 +166,7 @@ int List(const Session& session, const OpLogArguments& args) {
     return DONE;
 }
 
-int Show(const Session& session, const OpLogArguments& args) {
+int ShowEntry(const Session& session, const OpLogArguments& args) {
     zemb::OperLogFilter filter;
     filter.nAfterId = args.nId - 1;
     bool bFound = false;
@@ -184,7 +184,7 @@ int Show(const Session& session, const OpLogArguments& args) {
                                    {"level", std::to_string(row.nLevel)},
                                    {"category", std::to_string(row.nCategory)},
                                    {"process", std::to_string(row.nProcess)}}),
-                            ToJson(row));
+                            RecordOfRow(row));
         return false;
     });
     if (!bFound)
@@ -193,12 +193,12 @@ int Show(const Session& session, const OpLogArguments& args) {
 }
 
 // Shows the last entries and each new one, until it is interrupted or has shown enough.
-int Follow(const Session& session, const OpLogArguments& args) {
+int FollowLog(const Session& session, const OpLogArguments& args) {
     zemb::OperLogFilter filter = FilterOf(args);
     filter.nLast = args.nLast;
     std::size_t nShown = 0;
     const auto Put = [&](const zemb::OperLogRow& row) {
-        session.out.Put(LineText(row), ToJson(row));
+        session.out.Put(LineText(row), RecordOfRow(row));
         filter.nAfterId = row.nId;
         return ++nShown != args.nCount;
     };
@@ -224,7 +224,7 @@ long long ExportTo(const OpLogArguments& args, const std::function<void(const st
         put(CsvHeading() + "\n");
     long long nRows = 0;
     Read(FilterOf(args), [&](const zemb::OperLogRow& row) {
-        put((args.bCsv ? CsvLine(row) : JsonLine(ToJson(row))) + "\n");
+        put((args.bCsv ? CsvLine(row) : JsonLine(RecordOfRow(row))) + "\n");
         if (++nRows % PROGRESS_ROWS == 0)
             line.Show(std::to_string(nRows) + " entries");
         return true;
@@ -298,7 +298,7 @@ int Verify(const Session& session, const OpLogArguments& /*args*/) {
     return vecProblem.empty() ? DONE : ANSWER_NO;
 }
 
-int Prune(const Session& session, const OpLogArguments& args) {
+int PruneEntries(const Session& session, const OpLogArguments& args) {
     long long nDeleted = 0;
     if (args.bDryRun) {
         zemb::OperLogFilter filter;
@@ -328,7 +328,7 @@ int Write(const Session& session, const OpLogArguments& args) {
         throw CommandError(ANSWER_NO, "not written: neither user nor address");
     if (zemb::FlushOperLog() != 0)
         throw CommandError(SYSTEM_FAILED, "not written: " + zemb::OperLogFile() +
-                                              " cannot be; log/zembedded.log tells why");
+                                              " cannot be; log/zembedded.PROCESS.log tells why");
     session.out.Put("written", RecordOf({{"written", true}}));
     return DONE;
 }
@@ -361,16 +361,16 @@ void AddFilter(CLI::App& app, OpLogArguments& args) {
 Runner DefineOpLog(CLI::App& app) {
     SubCommands<OpLogArguments> commands(app);
     OpLogArguments& args = commands.Args();
-    CLI::App* const pList = commands.Add("list", "the last entries that fit", List);
+    CLI::App* const pList = commands.Add("list", "the last entries that fit", ListLog);
     AddFilter(*pList, args);
     pList->add_option("--last", args.nLast, "how many at most; 0: all")
         ->check(CLI::Range(std::size_t{0}, LAST_MOST))
         ->capture_default_str();
     pList->add_flag("--csv", args.bCsv, "comma-separated, with a heading");
-    CLI::App* const pShow = commands.Add("show", "one entry with all its fields", Show);
+    CLI::App* const pShow = commands.Add("show", "one entry with all its fields", ShowEntry);
     pShow->add_option("ID", args.nId, "its number")->required()->check(CLI::PositiveNumber);
     CLI::App* const pFollow =
-        commands.Add("follow", "the last entries, and new ones as they come", Follow);
+        commands.Add("follow", "the last entries, and new ones as they come", FollowLog);
     AddFilter(*pFollow, args);
     pFollow->add_option("--count", args.nCount, "end after so many");
     CLI::App* const pExport =
@@ -379,7 +379,7 @@ Runner DefineOpLog(CLI::App& app) {
     AddFilter(*pExport, args);
     pExport->add_flag("--csv", args.bCsv, "comma-separated, with a heading");
     commands.Add("verify", "check that the database is whole", Verify);
-    CLI::App* const pPrune = commands.Add("prune", "delete old entries", Prune);
+    CLI::App* const pPrune = commands.Add("prune", "delete old entries", PruneEntries);
     pPrune->add_option("--before", args.strBefore, "UTC time, or a beginning of it: 2026-01")
         ->required()
         ->check(CheckTime);

@@ -13,12 +13,12 @@ constexpr long long LONG_MICROSECONDS = 300 * 1000000LL;
 constexpr const char* EVENT_NAMES[] = {"",         "granted",    "refused",
                                        "released", "task began", "task ended"};
 
-std::string ObjectText(const zemb::LiveObject& obj, bool bNoObject, zemb::ELiveMaker eMaker) {
+std::string LiveObjectText(const zemb::LiveObject& obj, bool bNoObject, zemb::ELiveMaker eMaker) {
     if (bNoObject)
         return "no object";
     if (eMaker == zemb::ELiveMaker::TRAIL_GUARD)
         return "trail " + std::to_string(obj.nNeId);
-    return host::ObjectText({obj.nNeId, obj.nObjId, obj.lSubObjId});
+    return ObjectText({obj.nNeId, obj.nObjId, obj.lSubObjId});
 }
 
 Cell Number(std::uint64_t nValue) {
@@ -44,13 +44,25 @@ std::string CallText(const zemb::BoxThread& thread) {
                    ? "trails:"
                    : "operation " + std::to_string(thread.nOper) + " on";
     for (const zemb::LiveObject& obj : thread.vecFirst)
-        strText += " " + ObjectText(obj, false, thread.eMaker);
+        strText += " " + LiveObjectText(obj, false, thread.eMaker);
     if (thread.nObjects > thread.vecFirst.size())
         strText += " and " + std::to_string(thread.nObjects - thread.vecFirst.size()) + " more";
     return thread.nObjects == 0 ? strText + " no object" : strText;
 }
 
 }  // namespace
+
+std::uint64_t HeldCount(const zemb::BlackBox& box) {
+    return box.vecHeld.size() + box.nHeldNotShown + box.vecTrail.size() + box.nTrailsNotShown;
+}
+
+Json::Value LevelsOf(const zemb::LiveObject& obj) {
+    Json::Value levels(Json::arrayValue);
+    levels.append(obj.nNeId);
+    levels.append(obj.nObjId);
+    levels.append(static_cast<Json::Int64>(obj.lSubObjId));
+    return levels;
+}
 
 std::string HolderText(const zemb::BoxHeld& held) {
     std::string strText = "thread " + std::to_string(held.nThread);
@@ -80,15 +92,11 @@ void ShowHeld(const Output& out, const zemb::BlackBox& box) {
                        {"under_way", ""}}),
               "nothing is held");
     const auto Add = [&](const zemb::BoxHeld& held) {
-        Json::Value levels(Json::arrayValue);
-        if (!held.bNoObject) {
-            levels.append(held.obj.nNeId);
-            levels.append(held.obj.nObjId);
-            levels.append(static_cast<Json::Int64>(held.obj.lSubObjId));
-        }
+        const Json::Value levels =
+            held.bNoObject ? Json::Value(Json::arrayValue) : LevelsOf(held.obj);
         const bool bTrail = held.eMaker == zemb::ELiveMaker::TRAIL_GUARD;
         rows.Add({box.nProcess, bTrail ? Cell() : Cell(held.nOper),
-                  ObjectText(held.obj, held.bNoObject, held.eMaker), Cell(levels, ""),
+                  LiveObjectText(held.obj, held.bNoObject, held.eMaker), Cell(levels, ""),
                   zemb::FormatTime(held.nSince), held.nThread, held.strLabel, Number(held.nTask),
                   Number(held.nMission), held.nUser == 0 ? Cell() : Cell(held.nUser),
                   zemb::LiveMakerName(held.eMaker),
@@ -206,12 +214,8 @@ Json::Value RecordOfEvent(const zemb::BoxEvent& event) {
         record["trail"] = event.obj.nNeId;
     } else {
         record["operation"] = event.nOper;
-        Json::Value levels(Json::arrayValue);
-        levels.append(event.obj.nNeId);
-        levels.append(event.obj.nObjId);
-        levels.append(static_cast<Json::Int64>(event.obj.lSubObjId));
         if (event.nPlace != 0)
-            record["object"] = levels;
+            record["object"] = LevelsOf(event.obj);
     }
     if (event.eKind == zemb::EBoxEvent::REFUSED) {
         record["code"] = static_cast<Json::UInt64>(event.nCode);
@@ -228,7 +232,7 @@ std::string LineOfEvent(const zemb::BoxEvent& event) {
         return strLine + ": task " + std::to_string(event.nTask);
     if (event.eMaker != zemb::ELiveMaker::TRAIL_GUARD)
         strLine += "  operation " + std::to_string(event.nOper) + " on";
-    strLine += " " + ObjectText(event.obj, event.nPlace == 0, event.eMaker);
+    strLine += " " + LiveObjectText(event.obj, event.nPlace == 0, event.eMaker);
     if (event.nOf > 1)
         strLine += " (" + std::to_string(event.nPlace) + " of " + std::to_string(event.nOf) + ")";
     if (event.eKind == zemb::EBoxEvent::REFUSED)

@@ -4,6 +4,7 @@
 #include "base/root_files.h"
 #include "check/lang_file.h"
 #include "check/text_lines.h"
+#include "commands/event_record.h"
 #include "commands/ledger.h"
 #include "commands/refusal_text.h"
 #include "console/interrupt.h"
@@ -18,7 +19,6 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <optional>
 
@@ -34,7 +34,6 @@ using zemb::EBoxState;
 
 constexpr const char* STATE_NAMES[] = {"alive", "stopped", "died"};
 constexpr const char* ALL = "all";
-constexpr long long SECOND = 1000000;
 constexpr long long MINUTE = 60 * SECOND;
 constexpr std::size_t POST_MORTEM_EVENTS = 50;
 
@@ -110,17 +109,20 @@ void AddProcess(Rows& rows, const BoxSummary& summary) {
         return rows.Add({summary.nProcess == 0 ? Cell() : Cell(summary.nProcess), Cell(), Cell(),
                          Cell(), Cell(), Cell(), Cell(), Cell(), Cell(),
                          Cell(summary.strFile + ": " + strError)});
+    std::optional<long long> nOldest;
+    for (const std::vector<zemb::BoxHeld>* const pHeld : {&box.vecHeld, &box.vecTrail})
+        if (!pHeld->empty())  // the longest held first
+            nOldest = std::min(nOldest.value_or(pHeld->front().nSince), pHeld->front().nSince);
     const auto nThreads = static_cast<std::uint64_t>(
         std::count_if(box.vecThread.begin(), box.vecThread.end(),
                       [](const zemb::BoxThread& thread) { return thread.nNesting != 0; }));
-    rows.Add(
-        {box.nProcess, box.strProgram, zemb::FormatTime(box.nBegun),
-         STATE_NAMES[static_cast<std::size_t>(box.eState)], box.vecHeld.size() + box.nHeldNotShown,
-         nThreads, box.vecTask.size() + box.nTasksNotShown, RefusalsOfLastMinute(box),
-         box.vecHeld.empty() ? Cell()
-                             : Cell(zemb::FormatTime(box.vecHeld.front().nSince),
-                                    AgeText(zemb::NowMicroseconds() - box.vecHeld.front().nSince)),
-         Cell()});
+    rows.Add({box.nProcess, box.strProgram, zemb::FormatTime(box.nBegun),
+              STATE_NAMES[static_cast<std::size_t>(box.eState)], HeldCount(box), nThreads,
+              box.vecTask.size() + box.nTasksNotShown, RefusalsOfLastMinute(box),
+              nOldest
+                  ? Cell(zemb::FormatTime(*nOldest), AgeText(zemb::NowMicroseconds() - *nOldest))
+                  : Cell(),
+              Cell()});
 }
 
 int ListProcesses(const Session& session) {
@@ -198,12 +200,12 @@ BlackBox TheOnlyBox(const std::string& strProcess, const char* szWhat) {
     return std::move(vecBox.front());
 }
 
-// Shows events as they come, until Ctrl-C or until the process has gone.
+// Shows events from a number on as they come, until Ctrl-C or until the process has gone.
 template <class Put, class PutGap>
-void FollowEvents(BlackBox box, const EventFilter& filter, Put fnPut, PutGap fnPutGap) {
+void FollowEvents(BlackBox box, std::uint64_t nNext, const EventFilter& filter, Put fnPut,
+                  PutGap fnPutGap) {
     const Interruptible interruptible;
     zemb::BoxWatch watch(box.strFile);
-    std::uint64_t nNext = box.nNextEvent;
     for (bool bLast = false; !bLast;) {
         bLast = interruptible.Pause() || box.eState == EBoxState::DIED || !watch.IsInPlace();
         std::string strError;
@@ -220,61 +222,13 @@ void FollowEvents(BlackBox box, const EventFilter& filter, Put fnPut, PutGap fnP
     }
 }
 
-// A record of what a process does: what it held at the beginning, then what happened, a JSON object
-// a line. 'mutex replay' reads it.
-class EventRecord {
-public:
-    EventRecord(const std::string& strFile, const BlackBox& box)
-        : m_strFile(strFile), m_file(strFile, std::ios::app) {
-        Json::Value record;
-        record["record"] = "begin";
-        record["process"] = box.nProcess;
-        record["program"] = box.strProgram;
-        record["next"] = static_cast<Json::UInt64>(box.nNextEvent);
-        Put(record);
-        for (const zemb::BoxHeld& held : box.vecHeld)
-            PutHeld(held);
-    }
-
-    void Put(const Json::Value& record) {
-        m_file << JsonLine(record) << '\n' << std::flush;
-        if (!m_file)
-            throw CommandError(SYSTEM_FAILED, m_strFile + ": cannot be written");
-    }
-
-    void PutGap(std::uint64_t nEvents) {
-        Json::Value record;
-        record["record"] = "gap";
-        record["events"] = static_cast<Json::UInt64>(nEvents);
-        Put(record);
-    }
-
-private:
-    void PutHeld(const zemb::BoxHeld& held) {
-        Json::Value record;
-        record["record"] = "held";
-        record["operation"] = held.nOper;
-        record["since"] = zemb::FormatTime(held.nSince);
-        record["by"] = HolderText(held);
-        if (!held.bNoObject) {
-            Json::Value& levels = record["object"];
-            levels.append(held.obj.nNeId);
-            levels.append(held.obj.nObjId);
-            levels.append(static_cast<Json::Int64>(held.obj.lSubObjId));
-        }
-        Put(record);
-    }
-
-    const std::string m_strFile;
-    std::ofstream m_file;
-};
-
 int RecordEvents(const EventsArguments& args) {
     const BlackBox box = TheOnlyBox(args.strProcess, "--record");
-    EventRecord record(args.strFile, box);
+    EventRecordWriter record(args.strFile, box);
     const EventFilter all({});
     FollowEvents(
-        box, all, [&](const zemb::BoxEvent& event) { record.Put(RecordOfEvent(event)); },
+        box, box.nEventBefore, all,
+        [&](const zemb::BoxEvent& event) { record.Put(RecordOfEvent(event)); },
         [&](std::uint64_t nGap) { record.PutGap(nGap); });
     return DONE;
 }
@@ -292,7 +246,7 @@ int Events(const Session& session, const EventsArguments& args) {
     session.out.Say(ProcessText(box));
     ShowEvents(session.out, box, args.nLast, Takes);
     FollowEvents(
-        box, filter,
+        box, box.nNextEvent, filter,
         [&](const zemb::BoxEvent& event) {
             Json::Value record = RecordOfEvent(event);
             record["process"] = box.nProcess;
@@ -457,7 +411,8 @@ std::vector<BlackBox> ChosenBoxes(const std::string& strProcess) {
     std::vector<BlackBox> vecBox;
     vecBox.reserve(vecMeant.size());
     for (const BoxSummary& box : vecMeant)
-        vecBox.push_back(Read(box));
+        if (strProcess != ALL || std::filesystem::exists(box.strFile))  // not gone meanwhile
+            vecBox.push_back(Read(box));
     return vecBox;
 }
 

@@ -15,6 +15,8 @@ class Option;
 
 namespace host {
 
+constexpr long long SECOND = 1000000;  // in the microseconds of times
+
 // Adds "--process" to a command that shows other processes, as their black boxes tell.
 CLI::Option* AddProcessOption(CLI::App& app, std::string& strProcess);
 
@@ -38,6 +40,12 @@ std::string ProcessText(const zemb::BoxSummary& box);
 
 // "3 s", "12 min 5 s", "4 h 2 min", "3 d 5 h".
 std::string AgeText(long long nMicroseconds);
+
+// What a process holds: objects and trails, also those for which the box has no room.
+std::uint64_t HeldCount(const zemb::BlackBox& box);
+
+// NE, object and sub-object, as records name them.
+Json::Value LevelsOf(const zemb::LiveObject& obj);
 
 // "thread 4712 (backup), task 7, mission 7, user 3, by NE guard", as far as it is known.
 std::string HolderText(const zemb::BoxHeld& held);

@@ -23,7 +23,7 @@ struct TextArguments {
     std::string strTo;
 };
 
-std::string Quoted(const std::string& strText) {
+std::string QuotedText(const std::string& strText) {
     std::string strOut = strText;
     NSTN_util::TransWildcardForSqlSingleQuotes(strOut);
     return strOut;
@@ -65,7 +65,7 @@ const std::map<std::string, Operation>& Operations() {
         {"rtrim", [](Text strText, Args) { return NSTN_util::RTrim(strText); }},
         {"upper", [](Text strText, Args) { return NSTN_util::StrToUpper(strText); }},
         {"lower", [](Text strText, Args) { return NSTN_util::StrToLower(strText); }},
-        {"quote", [](Text strText, Args) { return Quoted(strText); }},
+        {"quote", [](Text strText, Args) { return QuotedText(strText); }},
         {"bytes", [](Text strText, Args) { return Bytes(strText); }},
         {"words", [](Text strText, Args args) { return Words(strText, args.strSeparators); }},
         {"replace",

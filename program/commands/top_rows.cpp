@@ -17,7 +17,6 @@ namespace {
 
 using zemb::BlackBox;
 
-constexpr long long SECOND = 1000000;
 constexpr long long LONG_TIME = 300 * SECOND;
 constexpr int BAR = 10;
 

@@ -44,7 +44,9 @@ int WriteLine(const Session& session, const TraceArguments& args) {
         throw CommandError(WRONG_USAGE, "at most 15 arguments", EName::SUB_COMMAND);
     std::string strLine;
     FillCounted<0>(strLine, args);
+    zemb::SetLogFiles(true);
     NSTN_util::TNTrace2LogFile(args.strModule, args.nLevel, strLine);
+    zemb::SetLogFiles(session.bHosting);
     const std::string strFile = zemb::LogFileOf(args.strModule);
     if (!strFile.empty() && access(strFile.c_str(), W_OK) != 0)
         FailWithErrno(strFile);  // so the line is lost

@@ -62,7 +62,7 @@ int Give(Session& session, const TrailArguments& args) {
     return DONE;
 }
 
-int List(const Session& session, const TrailArguments& /*args*/) {
+int ListTrails(const Session& session, const TrailArguments& /*args*/) {
     Rows rows(session.out, {{"holder", "HOLDER"}, {"trails", "TRAILS"}});
     for (const auto& [strHolder, pHolder] : session.mapTrail)
         rows.Add(
@@ -82,7 +82,7 @@ Runner DefineTrail(CLI::App& app) {
     pTake->add_option("TRAIL", args.vecTrail, "trail numbers")->required();
     CLI::App* const pGive = commands.Add("give", "give back a holder's trails", Give);
     pGive->add_option("HOLDER", args.strHolder, "the name given to 'take'")->required();
-    commands.Add("list", "show holders and busy trails", List);
+    commands.Add("list", "show holders and busy trails", ListTrails);
     return commands.RunGiven();
 }
 

@@ -14,26 +14,26 @@ namespace {
 
 EColors g_eColors = EColors::AUTO;
 
-constexpr const char* RED = "\033[31m";
-constexpr const char* GREEN = "\033[32m";
-constexpr const char* YELLOW = "\033[33m";
-constexpr const char* END = "\033[0m";
+constexpr const char* COLOR_RED = "\033[31m";
+constexpr const char* COLOR_GREEN = "\033[32m";
+constexpr const char* COLOR_YELLOW = "\033[33m";
+constexpr const char* COLOR_END = "\033[0m";
 
-struct Word {
+struct ColoredWord {
     std::string_view strText;
     const char* szColor;
 };
 
 // clang-format off
-constexpr Word FIRST_OF_LINE[] = {  // behind blanks, before one or the end
-    {"refused", RED}, {"error", RED}, {"FAULT:", RED}, {"granted", GREEN}, {"ok", GREEN}, {"warning", YELLOW},
+constexpr ColoredWord FIRST_OF_LINE[] = {  // behind blanks, before one or the end
+    {"refused", COLOR_RED}, {"error", COLOR_RED}, {"FAULT:", COLOR_RED}, {"granted", COLOR_GREEN}, {"ok", COLOR_GREEN}, {"warning", COLOR_YELLOW},
 };
-constexpr Word WITHIN_LINE[] = {  // the first one; the word between the marks is coloured
-    {": error: ", RED}, {": warning: ", YELLOW}, {"  refused  ", RED}, {" would be refused", RED},
+constexpr ColoredWord WITHIN_LINE[] = {  // the first one; the word between the marks is coloured
+    {": error: ", COLOR_RED}, {": warning: ", COLOR_YELLOW}, {"  refused  ", COLOR_RED}, {" would be refused", COLOR_RED},
 };
-constexpr Word CELLS[] = {  // whole, or before a blank
-    {"X", RED}, {"failed", RED}, {"died", RED}, {"partly", YELLOW}, {"stopped", YELLOW}, {"long", YELLOW},
-    {"ok", GREEN},
+constexpr ColoredWord CELLS[] = {  // whole, or before a blank
+    {"X", COLOR_RED}, {"failed", COLOR_RED}, {"died", COLOR_RED}, {"partly", COLOR_YELLOW}, {"stopped", COLOR_YELLOW}, {"long", COLOR_YELLOW},
+    {"ok", COLOR_GREEN},
 };
 // clang-format on
 
@@ -43,21 +43,21 @@ bool BeginsWith(std::string_view strText, std::string_view strWord) {
 }
 
 // Puts a colour around the letters of a mark that stands at nAt.
-void Paint(std::string& strLine, std::size_t nAt, const Word& word) {
+void Paint(std::string& strLine, std::size_t nAt, const ColoredWord& word) {
     const std::size_t nFirst = word.strText.find_first_not_of(": ");
     const std::size_t nLast = word.strText.find_last_not_of(": ");
-    strLine.insert(nAt + nLast + 1, END);
+    strLine.insert(nAt + nLast + 1, COLOR_END);
     strLine.insert(nAt + nFirst, word.szColor);
 }
 
 std::string ColoredLine(std::string strLine) {
     const std::size_t nBegin = std::min(strLine.find_first_not_of(' '), strLine.size());
-    for (const Word& word : FIRST_OF_LINE)
+    for (const ColoredWord& word : FIRST_OF_LINE)
         if (BeginsWith(std::string_view(strLine).substr(nBegin), word.strText)) {
             Paint(strLine, nBegin, word);
             return strLine;
         }
-    for (const Word& word : WITHIN_LINE)
+    for (const ColoredWord& word : WITHIN_LINE)
         if (const std::size_t nAt = strLine.find(word.strText); nAt != std::string::npos) {
             Paint(strLine, nAt, word);
             return strLine;
@@ -91,7 +91,7 @@ std::string Colored(const std::string& strShown) {
 }
 
 std::string ColoredCell(const std::string& strCell) {
-    for (const Word& word : CELLS)
+    for (const ColoredWord& word : CELLS)
         if (BeginsWith(strCell, word.strText)) {
             std::string strColored = strCell;
             Paint(strColored, 0, word);

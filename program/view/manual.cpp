@@ -146,7 +146,7 @@ void AddCommand(const Command& command, Page& page) {
         page.Paragraph(pSub->get_description() + ".");
         page.Options(*pSub);
     }
-    std::string strExample = command.szExample;
+    std::string strExample = command.strExample;
     for (std::size_t n = 0; (n = strExample.find("\n  ", n)) != std::string::npos;)
         strExample.erase(n + 1, 2);
     page.Example(strExample);

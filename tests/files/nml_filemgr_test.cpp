@@ -13,6 +13,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
@@ -386,6 +388,15 @@ TEST_F(FileMgrTest, ReadsATmInTwoWays) {
     parts = {};
     parts.tm_year = parts.tm_mon = parts.tm_mday = parts.tm_hour = parts.tm_min = -2000000000;
     EXPECT_EQ("-1999998100--1999999999--2000000000 -2000000000:-2", DateTime2Str(parts));
+    for (const int n :
+         {INT_MIN, -1000, -999, -100, -10, -9, -1, 0, 9, 10, 99, 100, 1899, INT_MAX}) {
+        const std::tm odd{n, n, n, n, n, n, 0, 0, 0, 0, nullptr};
+        const bool bStandard = n < 1900;
+        char szText[51];
+        std::snprintf(szText, sizeof szText, "%04ld%02ld%02d_%02d%02d%02d",
+                      n + (bStandard ? 1900L : 0L), n + (bStandard ? 1L : 0L), n, n, n, n);
+        EXPECT_EQ(szText, DateTime2FileName(odd)) << n;
+    }
 
     zemb::ScopedClock clock;
     clock.Freeze(1772352000LL * 1000000);

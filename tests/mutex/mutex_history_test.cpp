@@ -34,7 +34,7 @@ void PlayRound(TEMutexOperMgr& mgr, unsigned nSeed, std::size_t nThreads, std::s
                Totals& totals) {
     support::RandomCalls calls(nSeed, nThreads, nCalls);
     naive::MutexModel model;
-    const naive::ScratchFile file;
+    const naive::MutexFile file;
     ASSERT_TRUE(mgr.LoadMutexCfg(file.Write(calls.Table())));
     ASSERT_TRUE(model.Load(calls.Table()));
     const History history = calls.Run(mgr);

@@ -10,7 +10,14 @@
 
 namespace {
 
-using namespace NSTE_util;
+using NSTE_util::MutexTable;
+using NSTE_util::NO_OPER;
+using NSTE_util::ObjKey;
+using NSTE_util::OperSpans;
+using NSTE_util::PairOf;
+using NSTE_util::PlaceSecret;
+using NSTE_util::PlaceTable;
+using NSTE_util::SubKey;
 
 // How a key spreads over the table: well, or all into one group, where searches go from group to
 // group and erased slots must not cut them off.

@@ -12,7 +12,14 @@
 
 namespace {
 
-using namespace NSTE_util;
+using NSTE_util::ERR_MUTEX_NO_REQUEST;
+using NSTE_util::ERR_MUTEX_TRAIL_CONFLICT;
+using NSTE_util::TEMutexLock;
+using NSTE_util::TEMutexOperGuard;
+using NSTE_util::TEMutexOperMgr;
+using NSTE_util::TEMutexOperNEGuard;
+using NSTE_util::TEMutexOperTrailGuard;
+using NSTE_util::TEOperObject;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -15,12 +15,12 @@
 namespace naive {
 
 // A file of this process that is gone with the object.
-class ScratchFile {
+class MutexFile {
 public:
-    ScratchFile() : m_strPath("/tmp/tovelkarin." + std::to_string(getpid()) + ".cfg") {}
-    ~ScratchFile() { std::remove(m_strPath.c_str()); }
-    ScratchFile(const ScratchFile&) = delete;
-    ScratchFile& operator=(const ScratchFile&) = delete;
+    MutexFile() : m_strPath("/tmp/tovelkarin." + std::to_string(getpid()) + ".cfg") {}
+    ~MutexFile() { std::remove(m_strPath.c_str()); }
+    MutexFile(const MutexFile&) = delete;
+    MutexFile& operator=(const MutexFile&) = delete;
 
     const std::string& Write(const std::string& strText) const {
         std::ofstream(m_strPath, std::ios::binary) << strText;
@@ -90,7 +90,7 @@ private:
         m_model.vecLine.clear();
     }
 
-    ScratchFile m_file;
+    MutexFile m_file;
     MutexModel m_model;
     std::vector<std::string> m_vecLine;
     zemb::ScopedDebugSink m_sink;

@@ -15,8 +15,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <condition_variable>
 #include <cstring>
 #include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <random>
+#include <set>
 #include <thread>
 
 namespace {
@@ -310,6 +316,141 @@ TEST_F(BlackBoxTest, ReadersSayWhatIsWrongWithAFile) {
     EXPECT_THAT(zemb::ListBlackBoxes(m_folder.Path("state")), SizeIs(std::size(ROWS) + 4));
 }
 
+// Of boxes of the dead the newest 16 stay, and as many of children, which push out nobody else's.
+TEST_F(BlackBoxTest, OldOnesGiveWay) {
+    Start();
+    const std::string strGood = support::ReadAll(File());
+    Stop();
+    const auto Leave = [&](int nNumber, std::uint32_t nParent, std::uint32_t bEnded) {
+        std::string strBox = strGood;
+        auto& header = *reinterpret_cast<zemb::box::Header*>(strBox.data());
+        header.nStartTicks = 0;
+        header.nBegun = nNumber;
+        header.nParent = nParent;
+        header.bEnded = bEnded;
+        m_folder.Write("state/run/" + std::to_string(nNumber) + ".box", strBox);
+    };
+    for (int i = 0; i < 20; ++i) {
+        Leave(1000 + i, 0, 0);
+        Leave(2000 + i, 999, 0);
+    }
+    Leave(3000, 0, 1);
+    Start();
+    std::vector<long long> arrLeft[2];
+    for (const zemb::BoxSummary& box : zemb::ListBlackBoxes(m_folder.Path("state")))
+        if (box.eState == zemb::EBoxState::DIED)
+            arrLeft[box.nParent == 999 ? 1 : 0].push_back(box.nBegun);
+    for (std::vector<long long>& vecLeft : arrLeft)
+        std::sort(vecLeft.begin(), vecLeft.end());
+    EXPECT_THAT(arrLeft[0], testing::AllOf(SizeIs(16), testing::Contains(1004)));
+    EXPECT_THAT(arrLeft[1], testing::AllOf(SizeIs(16), testing::Contains(2004)));
+}
+
+// More threads than there are places: they are counted as long as they live, and get a place when
+// one is free.
+TEST_F(BlackBoxTest, ThreadsWithoutAPlaceAreCounted) {
+    Start();
+    std::mutex lock;
+    std::condition_variable changed;
+    int nUp = 0;
+    int nPhase = 0;
+    const auto Wait = [&](int nPhaseOf) {
+        std::unique_lock<std::mutex> guard(lock);
+        ++nUp;
+        changed.notify_all();
+        changed.wait(guard, [&] { return nPhase >= nPhaseOf; });
+    };
+    const auto AwaitUp = [&](int nThreads) {
+        std::unique_lock<std::mutex> guard(lock);
+        changed.wait(guard, [&] { return nUp == nThreads; });
+    };
+    const auto LetGo = [&](int nPhaseOf) {
+        const std::lock_guard<std::mutex> guard(lock);
+        nPhase = nPhaseOf;
+        changed.notify_all();
+    };
+    zemb::LiveCount(zemb::ELiveCounter::GRANTS);
+    constexpr int PLACES = 1022;  // beside that of this thread and the shared one
+    std::vector<std::thread> vecThread;
+    for (int i = 0; i < PLACES; ++i)
+        vecThread.emplace_back([&] {
+            zemb::LiveCount(zemb::ELiveCounter::GRANTS);
+            Wait(1);
+        });
+    AwaitUp(PLACES);
+    std::thread late([&] {
+        zemb::LiveCount(zemb::ELiveCounter::GRANTS);
+        Wait(2);
+        Call(ELiveCall::ACQUIRE, ELiveMaker::CALL, 7, {{1, 0, 0}});
+        Wait(3);
+    });
+    AwaitUp(PLACES + 1);
+    EXPECT_EQ(1U, Read().nThreadsNotShown);
+    LetGo(1);
+    for (std::thread& thread : vecThread)
+        thread.join();
+    LetGo(2);
+    AwaitUp(PLACES + 2);
+    const BlackBox box = Read();
+    EXPECT_EQ(0U, box.nThreadsNotShown);
+    EXPECT_THAT(box.vecThread, SizeIs(2));
+    EXPECT_EQ(PLACES + 3U, CounterOf(box, zemb::ELiveCounter::GRANTS));
+    LetGo(3);
+    late.join();
+}
+
+// What is held was read here and there between events; what it was before them is found again.
+TEST_F(BlackBoxTest, WhatWasHeldBeforeTheReadingIsFoundAgain) {
+    std::mt19937 random(20261122);
+    const auto Below = [&](unsigned nMost) { return static_cast<int>(random() % nMost); };
+    using Key = std::pair<int, int>;  // operation and NE
+    for (int nRound = 0; nRound < 300; ++nRound) {
+        std::map<Key, zemb::BoxHeld> mapHeld;
+        std::set<Key> before;
+        std::map<Key, std::optional<zemb::BoxHeld>> mapRead;  // at a moment of its own each
+        BlackBox box;
+        box.nEventBefore = 40;
+        for (int i = 0; i < 80; ++i) {
+            if (i == 40)
+                for (const auto& [key, held] : mapHeld)
+                    before.insert(key);
+            const Key key(Below(3), Below(4));
+            if (i >= 40 && mapRead.count(key) == 0 && Below(2) == 0)
+                mapRead[key] = mapHeld.count(key) != 0 ? std::optional(mapHeld[key]) : std::nullopt;
+            zemb::BoxEvent event;
+            event.nNumber = static_cast<std::uint64_t>(i);
+            event.nOper = key.first;
+            event.obj = {key.second, 0, 0};
+            event.nPlace = 1;
+            event.nTime = i / 8;
+            event.nThread = 5;
+            event.eKind =
+                mapHeld.count(key) != 0 ? zemb::EBoxEvent::GIVEN_BACK : zemb::EBoxEvent::GRANTED;
+            box.vecEvent.push_back(event);
+            if (mapHeld.erase(key) == 0) {
+                zemb::BoxHeld& held = mapHeld[key];
+                held.nOper = event.nOper;
+                held.obj = event.obj;
+                held.nSince = event.nTime;
+                held.nThread = event.nThread;
+            }
+        }
+        for (const auto& [key, held] : mapHeld)
+            mapRead.emplace(key, held);
+        for (const auto& [key, held] : mapRead)
+            if (held)
+                box.vecHeld.push_back(*held);
+        // Its record was written, its event not yet.
+        box.vecHeld.emplace_back();
+        box.vecHeld.back().nOper = 9;
+        box.vecHeld.back().bUnderWay = true;
+        std::multiset<Key> found;
+        for (const zemb::BoxHeld& held : zemb::HeldBefore(box))
+            found.emplace(held.nOper, held.obj.nNeId);
+        ASSERT_EQ(std::multiset<Key>(before.begin(), before.end()), found) << nRound;
+    }
+}
+
 // One line in the log, and the server works on.
 TEST_F(BlackBoxTest, AServerWithoutABoxWorksOn) {
     const auto FailsWith = [&](const char* szText) {
@@ -343,6 +484,14 @@ TEST_F(BlackBoxTest, AServerWithoutABoxWorksOn) {
     EXPECT_NE(nullptr, zemb::Live());
     EXPECT_EQ(0U, std::filesystem::file_size(m_folder.Path("file")));
     EXPECT_THAT(zemb::ListBlackBoxes(m_folder.Path("state")), SizeIs(2));
+    // Even one of this process, from before it began another program, is no living one.
+    const std::string strOld = support::ReadAll(File());
+    Stop();
+    m_folder.Write("state/run/" + std::to_string(getpid()) + ".box", strOld);
+    Start();
+    const std::string strAside = m_folder.Path("state/run/" + std::to_string(getpid()) + ".2.box");
+    EXPECT_EQ(zemb::EBoxState::DIED, Read(strAside).eState);
+    EXPECT_EQ(zemb::EBoxState::ALIVE, Read().eState);
 }
 
 // Four readers beside a writer: each event is whole, which its numbers prove.

@@ -1,13 +1,19 @@
 #include "zemb/debug.h"
+#include "zemb/black_box.h"
 #include "zemb/control.h"
 
 #include "tests/support.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
+#include <map>
 #include <memory>
 
 namespace {
@@ -19,8 +25,14 @@ using testing::SizeIs;
 
 class StateTest : public testing::Test {
 protected:
-    StateTest() { zemb::SetStatePath(m_folder.Path("state")); }
-    ~StateTest() override { zemb::ResetStatePath(); }
+    StateTest() {
+        zemb::SetStatePath(m_folder.Path("state"));
+        zemb::SetProcessName("p");
+    }
+    ~StateTest() override {
+        zemb::ResetStatePath();
+        zemb::SetProcessName("");
+    }
 
     static std::vector<std::string> LinesOf(const std::string& strModule) {
         std::istringstream text(support::ReadAll(zemb::LogFileOf(strModule)));
@@ -87,11 +99,11 @@ TEST_F(StateTest, TheLevelFilterIsTheModulesOwn) {
 
 TEST_F(StateTest, ModuleNamesMakeFileNamesThatStayInTheFolder) {
     const std::string strLog = m_folder.Path("state/log/");
-    EXPECT_EQ(strLog + "%2E%2E%2Fetc%2Fx.log", zemb::LogFileOf("../etc/x"));
-    EXPECT_EQ(strLog + "%.log", zemb::LogFileOf(""));
-    EXPECT_EQ(strLog + "m%2E1.log", zemb::LogFileOf("m.1")) << "m.1.log is an old file of m";
+    EXPECT_EQ(strLog + "%2E%2E%2Fetc%2Fx.p.log", zemb::LogFileOf("../etc/x"));
+    EXPECT_EQ(strLog + "%.p.log", zemb::LogFileOf(""));
+    EXPECT_EQ(strLog + "m%2E1.p.log", zemb::LogFileOf("m.1"));
     const std::string str64(64, 'x');
-    EXPECT_EQ(strLog + str64 + ".log", zemb::LogFileOf(str64));
+    EXPECT_EQ(strLog + str64 + ".p.log", zemb::LogFileOf(str64));
     for (const std::size_t nSize : {65U, 72U, 1U << 20})
         for (const char c : {'x', '/'}) {
             const std::string strLong(nSize, c);
@@ -125,7 +137,7 @@ TEST_F(StateTest, NoLineIsGluedToATornOne) {
     const auto Trace = [](const char* szText) {
         NSTE_util::GetDebugInterface("m")->Trace(1, szText);
     };
-    m_folder.Write("state/log/m.log", "of another process, to");
+    m_folder.Write("state/log/m.p.log", "of another process, to");
     chmod(zemb::LogFileOf("m").c_str(), 0640);
     Trace("first");
     Reopen();  // a whole line stands at the end: no empty one comes
@@ -155,15 +167,119 @@ TEST_F(StateTest, NoLineIsGluedToATornOne) {
 TEST_F(StateTest, AFullLogGivesWayAndFiveOldOnesAreKept) {
     const std::string strLog = m_folder.Path("state/log/");
     for (const char c : {'1', '2', '3', '4', '5', '6'}) {
-        m_folder.Write("state/log/m.log", std::string(1, c) + " was full\n");
-        std::filesystem::resize_file(strLog + "m.log", (10U << 20) - 1);  // ends within a line
+        m_folder.Write("state/log/m.p.log", std::string(1, c) + " was full\n");
+        std::filesystem::resize_file(strLog + "m.p.log", (10U << 20) - 1);  // ends within a line
         zemb::SetStatePath(m_folder.Path("state"));
         NSTE_util::GetDebugInterface("m")->Trace(1, "new");
         EXPECT_THAT(LinesOf("m"), ElementsAre(HasSubstr("] 1 new")));
-        EXPECT_EQ(c, support::ReadAll(strLog + "m.1.log")[0]);
+        EXPECT_EQ(c, support::ReadAll(strLog + "m.p.1.log")[0]);
     }
-    EXPECT_EQ('2', support::ReadAll(strLog + "m.5.log")[0]);
-    EXPECT_FALSE(std::filesystem::exists(strLog + "m.6.log"));
+    EXPECT_EQ('2', support::ReadAll(strLog + "m.p.5.log")[0]);
+    EXPECT_FALSE(std::filesystem::exists(strLog + "m.p.6.log"));
+}
+
+// Each process has logs of its own, and their names tell whose they are.
+TEST_F(StateTest, TheFilesOfALogTellWhoWroteThem) {
+    for (const char* const szProcess : {"nm_server", "a.b c", "123", "nm_server"}) {
+        zemb::SetProcessName(szProcess);
+        NSTE_util::GetDebugInterface("m")->Trace(1, szProcess);
+        EXPECT_THAT(LinesOf("m").back(), testing::EndsWith(std::string("] 1 ") + szProcess));
+    }
+    m_folder.Write("state/log/m.nm_server.12.log", "");
+    m_folder.Write("state/log/m.nm_server.2.log", "");
+    m_folder.Write("state/log/m.log", "");    // from when all processes wrote one log
+    m_folder.Write("state/log/m.1.log", "");  // the same
+    for (const char* const szOther :
+         {"m.a.b.log", "m.a.1.2.log", "mm.a.log", "m.a.log.1", "m..log"})
+        m_folder.Write(std::string("state/log/") + szOther, "");
+    std::vector<std::string> vecFound;
+    for (const zemb::LogFileName& name : zemb::LogFilesOf("m"))
+        vecFound.push_back(name.strProcess + "/" + std::to_string(name.nAge));
+    EXPECT_THAT(vecFound, ElementsAre("/1", "/0", "123/0", "a.b c/0", "nm_server/12", "nm_server/2",
+                                      "nm_server/0"));
+    zemb::SetLogFiles(false);
+    NSTE_util::GetDebugInterface("m")->Trace(1, "not written");
+    zemb::SetLogFiles(true);
+    EXPECT_THAT(LinesOf("m").back(), HasSubstr("nm_server"));
+}
+
+// A file that got another name, by a rotation of another process or by hand, is left within a
+// second; one that somebody still has open is not deleted.
+TEST_F(StateTest, AFileIsNotWrittenLongUnderAnotherName) {
+    const std::string strRoot = m_folder.Path("root");
+    m_folder.Write("root/etc/oss_cfg/trans/core/conf/trans_ems.cfg",
+                   "log_bytes = 4096\nlog_files = 2\n");
+    zemb::SetRootPath(strRoot);
+    zemb::ScopedClock clock;
+    clock.Freeze(1772352000123000);
+    const std::string strFile = zemb::LogFileOf("m");
+    const auto Trace = [](const std::string& strText) {
+        NSTE_util::GetDebugInterface("m")->Trace(1, strText.c_str());
+    };
+    Trace("first");
+    std::filesystem::rename(strFile, strFile + ".mine");
+    Trace("second");
+    EXPECT_FALSE(std::filesystem::exists(strFile));
+    clock.Advance(1);
+    Trace("third");
+    EXPECT_THAT(LinesOf("m"), ElementsAre(HasSubstr("third")));
+    EXPECT_THAT(support::ReadAll(strFile + ".mine"), HasSubstr("second"));
+    // Another process that was stopped has the file open since before it gave way.
+    const int nHeld = open(strFile.c_str(), O_WRONLY | O_APPEND);
+    ASSERT_EQ(0, flock(nHeld, LOCK_SH));
+    for (int i = 0; i < 20; ++i)
+        Trace(std::string(3000, static_cast<char>('a' + i)));
+    ASSERT_EQ(6, write(nHeld, "fourth", 6));
+    std::string strAll;
+    for (const zemb::LogFileName& name : zemb::LogFilesOf("m"))
+        strAll += support::ReadAll(name.strFile);
+    EXPECT_THAT(strAll, HasSubstr("fourth"));
+    EXPECT_THAT(zemb::LogFilesOf("m"), SizeIs(4));  // the present one, two kept, and that one
+    close(nHeld);
+    Trace(std::string(4000, 'z'));
+    EXPECT_THAT(zemb::LogFilesOf("m"), SizeIs(3));
+    zemb::ResetRootPath();
+}
+
+// Processes of one name that write one log, which gives way again and again: each line is there
+// once and whole.
+TEST_F(StateTest, ProcessesThatShareALogLoseNoLine) {
+    constexpr int LINES = 1500;
+    m_folder.Write("root/etc/oss_cfg/trans/core/conf/trans_ems.cfg",
+                   "log_bytes = 20000\nlog_files = 99\n");
+    zemb::SetRootPath(m_folder.Path("root"));
+    std::vector<pid_t> vecChild;
+    for (const char* const szChild : {"left", "middle", "right"}) {
+        vecChild.push_back(fork());
+        if (vecChild.back() != 0)
+            continue;
+        for (int i = 0; i < LINES; ++i)
+            NSTE_util::GetDebugInterface("m")->Trace(
+                1, (std::string(szChild) + " " + std::to_string(i) + " " + szChild).c_str());
+        _exit(0);
+    }
+    for (const pid_t nChild : vecChild) {
+        int nStatus = -1;
+        waitpid(nChild, &nStatus, 0);
+        EXPECT_EQ(0, nStatus);
+    }
+    const std::vector<zemb::LogFileName> vecName = zemb::LogFilesOf("m");
+    EXPECT_GT(vecName.size(), 5U);
+    EXPECT_LT(vecName.size(), 40U);
+    std::map<std::string, std::vector<std::string>> mapLines;
+    for (const zemb::LogFileName& name : vecName) {
+        std::istringstream text(support::ReadAll(name.strFile));
+        for (std::string strLine; std::getline(text, strLine);)
+            mapLines[strLine.substr(strLine.rfind(' ') + 1)].push_back(
+                strLine.substr(strLine.find("] 1 ") + 4));
+    }
+    ASSERT_THAT(mapLines, SizeIs(3));
+    for (auto& [strChild, vecLine] : mapLines) {
+        std::sort(vecLine.begin(), vecLine.end());
+        EXPECT_THAT(vecLine, SizeIs(LINES));
+        EXPECT_EQ(vecLine.end(), std::unique(vecLine.begin(), vecLine.end()));
+    }
+    zemb::ResetRootPath();
 }
 
 TEST_F(StateTest, LinesOfManyThreadsAreWhole) {

@@ -35,6 +35,8 @@ TEST(SettingsTest, ReadsNumbersByTheLineRulesOfConfigurationFiles) {
         {std::string(1023, '#') + "\nkey = 5\n", 0, 0},
         {strKey + std::string(1022 - 7, ' ') + "5", 1, 5},
         {strKey + "5" + std::string(1022 - 7, ' ') + "6\nkey = 7\n", 1, 5},
+        {strKey + "5\n" + std::string(100000, '\n') + "key = 6", 1, 6},
+        {std::string("key = 5\0x\n#\0\nkey = 6\0", 21), 1, 6},
     };
     for (const auto& test : arrCase) {
         int nValue = 99;
@@ -45,6 +47,7 @@ TEST(SettingsTest, ReadsNumbersByTheLineRulesOfConfigurationFiles) {
     int nValue = 99;
     EXPECT_EQ(0, ZembGetRegInt("key", nValue, folder.Path().c_str())) << "a folder";
     EXPECT_EQ(0, ZembGetRegInt("key", nValue, "/no/such/file"));
+    EXPECT_EQ(0, ZembGetRegInt("key", nValue, "/dev/zero")) << "no line ends there";
     EXPECT_EQ(0, ZembGetRegInt(nullptr, nValue, nullptr));
     EXPECT_EQ(99, nValue);
 }

@@ -16,7 +16,8 @@
 
 namespace {
 
-using namespace NSTE_util;
+using NSTE_util::TEMutexOperMgr;
+using NSTE_util::TEMutexOperNEGuard;
 using NSTN_util::TNThreadGuard;
 using NSTN_util::TNThreadMgr;
 using testing::Contains;

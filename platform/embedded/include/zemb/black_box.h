@@ -36,6 +36,7 @@ struct BoxSummary {
     std::string strFile;
     std::string strError;  // why it cannot be read; the rest is empty then
     std::uint32_t nProcess = 0;
+    std::uint32_t nParent = 0;  // the process above it, if that had a box
     EBoxState eState = EBoxState::DIED;
     long long nBegun = 0;  // microseconds since 1970
     std::string strProgram;
@@ -132,7 +133,8 @@ struct BlackBox : BoxSummary {
     std::vector<BoxTask> vecTask;    // the oldest first
     std::vector<BoxError> vecError;  // the oldest first
     std::vector<BoxEvent> vecEvent;  // in their order
-    std::uint64_t nNextEvent = 0;
+    std::uint64_t nEventBefore = 0;  // the next one when the reading began, before what is held
+    std::uint64_t nNextEvent = 0;    // the next one behind vecEvent
     std::uint64_t nFactsNotShown = 0;
     std::uint64_t nHeldNotShown = 0;
     std::uint64_t nTrailsNotShown = 0;
@@ -141,7 +143,8 @@ struct BlackBox : BoxSummary {
     std::uint64_t nTorn = 0;  // records that were being written each time they were read
 };
 
-// The boxes of a state folder, by process number. Any thread.
+// The boxes of a state folder, by process number; not those of processes that ended in order and
+// could not delete theirs. Any thread.
 ZEMB_API std::vector<BoxSummary> ListBlackBoxes(const std::string& strState);
 
 // Reads a box whole; false, with the reason in strError, for a file that is none, was cut, or has
@@ -149,6 +152,11 @@ ZEMB_API std::vector<BoxSummary> ListBlackBoxes(const std::string& strState);
 // The process it belongs to is not disturbed, and may be gone. Any thread. Cost: three readings of
 // the file, some milliseconds.
 ZEMB_API bool ReadBlackBox(const std::string& strFile, BlackBox& box, std::string& strError);
+
+// What was held at one moment: when event nEventBefore was still to come. Objects, not trails; of
+// one that was returned during the reading only what its return tells is known. Equal objects of
+// one operation count, though which of them stays may be told wrong. Any thread. Cost: n log n.
+ZEMB_API std::vector<BoxHeld> HeldBefore(const BlackBox& box);
 
 // A box that is read again and again, also once more after its process has taken it away. Own.
 class ZEMB_API BoxWatch {

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 // Where the lines of the logs go. Any thread unless said
 // otherwise; what a scope object replaces is put back when the object goes.
@@ -47,10 +48,26 @@ public:
 // written.
 ZEMB_API void SetTraceLevel(const std::string& strModule, int nLevel);
 
-// The file that holds the module's log: <state>/log/<module>.log, "" when there is no state
-// folder (lines then go to standard error). Characters other than letters, digits, "-" and "_" are
-// "%" and two hexadecimal digits in the file's name; of a name of over 64 characters the beginning
-// and a number stand for it.
+// The file that holds what this process writes into the module's log:
+// <state>/log/<module>.<process>.log, "" when there is no state folder (lines then go to standard
+// error). The process is what SetProcessName() says. Characters of a name other than letters,
+// digits, "-" and "_" are "%" and two hexadecimal digits; of a name of over 64 characters the
+// beginning and a number stand for it.
 ZEMB_API std::string LogFileOf(const std::string& strModule);
+
+// A file of a module's log.
+struct LogFileName {
+    std::string strFile;
+    std::string strProcess;  // who writes it; "": a file of the time when all wrote one log
+    int nAge = 0;            // 0: the present one; the higher, the older
+};
+
+// The files of a module's log, of all processes that have written into the state folder: by
+// process, the oldest first. Throws std::system_error when the folder is there and cannot be read.
+ZEMB_API std::vector<LogFileName> LogFilesOf(const std::string& strModule);
+
+// Whether lines go into files, as they do at first. Without, they reach sinks only, and what the
+// platform has to tell goes to standard error.
+ZEMB_API void SetLogFiles(bool bWanted);
 
 }  // namespace zemb
