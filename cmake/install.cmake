@@ -26,6 +26,11 @@ if(TOVELKARIN_PLATFORM STREQUAL "embedded")
   install(DIRECTORY share/asn share/root share/scenarios DESTINATION ${CMAKE_INSTALL_DATADIR}/tovelkarin)
 endif()
 include(cmake/install_man.cmake)
+option(TOVELKARIN_INSTALL_DOCS "install the documents" ON)
+if(TOVELKARIN_INSTALL_DOCS)
+  install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+  install(DIRECTORY docs/guide docs/formats docs/design DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+endif()
 install(EXPORT tovelkarin NAMESPACE tovelkarin:: FILE tovelkarinTargets.cmake
         DESTINATION ${package_dir})
 

@@ -19,10 +19,14 @@ using Runner = std::function<int(Session&)>;
 // arguments are read into.
 using Definer = Runner (*)(CLI::App& app);
 
+// What a command is about, in the order of the help.
+enum class EGroup { EXCLUSION, TASKS, LOGS, CONFIGURATION, OBJECT_TEXTS, TEXT_TOOLS, PROCESS };
+
 struct Command {
+    EGroup eGroup;
     const char* szName;
     const char* szSummary;
-    std::string strExample;  // one or more command lines
+    std::string strExample;  // one or more command lines, of 'host' where RequireHost wants one
     bool bNeedsModule;       // the module is started before it runs
     Definer Define;
 };
@@ -33,12 +37,13 @@ const std::vector<Command>& Commands();
 // The command of that name, or null.
 const Command* FindCommand(const std::string& strName);
 
-// Runs a command from its words, the name first. Reports to standard error and returns the status:
-// an unknown command or a wrong argument is WRONG_USAGE.
-int RunCommand(Session& session, const std::vector<std::string>& vecWord);
+struct GlobalArguments;
 
-// The list of commands.
-std::string HelpText();
+// Runs a command from its words, the name first. Reports to standard error and returns the status:
+// an unknown command or a wrong argument is WRONG_USAGE. With pGlobal the options of the whole
+// program may stand among the words; they are brought into force.
+int RunCommand(Session& session, const std::vector<std::string>& vecWord,
+               GlobalArguments* pGlobal = nullptr);
 
 // One family of commands each.
 Runner DefineHost(CLI::App& app);

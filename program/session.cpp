@@ -1,10 +1,12 @@
 #include "session.h"
 
 #include "base/root_files.h"
+#include "check/text_lines.h"
 #include "commands/task_runner.h"
 #include "commands/trail_holder.h"
 #include "view/output.h"
 #include "view/record.h"
+#include "view/taken_prints.h"
 
 #include "tovelkarin/nml_filemgr.h"
 #include "tovelkarin/tnreqtimeout.h"
@@ -17,7 +19,6 @@
 #include <pthread.h>
 
 #include <filesystem>
-#include <iostream>
 
 // What the commands of one run share, and its end. The module is started when the first command
 // needs it. At the end everything is given back, the modules are stopped and threads are waited
@@ -47,7 +48,7 @@ void FlushOperLog() {
 
 }  // namespace
 
-Session::Session(bool bJson) : out(bJson) {}
+Session::Session() = default;
 
 Session::~Session() {
     End();
@@ -115,23 +116,30 @@ void Session::Stop() {
 
 bool Session::LoadTable(const std::string& strFile) {
     ledger.table.Read(strFile);
-    const bool bGood = NSTE_util::TEMutexOperMgr::Instance()->LoadMutexCfg(strFile);
+    const bool bGood = NSTE_util::TEMutexOperMgr::Instance()->LoadMutexCfg(PathOfInput(strFile));
     if (!bGood)
-        Complain(strFile + ": some lines are bad and were left out; see 'tovelkarin check mutex " +
-                 strFile + "'");
+        TellBadLines(strFile);
     return bGood;
+}
+
+void Session::TellBadLines(const std::string& strFile) {
+    Complain(strFile + ": some lines are bad and were left out; see 'tovelkarin check mutex " +
+             strFile + "'");
 }
 
 std::string Session::LoadTimeouts(const std::string& strFile) {
     if (strFile.empty())
         return m_strTimeoutFile;
-    if (!NSTN_util::IsFile(strFile))
+    const std::string strPath = PathOfInput(strFile);
+    if (!NSTN_util::IsFile(strPath))
         throw CommandError(SYSTEM_FAILED, strFile + ": no such time-out file");
     TimeoutFile file(strFile);
-    if (NSTE_util::TNReqTimeoutIF::Instance()->LoadTimeoutCfgFile(strFile) == 0) {
-        std::cout << std::endl;  // behind what the library prints
+    TakenPrints prints;
+    const bool bGood = NSTE_util::TNReqTimeoutIF::Instance()->LoadTimeoutCfgFile(strPath) != 0;
+    if (const std::string strPrinted = prints.Take(); !strPrinted.empty())
+        Complain(strPrinted);
+    if (!bGood)
         Complain("see 'tovelkarin check timeouts " + strFile + "'");
-    }
     if (timeouts)
         timeouts->LoadOver(file);
     else

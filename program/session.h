@@ -22,7 +22,7 @@ class TrailHolder;
 // trails in hand, the clock.
 class Session {
 public:
-    explicit Session(bool bJson);
+    Session();
     ~Session();  // gives everything back and stops the module, if it was started
 
     // Starts the module over the installation root and loads the root's own table file, if it has
@@ -37,6 +37,8 @@ public:
     // Loads a table file into the library and the book; throws CommandError when it cannot be
     // opened. False when some of its lines are bad.
     bool LoadTable(const std::string& strFile);
+    // What is told of such lines.
+    static void TellBadLines(const std::string& strFile);
 
     // Loads a request time-out file into the library; "": none but the root's own, which Start has
     // loaded if there is one. Returns the file that was loaded last, or "".

@@ -112,7 +112,7 @@ function before(text,    all, k) {
         return "/** " family " */ "
     if (depth == 0 || kind[depth] != "class")
         return ""
-    if (all ~ "^ *(explicit )?" name[depth] "[(]")
+    if (all ~ "^ *([[][[]nodiscard[]][]] )?(explicit )?" name[depth] "[(]")
         return "/** See the class. */ "
     if (all !~ /[(]|using |enum |struct |class |\/\/ / || line[i] ~ /^[^{]* const( noexcept)? [{] return .*; [}]$/)
         return "/** As its name says. */ "

@@ -37,6 +37,7 @@ tovelkarin_page(backup        backup-string       "a managed object as text")
 tovelkarin_page(fdn           fdn                 "the text name of a managed object")
 tovelkarin_page(otn           otn-path            "a path through the optical hierarchy as text")
 tovelkarin_page(ne            ne-identifier       "NE identifiers as text")
+tovelkarin_page(json          json                "what the program prints with --json")
 tovelkarin_page(asn           asn-trace           "messages of NEs as files, and their traces")
 
 add_custom_target(man ALL DEPENDS ${man_pages})

@@ -26,7 +26,7 @@ std::vector<std::string> FilesOf(const std::string& strFolder) {
     return vecName;
 }
 
-LangFolder::LangFolder(const std::string& strFolder) {
+LangFolder::LangFolder(const std::string& strFolderOf) : strFolder(strFolderOf) {
     for (const std::string& strName : FilesOf(strFolder))
         ReadFile(strFolder + "/" + strName);
 }
@@ -66,16 +66,15 @@ void LangFolder::ReadLine(const Place& place) {
             "");
 }
 
-std::vector<Finding> CheckLanguages(const std::vector<std::string>& vecFolder) {
-    const std::vector<LangFolder> vecLang(vecFolder.begin(), vecFolder.end());
+std::vector<Finding> CheckLanguages(const std::vector<LangFolder>& vecLang) {
     std::vector<Finding> vecFinding;
     for (const LangFolder& lang : vecLang) {
         vecFinding.insert(vecFinding.end(), lang.vecFinding.begin(), lang.vecFinding.end());
         for (const auto& [strKey, place] : lang.mapKey)
-            for (std::size_t n = 0; n < vecLang.size(); ++n)
-                if (vecLang[n].mapKey.count(strKey) == 0)
+            for (const LangFolder& other : vecLang)
+                if (other.mapKey.count(strKey) == 0)
                     vecFinding.push_back({place, ESeverity::WARNING,
-                                          "'" + strKey + "' is missing in " + vecFolder[n],
+                                          "'" + strKey + "' is missing in " + other.strFolder,
                                           "the key in every language"});
     }
     return vecFinding;

@@ -16,8 +16,9 @@ std::vector<std::string> FilesOf(const std::string& strFolder);
 class LangFolder {
 public:
     // Reads all files of the folder. Throws CommandError when one cannot be read.
-    explicit LangFolder(const std::string& strFolder);
+    explicit LangFolder(const std::string& strFolderOf);
 
+    std::string strFolder;
     std::map<std::string, Place> mapKey;
     std::vector<Finding> vecFinding;
 
@@ -29,6 +30,6 @@ private:
 };
 
 // What is wrong in language folders, one a language; a key that another folder has is missed.
-std::vector<Finding> CheckLanguages(const std::vector<std::string>& vecFolder);
+std::vector<Finding> CheckLanguages(const std::vector<LangFolder>& vecLang);
 
 }  // namespace host

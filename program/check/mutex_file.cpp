@@ -78,7 +78,9 @@ void MutexFile::Add(ESeverity eSeverity, Place place, int nColumn, const std::st
 
 void MutexFile::ReadLine(const Place& place, NSTE_util::EMutexLine eKind) {
     const std::string& strLine = place.strText;
-    if (eKind == NSTE_util::EMutexLine::NOTHING || eKind == NSTE_util::EMutexLine::HEADER)
+    if (eKind == NSTE_util::EMutexLine::NOTHING)
+        return ReadComment(strLine);
+    if (eKind == NSTE_util::EMutexLine::HEADER)
         return;
     if (strLine.compare(0, 3, BYTE_ORDER_MARK) == 0) {
         Add(ESeverity::ERROR, place, place.nColumn,
@@ -94,6 +96,21 @@ void MutexFile::ReadLine(const Place& place, NSTE_util::EMutexLine eKind) {
     } else {
         Add(ESeverity::ERROR, place, place.nColumn, "line outside a section",
             "[MUTEX_TABLE] or [MUTEX_ERRORCODE] before it");
+    }
+}
+
+// The pieces between commas, up to a colon, that begin with a number and go on with a name.
+void MutexFile::ReadComment(const std::string& strLine) {
+    if (strLine.empty() || strLine.front() != '#')
+        return;
+    for (const std::string& strPiece :
+         NSTE_util::Token(strLine.substr(1, strLine.find(':') - 1), ',')) {
+        const std::string strTrimmed = TrimBlanks(strPiece);
+        const std::size_t nEnd = std::min(strTrimmed.find(' '), strTrimmed.size());
+        int nOper = 0;
+        if (const std::string strName = TrimBlanks(strTrimmed.substr(nEnd));
+            !strName.empty() && NSTE_util::StrToInt(strTrimmed.substr(0, nEnd), nOper, 10))
+            mapName.emplace(nOper, strName);
     }
 }
 

@@ -27,6 +27,8 @@ public:
         Place place;
     };
     std::map<int, Code> mapCode;
+    // What comments call operations: "# 101 create, 102 delete: one at a time" names two.
+    std::map<int, std::string> mapName;
     std::vector<Finding> vecFinding;
 
     // The operations that exclude all others, with the lines that say so: PlaceAt.
@@ -52,6 +54,7 @@ private:
     using Fields = std::vector<std::string>;
 
     void ReadLine(const Place& place, NSTE_util::EMutexLine eKind);
+    void ReadComment(const std::string& strLine);
     void ReadTableLine(const Place& place);
     void ReadErrorCodeLine(const Place& place);
     bool HasFields(const Place& place, const Fields& vecField, std::size_t nFields,

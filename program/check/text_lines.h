@@ -19,9 +19,18 @@ struct TextLine {
 // What a reader sees of a line that it takes for strRaw.
 Place PlaceOf(const std::string& strFile, int nLine, const std::string& strRaw);
 
-// All of a plain file. Throws CommandError for anything else (a pipe might never end) and for a
-// file that cannot be read.
+// All of a plain file, of standard input for "-", or of an open file of this process such as the
+// "/dev/fd/63" that a shell makes of <(...). Standard input is read once and stays; whoever asks
+// again gets the same. Throws CommandError for anything else (a pipe might never end), for a file
+// that cannot be read, and for over 256 MB.
 std::string ReadText(const std::string& strFile);
+
+// A path by which readers of the library get what ReadText would: for "-" that of a copy of
+// standard input, which lasts as long as the process.
+std::string PathOfInput(const std::string& strFile);
+
+// Whether a path leads to an open file of the process itself, which the system shows as a link.
+bool IsOpenFile(const std::string& strFile);
 
 std::vector<TextLine> CutLines(const std::string& strFile, const std::string& strText);
 

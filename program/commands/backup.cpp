@@ -1,3 +1,4 @@
+#include "check/text_lines.h"
 #include "commands/backup_text.h"
 #include "sub_commands.h"
 #include "view/record.h"
@@ -69,7 +70,7 @@ int TellFindings(const std::vector<Finding>& vecFinding) {
 }
 
 int View(const Session& session, const BackupArguments& args) {
-    const BackupText text(args.strFile, ReadWhole(args.strFile));
+    const BackupText text(args.strFile, ReadText(args.strFile));
     PutNodes(session, text);
     return TellFindings(text.vecFinding);
 }
@@ -146,7 +147,7 @@ std::string ShownCut(const std::string& strFile, const std::string& strWhole,
 // is shown there, it tells.
 int GetAttributes(const Session& session, const BackupArguments& args) {
     const std::vector<std::string> vecWord = Words(args.strName, '/');
-    std::string strText = ReadWhole(args.strFile);
+    std::string strText = ReadText(args.strFile);
     std::vector<Step> vecStep;
     for (std::size_t i = 0; i + 1 < vecWord.size(); i += 2)
         vecStep.push_back(ReadStep(vecWord[i], vecWord[i + 1]));
@@ -155,9 +156,8 @@ int GetAttributes(const Session& session, const BackupArguments& args) {
         const std::string strShown = ShownCut(args.strFile, strText, vecStep);
         if (ServersCut(strText, vecStep) != strShown) {
             nStatus = ANSWER_NO;
-            std::cerr << "tovelkarin: " << args.strFile
-                      << ": a server process finds something else at " << args.strName
-                      << "; 'check backup' tells why" << std::endl;
+            Complain(args.strFile + ": a server process finds something else at " + args.strName +
+                     "; 'check backup' tells why");
         }
         strText = strShown;
     }
@@ -267,7 +267,7 @@ void AddGroup(Builder& builder, const std::string& strGroup) {
         throw CommandError(WRONG_USAGE, "'" + strGroup + "' is no group; expected NAME=FILE",
                            EName::SUB_COMMAND);
     const std::string strFile = strGroup.substr(nEqual + 1);
-    const BackupText text(strFile, ReadWhole(strFile));
+    const BackupText text(strFile, ReadText(strFile));
     if (TellFindings(text.vecFinding) != DONE)
         throw CommandError(ANSWER_NO, strFile + ": no clean backup text");
     builder.AddGroup({text.vecObject.begin(), text.vecObject.end()}, strGroup.substr(0, nEqual));
@@ -279,9 +279,16 @@ int Build(const Session& session, const BackupArguments& args) {
         builder.AddItem(strItem);
     for (const std::string& strGroup : args.vecGroup)
         AddGroup(builder, strGroup);
-    session.out.PutExact(builder.Text(), RecordOf({{"text", builder.Text()}}));
-    const int nStatus = TellFindings(BackupText(args.strName, builder.Text()).vecFinding);
-    return std::max(nStatus, builder.Check());
+    const std::string strText = builder.Text();
+    session.out.Put(strText, RecordOf({{"text", strText}}));
+    int nStatus = TellFindings(BackupText(args.strName, strText).vecFinding);
+    nStatus = std::max(nStatus, builder.Check());
+    if (!session.out.IsJson() && !session.out.IsRaw() && Shown(strText) != strText) {
+        Complain(
+            "backup build: control characters are escaped in this text; --raw writes it as it is");
+        nStatus = ANSWER_NO;
+    }
+    return nStatus;
 }
 
 }  // namespace

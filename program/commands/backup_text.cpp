@@ -1,5 +1,6 @@
 #include "commands/backup_text.h"
 
+#include "check/text_lines.h"
 #include "view/output.h"
 
 #include "tovelkarin/nml_filemgr.h"
@@ -393,18 +394,8 @@ void BackupText::Add(ESeverity eSeverity, std::size_t nAt, const std::string& st
     vecFinding.push_back({PlaceOf(nAt), eSeverity, strWhat, strExpected});
 }
 
-std::string ReadWhole(const std::string& strFile) {
-    if (strFile == "-")
-        return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
-    std::string strText;
-    const int nError = NSTN_util::ReadStrFromFile(strFile, strText);
-    if (nError != 0)
-        FailWith(nError, strFile);
-    return strText;
-}
-
 std::vector<Finding> CheckBackupFile(const std::string& strFile) {
-    return BackupText(strFile, ReadWhole(strFile)).vecFinding;
+    return BackupText(strFile, ReadText(strFile)).vecFinding;
 }
 
 }  // namespace host

@@ -89,9 +89,6 @@ private:
     std::map<std::string_view, std::vector<std::size_t>> m_mapOpen;   // indices of m_vecOpen
 };
 
-// The whole text of a file, or of standard input for "-". Throws CommandError.
-std::string ReadWhole(const std::string& strFile);
-
 std::vector<Finding> CheckBackupFile(const std::string& strFile);
 
 }  // namespace host

@@ -1,9 +1,12 @@
 #include "check/item_check.h"
+#include "check/text_lines.h"
 #include "commands/item_writer.h"
 #include "sub_commands.h"
 #include "view/record.h"
 
 #include "tovelkarin/tnreadcfg.h"
+
+#include <unistd.h>
 
 // Shows items as a process reads them, with the library's own reader, and sets one
 // (item_writer.cpp). In a script a file keeps its reader, so that a change is seen when a process
@@ -24,13 +27,15 @@ struct CfgArguments {
 // The reader of a file, the same one throughout a run: it looks at the file as a process does.
 NSTN_util::TNReadCfg& ReaderOf(Session& session, const std::string& strFile) {
     const auto [it, bNew] = session.mapCfg.try_emplace(strFile);
-    if (bNew && !it->second.SetFileName(strFile)) {
+    if (bNew && !it->second.SetFileName(PathOfInput(strFile))) {
         session.mapCfg.erase(it);
+        RequireAccess(strFile, R_OK);
         throw CommandError(SYSTEM_FAILED, strFile + ": no such file");
     }
     std::map<std::string, std::string> mapIgnored;
     if (bNew && !it->second.LoadCfgItemFromFile(mapIgnored)) {
         session.mapCfg.erase(it);
+        RequireAccess(strFile, R_OK);
         throw CommandError(SYSTEM_FAILED, strFile + ": the file cannot be read");
     }
     return it->second;
@@ -82,7 +87,7 @@ int SetOneItem(const Session& session, const CfgArguments& args) {
 Runner DefineCfg(CLI::App& app) {
     SubCommands<CfgArguments> commands(app);
     CfgArguments& args = commands.Args();
-    app.add_option("FILE", args.strFile, "a configuration-item file");
+    app.add_option("FILE", args.strFile, "a configuration-item file; -: standard input");
     app.add_option("KEY", args.strKey, "one item; none: all");
     app.add_flag("--int", args.bInt, "as the integer getter reads it");
     CLI::App* const pSet = commands.Add(

@@ -1,81 +1,79 @@
+#include "candidates.h"
 #include "command.h"
 #include "view/record.h"
 
 #include <CLI/CLI.hpp>
 
-// The completion script for bash, out of the table of commands: a case for each command and each of
-// its own commands, with the words that may follow.
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+// The completion scripts. They know nothing themselves: they hand the words to the program, which
+// offers what fits, and leave files to the shell where it offers nothing.
 namespace host {
 
 namespace {
 
-constexpr const char* SCRIPT_BEGIN =
-    R"(# Completion of tovelkarin for bash, made by 'tovelkarin completion'.
+constexpr std::pair<const char*, const char*> SCRIPTS[] = {
+    {"bash", R"(# Completion of tovelkarin for bash, made by 'tovelkarin completion bash'.
 _tovelkarin() {
-    local command= sub= words= i
-    for ((i = 1; i < COMP_CWORD; i++)); do
-        case ${COMP_WORDS[i]} in
-            --root | --state) ((++i)); [[ ${COMP_WORDS[i]} != = ]] || ((++i)) ;;
-            -*) ;;
-            *) if [[ -z $command ]]; then command=${COMP_WORDS[i]}
-               elif [[ -z $sub ]]; then sub=${COMP_WORDS[i]}; fi ;;
-        esac
-    done
-    COMPREPLY=()
-    ((i == COMP_CWORD)) || return 0  # a folder: bash knows those
-    case $command/$sub in
-)";
-
-constexpr const char* SCRIPT_END = R"(    esac
-    COMPREPLY=($(compgen -W "$words" -- "${COMP_WORDS[COMP_CWORD]}"))
+    local IFS=$'\n'
+    COMPREPLY=($("${COMP_WORDS[0]}" completion --of -- "${COMP_WORDS[@]:1:COMP_CWORD}" 2>/dev/null))
 }
-complete -o default -F _tovelkarin tovelkarin)";
-
-std::string CommandNames() {
-    std::string strWords;
-    for (const Command& command : Commands())
-        strWords += std::string(command.szName) + " ";
-    return strWords;
+complete -o default -F _tovelkarin tovelkarin)"},
+    {"zsh", R"(#compdef tovelkarin
+# Completion of tovelkarin for zsh, made by 'tovelkarin completion zsh'.
+_tovelkarin() {
+    local -a fitting
+    fitting=("${(@f)$("${words[1]}" completion --of -- "${(@)words[2,CURRENT]}" 2>/dev/null)}")
+    if [[ -n "$fitting" ]]; then compadd -a fitting; else _files; fi
 }
+if [[ "${funcstack[1]}" == _tovelkarin ]]; then _tovelkarin "$@"; else compdef _tovelkarin tovelkarin; fi)"},
+    {"fish", R"(# Completion of tovelkarin for fish, made by 'tovelkarin completion fish'.
+function __tovelkarin_fitting
+    set -l fitting (tovelkarin completion --of -- (commandline -opc)[2..] (commandline -ct) 2>/dev/null)
+    if test -n "$fitting"
+        printf '%s\n' $fitting
+    else
+        __fish_complete_path (commandline -ct)
+    end
+end
+complete -c tovelkarin -f -a '(__tovelkarin_fitting)')"},
+};
 
-// "run list --help": the words that may follow.
-std::string WordsOf(CLI::App& app) {
-    std::string strWords;
-    for (const CLI::App* const pSub : app.get_subcommands({}))
-        strWords += pSub->get_name() + " ";
-    for (const CLI::Option* const pOption : app.get_options())
-        for (const std::string& strName : pOption->get_lnames())
-            strWords += "--" + strName + " ";
-    return strWords;
-}
+struct CompletionArguments {
+    std::string strShell = "bash";
+    std::vector<std::string> vecWord;
+    bool bOf = false;
+};
 
-std::string Case(const std::string& strPattern, const std::string& strWords) {
-    return "        " + strPattern + ") words='" + strWords.substr(0, strWords.size() - 1) +
-           "' ;;\n";
-}
-
-std::string Script() {
-    std::string strScript = SCRIPT_BEGIN;
-    strScript += Case("/", CommandNames() + "--root --state --json --version --help ");
-    strScript += Case("help/", CommandNames());
-    for (const Command& command : Commands()) {
-        CLI::App app;
-        command.Define(app);
-        const std::string strName = command.szName;
-        for (CLI::App* const pSub : app.get_subcommands({}))
-            strScript += Case(strName + "/" + pSub->get_name(), WordsOf(*pSub));
-        strScript += Case(strName + "/*", WordsOf(app));
+int PutCompletion(const Session& session, const CompletionArguments& args) {
+    if (args.bOf) {
+        for (const std::string& strWord : Candidates(args.vecWord))
+            session.out.Put(strWord, RecordOf({{"candidate", strWord}}));
+        return DONE;
     }
-    return strScript + SCRIPT_END;
+    for (const auto& [szShell, szScript] : SCRIPTS)
+        if (args.strShell == szShell)
+            session.out.Put(szScript, RecordOf({{"completion", szScript}}));
+    return DONE;
 }
 
 }  // namespace
 
-Runner DefineCompletion(CLI::App& /*app*/) {
-    return [](Session& session) {
-        const std::string strScript = Script();
-        session.out.Put(strScript, RecordOf({{"completion", strScript}}));
-        return DONE;
+Runner DefineCompletion(CLI::App& app) {
+    const auto pArgs = std::make_shared<CompletionArguments>();
+    app.add_flag("--of", pArgs->bOf, "what the last of the words behind -- may become");
+    app.add_option_function<std::vector<std::string>>(
+        "SHELL", [pArgs](const std::vector<std::string>& vecWord) { pArgs->vecWord = vecWord; },
+        "bash, zsh or fish; with --of the words");
+    return [pArgs](Session& session) {
+        if (!pArgs->bOf && !pArgs->vecWord.empty())
+            pArgs->strShell = pArgs->vecWord.front();
+        const auto IsThis = [&](const auto& script) { return pArgs->strShell == script.first; };
+        if (!pArgs->bOf && std::none_of(std::begin(SCRIPTS), std::end(SCRIPTS), IsThis))
+            throw CommandError(WRONG_USAGE, "expected bash, zsh or fish", EName::COMMAND);
+        return PutCompletion(session, *pArgs);
     };
 }
 

@@ -1,5 +1,5 @@
+#include "check/text_lines.h"
 #include "commands/asn_json.h"
-#include "commands/backup_text.h"
 #include "commands/processes.h"
 #include "sub_commands.h"
 #include "view/record.h"
@@ -99,7 +99,7 @@ struct AsnArguments {
 };
 
 int TraceAsn(Session& session, const AsnArguments& args) {
-    const std::shared_ptr<const AsnType> pValue = ReadAsn(args.strFile, ReadWhole(args.strFile));
+    const std::shared_ptr<const AsnType> pValue = ReadAsn(args.strFile, ReadText(args.strFile));
     if (args.bText) {
         Json::Value record;
         const std::string strText = NSTE_util::toString(*pValue);

@@ -201,7 +201,9 @@ private:
         std::string strNext = "tovelkarin check lang";
         for (const std::string& strOne : vecFolder)
             strNext += " " + Quoted(strOne);
-        if (PutFindings(strFolder, strNext, [&] { return CheckLanguages(vecFolder); }))
+        if (PutFindings(strFolder, strNext, [&] {
+                return CheckLanguages({vecFolder.begin(), vecFolder.end()});
+            }))
             Good("languages",
                  strFolder + ": " + Counted(vecFolder.size(), "language") + " with the same keys");
     }

@@ -141,7 +141,10 @@ void EventRecordWriter::PutHeld(const zemb::BoxHeld& held) {
 }
 
 EventRecordReader::EventRecordReader(const std::string& strFile)
-    : m_strFile(strFile), m_file(strFile), m_vecText(LINE_MAX_OCTETS), m_pParser(NewParser()) {
+    : m_strFile(strFile),
+      m_file(strFile == "-" ? "/dev/stdin" : strFile),
+      m_vecText(LINE_MAX_OCTETS),
+      m_pParser(NewParser()) {
     if (!m_file)
         FailWithErrno(strFile);
 }

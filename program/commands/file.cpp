@@ -3,6 +3,8 @@
 
 #include "tovelkarin/nml_filemgr.h"
 
+#include <unistd.h>
+
 #include <limits>
 
 // Paths, sizes, listings and pruning by the library's own functions. A dry run of pruning goes by
@@ -41,6 +43,7 @@ int ShowSize(const Session& session, const FileArguments& args) {
     record["path"] = args.strPath;
     if (!NSTN_util::IsFolder(args.strPath)) {
         const long nBytes = NSTN_util::GetFileSize(args.strPath);
+        RequireAccess(args.strPath, F_OK);
         if (nBytes == -1)
             throw CommandError(ANSWER_NO, args.strPath + ": no file or folder of that name");
         record["bytes"] = static_cast<Json::Int64>(nBytes);
@@ -66,8 +69,10 @@ int ListEntries(const Session& session, const FileArguments& args) {
     std::list<std::string> listName;
     const int nFlag = args.bFiles == args.bFolders ? 2 : args.bFiles ? 0 : 1;
     FailOn(NSTN_util::GetAllFileByFlag(args.strPath, nFlag, listName), args.strPath);
+    // A name may hold a line feed, and must not look like two.
     for (const std::string& strName : listName)
-        Put(session, strName);
+        session.out.Put(session.out.IsRaw() ? strName : OnOneLine(strName),
+                        RecordOf({{"path", strName}}));
     return DONE;
 }
 
@@ -93,7 +98,7 @@ int PruneFiles(const Session& session, const FileArguments& args) {
         }
         Json::Value record;
         record[args.bDryRun ? "would_delete" : "deleted"] = strName;
-        session.out.Put((args.bDryRun ? "would delete " : "deleted ") + strName, record);
+        session.out.Put((args.bDryRun ? "would delete " : "deleted ") + OnOneLine(strName), record);
     }
     session.out.Say(Counted(listName.size() - listLeft.size(), "name") +
                     (args.bDryRun ? " would go, " : " gone, ") + std::to_string(listLeft.size()) +

@@ -1,5 +1,6 @@
 #include "command.h"
 #include "console/console.h"
+#include "help.h"
 #include "view/manual.h"
 #include "view/record.h"
 
@@ -24,15 +25,17 @@ struct HostArguments {
 
 int RunHost(Session& session, const HostArguments& args) {
     session.bHosting = true;
-    if (!args.strScript.empty()) {
+    if (!args.strScript.empty() && args.strScript != "-") {
         std::ifstream script(args.strScript);
+        RequireAccess(args.strScript, R_OK);
         if (!script || script.peek() == std::ifstream::traits_type::eof())
             throw CommandError(SYSTEM_FAILED, args.strScript + ": the script cannot be read");
         return RunScript(session, script, args.strScript, args.bEcho);
     }
-    if (isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0)
+    if (args.strScript.empty() && isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0)
         return RunTerminal(session);
-    return RunScript(session, std::cin, "standard input", args.bEcho);
+    return RunScript(session, std::cin, args.strScript.empty() ? "standard input" : args.strScript,
+                     args.bEcho);
 }
 
 struct HelpArguments {
@@ -63,7 +66,7 @@ int ShowHelp(Session& session, HelpArguments args) {
 Runner DefineHost(CLI::App& app) {
     const auto pArgs = std::make_shared<HostArguments>();
     app.add_option("SCRIPT", pArgs->strScript,
-                   "file of commands; none: standard input; $ROOT and $STATE "
+                   "file of commands; none, or -: standard input; $ROOT and $STATE "
                    "stand for the folders; a failure ends it, an answer 'no' does not");
     app.add_flag("--echo", pArgs->bEcho, "print each command before it runs");
     return [pArgs](Session& session) { return RunHost(session, *pArgs); };

@@ -274,7 +274,7 @@ private:
             strText += "\n    " + Hex(nCode) + "  " + std::to_string(nTimes);
         }
         strText += "\n  log entries  " + std::to_string(m_nRows) + "\n  longest wait  " +
-                   std::to_string(m_nLongest) + " us\n  " +
+                   DurationText(m_nLongest) + "\n  " +
                    std::to_string(
                        static_cast<long>(static_cast<double>(nAll) / std::max(m_dSeconds, 1e-9))) +
                    " operations a second";

@@ -11,6 +11,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <deque>
 #include <memory>
@@ -65,6 +67,7 @@ std::string NameOfProcess(const std::string& strProcess) {
 
 int ShowLog(const Session& session, const LogArguments& args) {
     Session::RequireState(zemb::LogFileOf(args.strModule));
+    RequireAccess(zemb::GetStatePath() + "/log", R_OK | X_OK);
     MergedLog log(args.strModule, NameOfProcess(args.strProcess));
     std::deque<LogLine> dequeLast;
     for (LogLine line; log.Next(line, !args.bFollow);) {

@@ -77,7 +77,7 @@ void AddNamedModules(const std::string& strFile, Rows& rows) {
         return;
     const auto it = mapItem.find(base::KEY_MODULES);
     if (it != mapItem.end())
-        rows.Add({it->first, AsIs(it->second), AsIs(strFile)});
+        rows.Add({it->first, AsIs(it->second), strFile, it->second, AsIs(strFile)});
 }
 
 int ShowOwnSettings(Session& session) {
@@ -86,7 +86,9 @@ int ShowOwnSettings(Session& session) {
     const std::string strEms =
         NSTE_util::emscfgfile != nullptr ? NSTE_util::emscfgfile : strRoot + base::EMS_UNDER_ROOT;
     const std::string strTrans = strRoot + base::TRANS_EMS_UNDER_ROOT;
-    Rows rows(session.out, {{"setting", "SETTING"}, {"value", "VALUE"}, {"from", "FROM"}});
+    Rows rows(
+        session.out,
+        {{"setting", "SETTING"}, {"value", "VALUE"}, {"file", {}}, {"in_file", {}}, {"", "FROM"}});
     for (const SettingRow& row : SETTINGS) {
         const int nValue = row.pSwitch != nullptr ? static_cast<int>(*row.pSwitch) : *row.pNumber;
         const std::string& strFile = row.bTransEms ? strTrans : strEms;
@@ -96,7 +98,7 @@ int ShowOwnSettings(Session& session) {
         std::string strFrom = bInFile ? strFile : "default (no such key in " + strFile + ")";
         if (bInFile && nExpected != nValue)
             strFrom += ", which says " + std::to_string(nInFile);
-        rows.Add({row.szKey, nValue, AsIs(strFrom)});
+        rows.Add({row.szKey, nValue, strFile, bInFile ? Cell(nInFile) : Cell(), AsIs(strFrom)});
     }
     AddNamedModules(strTrans, rows);
     rows.Put();

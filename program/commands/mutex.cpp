@@ -1,7 +1,11 @@
+#include "commands/mutex_graph.h"
 #include "commands/replay.h"
 #include "sub_commands.h"
 #include "view/record.h"
 #include "view/rows.h"
+
+#include <algorithm>
+#include <set>
 
 // Loads table files, and shows them as a matrix or a graph. Both have an entry for each pair of
 // operations, so a table that names too many is refused.
@@ -66,25 +70,25 @@ void PutMatrix(const Output& out, const MutexFile& table) {
 }
 
 void PutGraph(const Output& out, const MutexFile& table) {
-    std::string strDot =
-        "digraph mutex {\n  // An arrow leads from a running operation to what it blocks.\n";
-    const std::vector<int> vecOper = ShownOperations(table);
-    for (const int nOper : vecOper)
-        if (table.ExclusiveRule(nOper) != nullptr)
-            strDot +=
-                "  \"" + std::to_string(nOper) + "\" [shape=doublecircle];  // excludes all\n";
-    for (const int nAsked : vecOper)
-        for (const int nBlocker : vecOper)
-            if (table.PairRule(nBlocker, nAsked) != nullptr)
-                strDot += "  \"" + std::to_string(nBlocker) + "\" -> \"" + std::to_string(nAsked) +
-                          "\";\n";
-    out.Put(strDot + "}", RecordOf({{"dot", strDot + "}\n"}}));
+    const std::string strDot = MutexGraph(table, ShownOperations(table));
+    out.Put(strDot, RecordOf({{"dot", strDot + "\n"}}));
+}
+
+// Tells of the files whose bad lines were left out.
+int TellBadFiles(const MutexFile& table) {
+    std::set<std::string> setFile;
+    for (const Finding& finding : table.vecFinding)
+        if (finding.eSeverity == ESeverity::ERROR)
+            setFile.insert(finding.place.strFile);
+    std::for_each(setFile.begin(), setFile.end(), Session::TellBadLines);
+    return setFile.empty() ? DONE : ANSWER_NO;
 }
 
 int Matrix(Session& session, const MutexArguments& args) {
     MutexFile fromFiles;
     for (const std::string& strFile : args.vecFile)
         fromFiles.Read(strFile);
+    const int nStatus = TellBadFiles(fromFiles);
     if (args.vecFile.empty())
         session.Start();
     const MutexFile& table = args.vecFile.empty() ? session.ledger.table : fromFiles;
@@ -92,7 +96,7 @@ int Matrix(Session& session, const MutexArguments& args) {
         PutGraph(session.out, table);
     else
         PutMatrix(session.out, table);
-    return DONE;
+    return nStatus;
 }
 
 int ReplayOn(const Session& session, const MutexArguments& args) {
@@ -117,12 +121,13 @@ Runner DefineMutex(CLI::App& app) {
     pLoad->add_option("FILE", args.vecFile, "table files")->required();
     CLI::App* const pMatrix =
         commands.Add("matrix", "show which running operation (column) blocks which (row)", Matrix);
-    pMatrix->add_option("FILE", args.vecFile, "table files; none: what is loaded");
+    pMatrix->add_option("FILE", args.vecFile,
+                        "table files; none: what is loaded; -: standard input");
     pMatrix->add_flag("--dot", args.bDot, "as a graph for graphviz");
     CLI::App* const pReplay =
         commands.Add("replay", "play what 'events --record' wrote against another table", ReplayOn);
     pReplay->footer(REPLAY_FOOTER);
-    pReplay->add_option("FILE", args.vecFile, "records")->required();
+    pReplay->add_option("FILE", args.vecFile, "records; -: standard input")->required();
     pReplay->add_option("--table", args.vecTable, "the other table; may be given several times")
         ->required()
         ->allow_extra_args(false);

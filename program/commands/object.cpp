@@ -62,10 +62,10 @@ int ShowFbTypes(const Session& session) {
         kept = type;
         AppendItem(strDetails, std::to_string(nType), " ");
     }
-    Rows rows(session.out, {{"fbtype", "type"},
-                            {"level", "level"},
-                            {"low_level", "lower"},
-                            {"types", "detailed types"}});
+    Rows rows(session.out, {{"fbtype", "TYPE"},
+                            {"level", "LEVEL"},
+                            {"low_level", "LOWER"},
+                            {"types", "DETAILED TYPES"}});
     for (const auto& [nFbType, entry] : mapType)
         rows.Add({nFbType, entry.first.strLevel, entry.first.strLowLevel, entry.second});
     rows.Put();
@@ -93,6 +93,8 @@ void ShowFdn(const Session& session, const std::string& strText) {
     const bool bPorts = (fdn.GetValue(strPorts, "LP", 0) && !strPorts.empty()) ||
                         (fdn.GetValue(strPorts, "PP", 0) && !strPorts.empty());
     if (bPorts && mgr.ParsePortKeyFromFDN(strText, key) == 0) {
+        if (key.neId == 0)
+            WarnOfEveryNe("'" + strText + "' names no NE");
         record["ne"] = key.neId;
         record["board"] = Hex(key.boardPos);
         record["port"] = Hex(key.portPos);

@@ -1,3 +1,4 @@
+#include "check/text_lines.h"
 #include "commands/mission.h"
 #include "commands/new_file.h"
 #include "console/interrupt.h"
@@ -125,7 +126,7 @@ std::string CsvLine(const zemb::OperLogRow& row) {
 
 void Read(const zemb::OperLogFilter& filter,
           const std::function<bool(const zemb::OperLogRow&)>& take) {
-    Session::RequireState(zemb::OperLogFile());
+    RequireAccess(Session::RequireState(zemb::OperLogFile()), R_OK);
     std::string strError;
     if (!zemb::ReadOperLog(filter, take, strError))
         throw CommandError(SYSTEM_FAILED, strError);
@@ -235,17 +236,9 @@ long long ExportTo(const OpLogArguments& args, const std::function<void(const st
     return nRows;
 }
 
-// An open file of the process itself, which the system shows as a link.
-bool IsOwnFile(const std::string& strFile) {
-    static const std::string OPEN_FILES = "/dev/fd/";
-    return strFile == "/dev/stdout" || strFile == "/dev/stderr" ||
-           (strFile.rfind(OPEN_FILES, 0) == 0 &&
-            strFile.find('/', OPEN_FILES.size()) == std::string::npos);
-}
-
 // To a pipe, a terminal or a device, which stays what it is.
 long long ExportInto(const OpLogArguments& args) {
-    const int nLinks = IsOwnFile(args.strFile) ? 0 : O_NOFOLLOW;
+    const int nLinks = IsOpenFile(args.strFile) ? 0 : O_NOFOLLOW;
     const int nFile = open(args.strFile.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | nLinks);
     if (nFile == -1)
         FailWithErrno(args.strFile);
@@ -281,7 +274,7 @@ int Export(const Session& session, const OpLogArguments& args) {
             EName::SUB_COMMAND);
     std::error_code error;
     const fs::file_status status = fs::symlink_status(args.strFile, error);
-    if (fs::is_symlink(status) && !IsOwnFile(args.strFile))
+    if (fs::is_symlink(status) && !IsOpenFile(args.strFile))
         throw CommandError(SYSTEM_FAILED,
                            args.strFile + ": a link; name the file that it leads to");
     const bool bNew = !fs::exists(status) || fs::is_regular_file(status);
@@ -294,6 +287,7 @@ int Export(const Session& session, const OpLogArguments& args) {
 
 int Verify(const Session& session, const OpLogArguments& /*args*/) {
     const std::string strFile = Session::RequireState(zemb::OperLogFile());
+    RequireAccess(strFile, R_OK);
     std::error_code error;
     if (!std::filesystem::exists(strFile, error))
         throw CommandError(
@@ -315,7 +309,7 @@ int PruneEntries(const Session& session, const OpLogArguments& args) {
         filter.strTo = args.strBefore;
         Read(filter, [&](const zemb::OperLogRow&) { return ++nDeleted > 0; });
     } else {
-        Session::RequireState(zemb::OperLogFile());
+        RequireAccess(Session::RequireState(zemb::OperLogFile()), R_OK | W_OK);
         std::string strError;
         if (!zemb::PruneOperLog(args.strBefore, nDeleted, strError))
             throw CommandError(SYSTEM_FAILED, strError);

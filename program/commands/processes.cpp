@@ -3,7 +3,7 @@
 #include "base/item_line.h"
 #include "base/root_files.h"
 #include "check/lang_file.h"
-#include "commands/backup_text.h"
+#include "check/text_lines.h"
 #include "commands/event_record.h"
 #include "commands/ledger.h"
 #include "commands/refusal_text.h"
@@ -13,6 +13,8 @@
 #include "view/rows.h"
 
 #include "zemb/settings.h"
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
@@ -35,8 +37,11 @@ constexpr const char* ALL = "all";
 constexpr long long MINUTE = 60 * SECOND;
 constexpr std::size_t POST_MORTEM_EVENTS = 50;
 
+// Who may not look must not read that nobody is there.
 std::vector<BoxSummary> Boxes() {
-    return zemb::ListBlackBoxes(zemb::GetStatePath());
+    const std::string strState = zemb::GetStatePath();
+    RequireAccess(strState + "/run", R_OK | X_OK);
+    return zemb::ListBlackBoxes(strState);
 }
 
 bool IsNumber(const std::string& strText) {
@@ -266,7 +271,7 @@ void FillLedger(const BlackBox& box, Ledger& ledger) {
         if (strKind == "table") {
             ledger.table.Read(strName);
             NSTN_util::ContentMark mark;
-            mark.Add(ReadWhole(strName));
+            mark.Add(ReadText(strName));
             if (mark.Text() != strValue)
                 throw CommandError(ANSWER_NO, strName +
                                                   ": was changed since the process loaded it, so "

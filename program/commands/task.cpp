@@ -1,9 +1,11 @@
 #include "commands/processes.h"
 #include "commands/task_runner.h"
+#include "mistake.h"
 #include "sub_commands.h"
 #include "view/progress_line.h"
 #include "view/record.h"
 #include "view/rows.h"
+#include "view/texts.h"
 
 #include "tovelkarin/tedebugcommandmgr.h"
 
@@ -37,6 +39,8 @@ std::string TitleOf(const TaskOrder& order) {
 
 int RunTask(Session& session, const TaskArguments& args) {
     const TaskOrder& order = args.order;
+    if (order.nNe == 0)
+        WarnOfEveryNe();
     unsigned long nResult = 0;
     {
         const ProgressLine line;
@@ -80,6 +84,8 @@ int ShowAllTasks(Session& session, const TaskArguments& args) {
 
 int StartTask(Session& session, const TaskArguments& args) {
     const TaskOrder& order = args.order;
+    if (order.nNe == 0)
+        WarnOfEveryNe();
     TaskRunner& runner = RunnerOf(session);
     const int nId = runner.Start(order);
     for (const TaskRunner::Row& row : runner.All())
@@ -157,8 +163,7 @@ Runner DefineTask(CLI::App& app) {
     CLI::App* const pRun =
         commands.Add("run", "one operation on an NE, from the command to the log entry", RunTask);
     CLI::App* const pStart = commands.Add(
-        "start", "the same in the background, stopped behind its first step; inside 'host'",
-        StartTask);
+        "start", "the same in the background, stopped behind its first step", StartTask);
     for (CLI::App* const pOne : {pRun, pStart}) {
         pOne->add_option("OPERATION", order.nOper, "operation number, the command")->required();
         pOne->add_option("NE", order.nNe, "the NE")->required();
@@ -216,6 +221,7 @@ Runner DefineErrors(CLI::App& app) {
         if (!*pClear)
             return ShowProcesses(session, *pProcess,
                                  [&](const zemb::BlackBox& box) { ShowErrors(session.out, box); });
+        RequireHost(session, "errors --clear");
         zemb::ClearOperErrors();
         return DONE;
     };

@@ -160,10 +160,10 @@ int ShowTimeouts(Session& session, const std::string& strGiven) {
     for (const auto* const pMap : {&file.mapTimeout, &file.mapDual})
         for (const auto& [nCmd, fact] : *pMap)
             setCmd.insert(nCmd);
-    Rows rows(session.out, {{"command", "command"},
-                            {"seconds", "seconds"},
-                            {"second_time", "second time"},
-                            {"", "lines"}});
+    Rows rows(session.out, {{"command", "COMMAND"},
+                            {"seconds", "SECONDS"},
+                            {"second_time", "SECOND TIME"},
+                            {"", "LINES"}});
     const auto Line = [](const std::map<int, TimeoutFile::Fact>& mapFact, int nCmd) {
         const auto it = mapFact.find(nCmd);
         return it == mapFact.end() ? std::string("-") : it->second.place.Text();
@@ -174,10 +174,13 @@ int ShowTimeouts(Session& session, const std::string& strGiven) {
                   Service().GetReqTimeDualValue(nCmd), AsIs(strLines)});
     }
     rows.Put();
-    session.out.Say("default " + std::to_string(Service().GetReqDefaultTimeout(WITHOUT_DEFAULT)) +
-                    " s, offset " + std::to_string(file.offset ? file.offset->nValue : 0) +
-                    " s, read again when it changes: " +
-                    (file.refresh && file.refresh->nValue != 0 ? "yes" : "no"));
+    const int nDefault = Service().GetReqDefaultTimeout(WITHOUT_DEFAULT);
+    const int nOffset = file.offset ? file.offset->nValue : 0;
+    const bool bRefresh = file.refresh && file.refresh->nValue != 0;
+    session.out.Put("default " + std::to_string(nDefault) + " s, offset " +
+                        std::to_string(nOffset) +
+                        " s, read again when it changes: " + (bRefresh ? "yes" : "no"),
+                    RecordOf({{"default", nDefault}, {"offset", nOffset}, {"refresh", bRefresh}}));
     return DONE;
 }
 

@@ -3,6 +3,8 @@
 #include "tovelkarin/tntrace.h"
 #include "tovelkarin/utilif.h"
 
+#include <unistd.h>
+
 #include <memory>
 #include <utility>
 
@@ -45,9 +47,11 @@ int WriteLine(const Session& session, const TraceArguments& args) {
     zemb::SetLogFiles(true);
     NSTN_util::TNTrace2LogFile(args.strModule, args.nLevel, strLine);
     zemb::SetLogFiles(session.bHosting);
+    const std::string strFile = zemb::LogFileOf(args.strModule);
+    if (!strFile.empty() && access(strFile.c_str(), W_OK) != 0)
+        FailWithErrno(strFile);  // so the line is lost
     Json::Value record;
     record["line"] = strLine;
-    const std::string strFile = zemb::LogFileOf(args.strModule);
     if (!strFile.empty())
         record["file"] = strFile;
     session.out.Put(strLine, record);

@@ -9,6 +9,8 @@
 
 #include "zemb/user_config.h"
 
+#include <unistd.h>
+
 #include <memory>
 
 // Values of users, node identifiers and call chains, each as a server process would ask the library
@@ -17,7 +19,14 @@ namespace host {
 
 namespace {
 
+// Values that may not be read are not missing.
+void RequireValues(int nMode) {
+    if (const std::string strState = zemb::GetStatePath(); !strState.empty())
+        RequireAccess(strState + "/usercfg.db", nMode);
+}
+
 int ListUserCfg(const Session& session, const zemb::UserCfgItem& /*item*/) {
+    RequireValues(R_OK);
     std::vector<zemb::UserCfgItem> vecItem;
     std::string strError;
     if (!zemb::ReadUserCfg(vecItem, strError))
@@ -32,6 +41,7 @@ int ListUserCfg(const Session& session, const zemb::UserCfgItem& /*item*/) {
 
 // As the library reads it: a number.
 int GetUserCfg(const Session& session, const zemb::UserCfgItem& item) {
+    RequireValues(R_OK);
     int nValue = 0;
     if (!NSTN_util::GetBoolIntEnvVarFromDB(item.strSection, item.strKey, nValue))
         throw CommandError(ANSWER_NO, "no value of '" + item.strKey + "' in '" + item.strSection +
@@ -41,6 +51,7 @@ int GetUserCfg(const Session& session, const zemb::UserCfgItem& item) {
 }
 
 int SetUserCfg(const Session& /*session*/, const zemb::UserCfgItem& item) {
+    RequireValues(R_OK | W_OK);
     std::string strError;
     if (!zemb::SetUserCfg(item, strError))
         throw CommandError(SYSTEM_FAILED, strError);

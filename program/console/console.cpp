@@ -1,8 +1,10 @@
 #include "console/console.h"
 
+#include "candidates.h"
 #include "check/finding.h"
 #include "command.h"
 #include "console/interrupt.h"
+#include "view/record.h"
 
 #include "tovelkarin/stringutil.h"
 
@@ -30,28 +32,40 @@ namespace {
 
 constexpr const char* PROMPT = "tovelkarin> ";
 
-// Gives libedit one command after the other that begins with what was typed; it frees the texts.
-char* NextCompletion(const char* szBegin, int nState) {
-    static std::size_t s_nNext = 0;
-    if (nState == 0)
-        s_nNext = 0;
-    while (s_nNext < Commands().size()) {
-        const char* const szName = Commands()[s_nNext++].szName;
-        if (std::strncmp(szName, szBegin, std::strlen(szBegin)) == 0)
-            return strdup(szName);
-    }
-    return nullptr;
+// What fits the word at hand; libedit asks for one after the other.
+std::vector<std::string> g_vecCandidate;
+
+char* NextCompletion(const char* /*szBegin*/, int nState) {
+    const auto nNext = static_cast<std::size_t>(nState);
+    return nNext < g_vecCandidate.size() ? strdup(g_vecCandidate[nNext].c_str()) : nullptr;
 }
 
+// Where nothing fits libedit offers files.
 char** Complete(const char* szWord, int nStart, int) {
-    if (nStart == 0)
-        return rl_completion_matches(szWord, NextCompletion);
-    return nullptr;  // file names
+    try {
+        std::vector<std::string> vecWord =
+            SplitWords(std::string(rl_line_buffer).substr(0, static_cast<std::size_t>(nStart)));
+        vecWord.emplace_back(szWord);
+        g_vecCandidate = Candidates(vecWord);
+    } catch (const std::exception&) {
+        return nullptr;  // a quote is open
+    }
+    return g_vecCandidate.empty() ? nullptr : rl_completion_matches(szWord, NextCompletion);
 }
 
+// In the folder for what programs remember of their user; "" when it cannot be made.
 std::string HistoryFile() {
-    const std::string strState = zemb::GetStatePath();
-    return strState.empty() ? "" : strState + "/history";
+    const char* const szState = std::getenv("XDG_STATE_HOME");
+    const char* const szHome = std::getenv("HOME");
+    std::filesystem::path folder = szState == nullptr ? "" : szState;
+    if (!folder.is_absolute())  // what is not, does not count
+        folder = szHome == nullptr ? "" : std::filesystem::path(szHome) / ".local/state";
+    if (!folder.is_absolute())
+        return "";
+    folder /= "tovelkarin";
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    return error ? "" : (folder / "history").string();
 }
 
 }  // namespace
@@ -126,7 +140,7 @@ int RunScript(Session& session, std::istream& input, const std::string& strName,
     std::string strLine;
     for (int nLine = 1; !session.IsQuit() && std::getline(input, strLine); ++nLine) {
         if (bEcho && IsShown(strLine))
-            session.out.Say(PROMPT + strLine);
+            session.out.Put(PROMPT + strLine, RecordOf({{"input", strLine}}));
         const int nStatus = RunLine(session, strLine);
         if (nStatus != DONE && nStatus != ANSWER_NO) {
             Complain(PlaceText(strName, nLine) + ": ended here");
@@ -163,9 +177,9 @@ int RunTerminal(Session& session) {
         RunLine(session, *line);
     }
     if (!strHistory.empty()) {
-        // As all that lies there: for the group, not through a link, in a folder that is there.
+        // For its user alone, and not through a link.
         const int nFile =
-            open(strHistory.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0640);
+            open(strHistory.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
         if (nFile != -1 && close(nFile) == 0)
             write_history(strHistory.c_str());
     }

@@ -34,6 +34,10 @@ public:
 [[noreturn]] void FailWith(int nError, const std::string& strFile);
 [[noreturn]] void FailAsNoPlainFile(const std::string& strFile);
 
+// Throws for a file that is there and may not be read, or written, as access() has it: whoever
+// finds none would take it for empty.
+void RequireAccess(const std::string& strFile, int nMode);
+
 // A command's name, with those of its own commands as far as they were read: "task finish".
 std::string NameOfParsed(const CLI::App& app);
 

@@ -3,6 +3,7 @@
 #include "base/root_files.h"
 #include "command.h"
 #include "global_arguments.h"
+#include "mistake.h"
 
 #include <CLI/CLI.hpp>
 
@@ -37,6 +38,8 @@ constexpr Entry EXIT_STATUS[] = {
 constexpr Entry ENVIRONMENT[] = {
     {"ZEMB_ROOT", "the installation root, without --root"},
     {"ZEMB_STATE", "the folder of logs and databases, without --state; else var under the root"},
+    {"NO_COLOR", "when it is set, no colours without --color=always"},
+    {"XDG_STATE_HOME", "where the history lies; else ~/.local/state"},
     {"ZEMB_LANG", "the language of texts; else en"},
     {"TZ", "the time zone; else that of the system"},
 };
@@ -54,12 +57,13 @@ constexpr Entry OTHER_FILES[] = {
     {"<state>/log/<module>.log", "a line for each entry: UTC time, thread, level, text"},
     {"<state>/log/callchain.jsonl", "a JSON object for each record of a call chain"},
     {"<state>/usercfg.db", "the values of 'usercfg'"},
-    {"<state>/history", "what was typed at the prompt of 'host'"},
+    {"$XDG_STATE_HOME/tovelkarin/history", "what was typed at the prompt of 'host'"},
 };
 
 constexpr const char* SEE_ALSO =
     "tovelkarin-asn(5), tovelkarin-backup(5), tovelkarin-configuration(5), tovelkarin-fdn(5), "
-    "tovelkarin-items(5), tovelkarin-language(5), tovelkarin-lists(5), tovelkarin-mutex-table(5), "
+    "tovelkarin-items(5), tovelkarin-json(5), tovelkarin-language(5), tovelkarin-lists(5), "
+    "tovelkarin-mutex-table(5), "
     "tovelkarin-ne(5), tovelkarin-operation-log(5), tovelkarin-otn(5), tovelkarin-timeouts(5)";
 
 // A text that roff takes as it stands, so that a shell takes it back.
@@ -128,8 +132,9 @@ private:
 };
 
 void AddCommand(const Command& command, Page& page) {
-    CLI::App app;
+    CLI::App app("", command.szName);
     command.Define(app);
+    TellForHost(app);
     page.Command(command.szName);
     page.Text(std::string(command.szSummary) + ".");
     if (!app.get_description().empty())

@@ -1,19 +1,26 @@
 #include "view/output.h"
 
 #include "base/escape.h"
+#include "view/colors.h"
+
+#include "tovelkarin/stringutil.h"
 
 #include <json/writer.h>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
+#include <ctime>
 #include <iostream>
+#include <regex>
 #include <string_view>
+#include <utility>
 
 // What the program prints, as text or as JSON. With JSON standard output is moved aside at once:
 // the library prints some lines of its own, and none of them may come between the objects. Control
-// characters are escaped on the way to a terminal, as texts of logs and files must not steer it.
+// characters are escaped on the way, as texts of logs and files must not steer a terminal; a pipe
+// mostly leads to one. Colours and local times are put in behind that.
 namespace host {
 
 namespace {
@@ -28,9 +35,41 @@ std::shared_ptr<std::FILE> TakeStandardOutput() {
     return {pFile, &std::fclose};
 }
 
+// 0 where standard output is no terminal.
+std::size_t TerminalWidth() {
+    winsize size{};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+// A text for a cell: what is escaped already stays as it is.
+std::string InOneLine(const std::string& strText) {
+    std::string strShown;
+    base::AppendEscaped(strText, "\\", strShown);
+    return strShown;
+}
+
+// "2026-03-01 08:00:00.000Z" as "2026-03-01 09:00:00.000+0100".
+std::string LocalTime(const std::string& strUtc, const std::string& strFraction) {
+    std::tm parts{};
+    if (strptime(strUtc.c_str(), "%Y-%m-%d %H:%M:%S", &parts) == nullptr)
+        return strUtc;
+    const std::time_t tSeconds = timegm(&parts);
+    char szTime[32];
+    char szOffset[16];
+    const std::tm local = NSTN_util::UTC2Local(tSeconds);
+    if (std::strftime(szTime, sizeof szTime, "%Y-%m-%d %H:%M:%S", &local) == 0 ||
+        std::strftime(szOffset, sizeof szOffset, "%z", &local) == 0)
+        return strUtc;
+    return szTime + strFraction + szOffset;
+}
+
 }  // namespace
 
-Output::Output(bool bJson) : m_pJson(bJson ? TakeStandardOutput() : nullptr) {}
+void Output::Configure(const OutputWishes& wishes) {
+    m_wishes = wishes;
+    if (wishes.bJson && m_pJson == nullptr)
+        m_pJson = TakeStandardOutput();
+}
 
 bool Output::IsGood() const {
     return std::cout.good() && (!IsJson() || std::ferror(m_pJson.get()) == 0);
@@ -43,19 +82,42 @@ void Output::Put(const std::string& strText, const Json::Value& record) const {
     std::fflush(m_pJson.get());
 }
 
-void Output::PutExact(const std::string& strText, const Json::Value& record) const {
-    if (IsJson() || isatty(STDOUT_FILENO) == 1)
-        return Put(strText, record);
-    std::cout << strText << std::endl;
+void Output::Say(const std::string& strText) const {
+    if (IsJson())
+        return;
+    const std::string strShown = Localized(m_wishes.bRaw ? strText : Shown(strText));
+    std::cout << (IsColored(STDOUT_FILENO) ? Colored(strShown) : strShown) << std::endl;
 }
 
-void Output::Say(const std::string& strText) const {
-    if (!IsJson())
-        std::cout << Shown(strText) << std::endl;
+void Output::SayTable(std::vector<std::vector<std::string>> vecRow) const {
+    if (IsJson())
+        return;
+    for (auto& row : vecRow)
+        for (std::string& strCell : row)
+            strCell = Localized(InOneLine(strCell));
+    const bool bColors = IsColored(STDOUT_FILENO);
+    std::cout << Table(vecRow, {TerminalWidth(), bColors ? ColoredCell : nullptr}) << std::endl;
+}
+
+// Every time that zemb::FormatTime wrote, in local time with its offset. What is not on a terminal
+// is read by programs, which want UTC.
+std::string Output::Localized(const std::string& strText) const {
+    static const std::regex UTC_TIME(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d(\.\d{3})Z)");
+    if (!m_wishes.bLocal || isatty(STDOUT_FILENO) != 1)
+        return strText;
+    std::string strLocal;
+    auto itRest = strText.begin();
+    for (std::sregex_iterator it(strText.begin(), strText.end(), UTC_TIME), end; it != end; ++it) {
+        strLocal.append(itRest, (*it)[0].first);
+        strLocal += LocalTime(it->str(), it->str(1));
+        itRest = (*it)[0].second;
+    }
+    return strLocal.append(itRest, strText.end());
 }
 
 void Complain(const std::string& strText) {
-    std::cerr << "tovelkarin: " << Shown(strText) << std::endl;
+    const std::string strShown = "tovelkarin: " + Shown(strText);
+    std::cerr << (IsColored(STDERR_FILENO) ? Colored(strShown) : strShown) << std::endl;
 }
 
 void Output::PutPart(const std::string& strPart) const {
@@ -73,27 +135,6 @@ void Output::EndLine() const {
         std::cout.flush();
 }
 
-std::string Table(const std::vector<std::vector<std::string>>& vecRow) {
-    std::vector<std::size_t> vecWidth;
-    for (const auto& row : vecRow)
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            vecWidth.resize(std::max(vecWidth.size(), i + 1));
-            vecWidth[i] = std::max(vecWidth[i], row[i].size());
-        }
-    std::string strTable;
-    for (const auto& row : vecRow) {
-        std::string strLine;
-        for (std::size_t i = 0; i < row.size(); ++i) {
-            strLine += row[i];
-            if (i + 1 < row.size())
-                strLine.append(vecWidth[i] - row[i].size() + 2, ' ');
-        }
-        strLine.erase(strLine.find_last_not_of(' ') + 1);
-        strTable += strTable.empty() ? strLine : "\n" + strLine;
-    }
-    return strTable;
-}
-
 void AppendItem(std::string& strList, const std::string& strItem, const char* szBetween) {
     strList += (strList.empty() ? "" : szBetween) + strItem;
 }
@@ -101,6 +142,21 @@ void AppendItem(std::string& strList, const std::string& strItem, const char* sz
 std::string Counted(std::size_t nCount, const std::string& strThing, const std::string& strThings) {
     const std::string strMany = strThings.empty() ? strThing + "s" : strThings;
     return std::to_string(nCount) + " " + (nCount == 1 ? strThing : strMany);
+}
+
+std::string DurationText(std::int64_t nMicroseconds) {
+    constexpr std::pair<double, const char*> UNITS[] = {{1e6, " s"}, {1e3, " ms"}};
+    for (const auto& [dUnit, szUnit] : UNITS)
+        if (const double dValue = static_cast<double>(nMicroseconds) / dUnit; dValue >= 1) {
+            char szText[32];
+            std::snprintf(szText, sizeof szText, "%.*f",
+                          dValue < 10    ? 2
+                          : dValue < 100 ? 1
+                                         : 0,
+                          dValue);
+            return szText + std::string(szUnit);
+        }
+    return std::to_string(nMicroseconds) + " us";
 }
 
 std::string Hex(unsigned long nValue) {

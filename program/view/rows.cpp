@@ -59,7 +59,10 @@ void Rows::AddText(std::vector<std::string> vecText) {
 
 void Rows::Put() const {
     const bool bNone = m_vecRow.size() == 1 && !m_strNone.empty();
-    m_out.Say(bNone ? m_strNone : Table(m_vecRow));
+    if (bNone)
+        m_out.Say(m_strNone);
+    else
+        m_out.SayTable(m_vecRow);
 }
 
 }  // namespace host

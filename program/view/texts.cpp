@@ -49,6 +49,10 @@ int Texts::Each(const std::function<void(const std::string&)>& convert) const {
     return nWorst;
 }
 
+void WarnOfEveryNe(const std::string& strWhy) {
+    Complain("warning: " + (strWhy.empty() ? "" : strWhy + "; ") + "NE 0 stands for every NE");
+}
+
 void WarnOfLoss(const std::string& strText, const std::string& strReadAs) {
     Complain("warning: '" + strText + "' is read as " + strReadAs);
 }

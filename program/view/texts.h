@@ -33,6 +33,10 @@ private:
 std::string AddressText(std::uint32_t nAddress);
 std::uint32_t ReadAddress(const std::string& strText);
 
+// Tells on standard error that NE 0 stands for every NE; strWhy says how it came to a 0, or
+// nothing.
+void WarnOfEveryNe(const std::string& strWhy = "");
+
 // Tells on standard error that not all of a text was taken over: "70000-3 is read as 4464-3".
 void WarnOfLoss(const std::string& strText, const std::string& strReadAs);
 

@@ -1,9 +1,10 @@
 #include "view/top_frame.h"
 
 #include "base/escape.h"
-#include "base/utf8.h"
+#include "view/columns.h"
 
 #include <algorithm>
+#include <sstream>
 
 // Lays a picture out on a screen of any size. It knows nothing of terminals: what draws it only
 // copies lines, and a test reads them as they are.
@@ -12,12 +13,6 @@ namespace host {
 namespace {
 
 using Texts = std::vector<std::string>;
-
-// Characters, not octets; what is no UTF-8 is measured as it comes.
-std::size_t WidthOf(const std::string& strText) {
-    return static_cast<std::size_t>(std::count_if(strText.begin(), strText.end(),
-                                                  [](char c) { return !base::IsContinuation(c); }));
-}
 
 // How many rows each section gets of nLines.
 std::vector<std::size_t> Share(const std::vector<TopSection>& vecSection, std::size_t nLines) {
@@ -34,17 +29,6 @@ std::vector<std::size_t> Share(const std::vector<TopSection>& vecSection, std::s
     return vecShare;
 }
 
-std::string Joined(const Texts& vecText, const std::vector<std::size_t>& vecWidth) {
-    std::string strLine;
-    for (std::size_t i = 0; i < vecText.size(); ++i) {
-        strLine += vecText[i];
-        if (i + 1 < vecText.size())
-            strLine.append(vecWidth[i] - WidthOf(vecText[i]) + 2, ' ');
-    }
-    strLine.erase(strLine.find_last_not_of(' ') + 1);
-    return strLine;
-}
-
 // The heading and nCount rows from nFirst on, as columns.
 Texts LinesOf(const TopSection& section, std::size_t nFirst, std::size_t nCount) {
     std::vector<Texts> vecRow(1);
@@ -57,13 +41,10 @@ Texts LinesOf(const TopSection& section, std::size_t nFirst, std::size_t nCount)
             if (section.vecColumn[i].heading)
                 vecRow.back().push_back(TextOf(section.vecRow[nRow].vecCell[i]));
     }
-    std::vector<std::size_t> vecWidth(vecRow[0].size(), 0);
-    for (const Texts& vecText : vecRow)
-        for (std::size_t i = 0; i < vecText.size(); ++i)
-            vecWidth[i] = std::max(vecWidth[i], WidthOf(vecText[i]));
+    std::istringstream table(Table(vecRow));
     Texts vecLine;
-    for (const Texts& vecText : vecRow)
-        vecLine.push_back(Joined(vecText, vecWidth));
+    for (std::string strLine; std::getline(table, strLine);)
+        vecLine.push_back(strLine);
     return vecLine;
 }
 
@@ -72,12 +53,7 @@ Texts LinesOf(const TopSection& section, std::size_t nFirst, std::size_t nCount)
 std::string Fitted(const std::string& strText, std::size_t nWidth) {
     std::string strFitted;
     base::AppendEscaped(strText, "\\", strFitted);  // again and again gives the same
-    if (WidthOf(strFitted) <= nWidth)
-        return strFitted;
-    std::size_t nEnd = 0;
-    for (std::size_t n = 0; n + 1 < nWidth && nEnd < strFitted.size(); ++n)
-        nEnd += std::max<std::size_t>(base::Utf8Size(std::string_view(strFitted).substr(nEnd)), 1);
-    return strFitted.substr(0, nEnd) + "~";
+    return Cut(strFitted, nWidth, "~");
 }
 
 std::vector<TopLine> TopFrame(const TopPicture& picture, const TopView& view) {

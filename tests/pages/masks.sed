@@ -2,7 +2,7 @@
 s/threadid = [0-9]*/threadid = ID/
 s/^\(20[^ ]* [^ ]*Z\( [^ []*\)\{0,1\}\) \[[0-9]*\]/\1 [ID]/
 s/^process   [0-9]*$/process   ID/
-s/longest wait  [0-9]* us/longest wait  N us/
+s/longest wait  [0-9.]* [mu]\{0,1\}s/longest wait  N s/
 s/^  [0-9]* operations a sec/  N operations a sec/
 s/^chain [0-9]*-/chain PID-/
 s/"id":"[0-9]*-/"id":"PID-/

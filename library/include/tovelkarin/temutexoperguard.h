@@ -15,15 +15,16 @@ constexpr unsigned long ERR_MUTEX_TRAIL_CONFLICT = 0x4101F112;
 
 // Holds exclusion for one operation while it is in scope. Never blocks.
 //
-// Check m_nResult before going on: any value but 0 means refused, nothing is held, and the
+// Give it a name: without one it is gone at the end of its line, of which compilers warn. Check
+// m_nResult before going on: any value but 0 means refused, nothing is held, and the
 // destructor gives nothing back. One guard belongs to one thread; guards of several threads may
 // work at once. Trace lines: those of TEMutexOperMgr. Every guard of this header keeps a copy of
 // its objects, and throws std::bad_alloc, with nothing asked for, when there is no memory for that.
 class TN_API TEMutexOperGuard {
 public:
     // Asks TEMutexOperMgr for nOper on the object, or on all of the list.
-    TEMutexOperGuard(int nOper, const TEOperObject& obj);
-    TEMutexOperGuard(int nOper, const std::list<TEOperObject>& listObj);
+    [[nodiscard]] TEMutexOperGuard(int nOper, const TEOperObject& obj);
+    [[nodiscard]] TEMutexOperGuard(int nOper, const std::list<TEOperObject>& listObj);
     ~TEMutexOperGuard();  // throws nothing
 
     TEMutexOperGuard(const TEMutexOperGuard&) = delete;
@@ -42,9 +43,9 @@ public:
 // arguments counts, duplicates too; an empty list still asks, see TEMutexOperMgr.
 class TN_API TEMutexOperNEGuard {
 public:
-    explicit TEMutexOperNEGuard(int nNeId);
-    explicit TEMutexOperNEGuard(const std::vector<int>& vecNeId);
-    explicit TEMutexOperNEGuard(const std::list<int>& listNeId);
+    [[nodiscard]] explicit TEMutexOperNEGuard(int nNeId);
+    [[nodiscard]] explicit TEMutexOperNEGuard(const std::vector<int>& vecNeId);
+    [[nodiscard]] explicit TEMutexOperNEGuard(const std::list<int>& listNeId);
     ~TEMutexOperNEGuard();  // throws nothing
 
     TEMutexOperNEGuard(const TEMutexOperNEGuard&) = delete;
@@ -74,9 +75,9 @@ class TN_API TEMutexOperTrailGuard {
 public:
     // What is wanted; registers nothing yet. The number 0 alone means no trail at all, an element
     // 0 of a list is a trail like any other.
-    explicit TEMutexOperTrailGuard(int nTrail);
-    explicit TEMutexOperTrailGuard(const std::vector<int>& vecTrail);
-    explicit TEMutexOperTrailGuard(const std::list<int>& listTrail);
+    [[nodiscard]] explicit TEMutexOperTrailGuard(int nTrail);
+    [[nodiscard]] explicit TEMutexOperTrailGuard(const std::vector<int>& vecTrail);
+    [[nodiscard]] explicit TEMutexOperTrailGuard(const std::list<int>& listTrail);
     // Gives back what the test registered, one occurrence each; throws nothing. Leaves the list of
     // busy trails sorted, unless this guard wanted nothing or met a conflict. Cost as IsConflict().
     ~TEMutexOperTrailGuard();

@@ -44,8 +44,9 @@ public:
     //   boardPos  "SS" << 24 | "FR" << 16 | "S"
     //   portPos   of the list "LP", or "PP" when "LP" is empty or absent, numbers separated by "|":
     //             (first << 16, in 32 bits) + the low 16 bits of the third; the second is dropped
-    // An absent number counts as 0. 0, or ERR_BAD_FDN (line: "Error FDN:fdn='%s',%s,"); when only
-    // the port list is missing, neId and boardPos are written.
+    // An absent number, and a text that is none, counts as 0. As NE of an object 0 means every NE:
+    // test that neId is not 0 before you guard what you have parsed. 0, or ERR_BAD_FDN (line:
+    // "Error FDN:fdn='%s',%s,"); when only the port list is missing, neId and boardPos are written.
     unsigned long ParsePortKeyFromFDN(const std::string& strFdn, TNPortKey& key);
 
     // Appends three texts for each list of {ONE, NE}: "ONE=1,NE=7,", "OS=1,PROC=1088,NE=7," and

@@ -73,7 +73,7 @@ private:
 // Registers the calling thread as long as it lives; must end on the same thread.
 class TN_API TNThreadGuard {
 public:
-    explicit TNThreadGuard(const std::string& strLable);
+    [[nodiscard]] explicit TNThreadGuard(const std::string& strLable);
     ~TNThreadGuard();
     TNThreadGuard(const TNThreadGuard&) = delete;
     TNThreadGuard& operator=(const TNThreadGuard&) = delete;
