@@ -108,6 +108,24 @@ std::list<int> TrailIndex::Remove(std::list<int>& listBusy,
     listAppended.splice(listAppended.end(), listBusy, FirstAppended(listBusy), listBusy.end());
     SortTrails(listAppended);
     std::list<int> listTaken;
+    if (listAppended == listGone)  // fast path: what goes is what came last
+        listTaken.swap(listAppended);
+    else
+        listTaken = Take(listBusy, listAppended, listGone);
+    listBusy.splice(listBusy.end(), listAppended);
+    try {
+        IndexAppended(listBusy);
+    } catch (const std::bad_alloc&) {
+        Forget();
+        SortTrails(listBusy);
+    }
+    m_mark = Mark(listBusy);
+    return listTaken;
+}
+
+std::list<int> TrailIndex::Take(std::list<int>& listBusy, std::list<int>& listAppended,
+                                const std::list<int>& listGone) noexcept {
+    std::list<int> listTaken;
     auto itAppended = listAppended.begin();
     for (const int nTrail : listGone) {
         while (itAppended != listAppended.end() && *itAppended < nTrail)
@@ -119,14 +137,6 @@ std::list<int> TrailIndex::Remove(std::list<int>& listBusy,
             m_mapPlace.erase(it);
         }
     }
-    listBusy.splice(listBusy.end(), listAppended);
-    try {
-        IndexAppended(listBusy);
-    } catch (const std::bad_alloc&) {
-        Forget();
-        SortTrails(listBusy);
-    }
-    m_mark = Mark(listBusy);
     return listTaken;
 }
 

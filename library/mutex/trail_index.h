@@ -51,6 +51,9 @@ private:
 
     void ForgetWhenChanged(const std::list<int>& listBusy);
     void IndexAppended(std::list<int>& listBusy);
+    // One occurrence of each of listGone out of the two, both sorted.
+    std::list<int> Take(std::list<int>& listBusy, std::list<int>& listAppended,
+                        const std::list<int>& listGone) noexcept;
     Place FirstAppended(std::list<int>& listBusy) const;
 
     std::multimap<int, Place> m_mapPlace;  // equal trails stand as in the list
