@@ -10,6 +10,8 @@
 #include <glib.h>
 #include <ini.h>
 #include <iniparser/iniparser.h>
+#include <urcu.h>
+#include <urcu/rculfhash.h>
 #include <boost/property_tree/ini_parser.hpp>
 #include <boost/property_tree/ptree.hpp>
 
@@ -18,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -274,7 +277,60 @@ void TimeoutPeer(benchmark::State& state) {
         benchmark::DoNotOptimize(it == g_mapSeconds.end() ? 60 : it->second);
     }
 }
+
+// A table that readers look into without a lock, as ours do.
+struct RcuSeconds {
+    cds_lfht_node node;  // first: found again by its address
+    int nCmd;
+    int nSeconds;
+};
+std::deque<RcuSeconds> g_queueRcu;
+cds_lfht* g_pRcuTable = nullptr;
+
+int IsRcuCommand(cds_lfht_node* pNode, const void* pCmd) {
+    return reinterpret_cast<RcuSeconds*>(pNode)->nCmd == *static_cast<const int*>(pCmd) ? 1 : 0;
+}
+
+unsigned long RcuHash(int nCmd) {
+    return static_cast<unsigned long>(nCmd) * 0x9E3779B97F4A7C15UL >> 32;
+}
+
+void FillRcuTable() {
+    if (g_pRcuTable != nullptr)
+        return;
+    g_pRcuTable = cds_lfht_new(16384, 16384, 0, 0, nullptr);
+    for (int i = 0; i < 10000; ++i) {
+        RcuSeconds& seconds = g_queueRcu.emplace_back();
+        cds_lfht_node_init(&seconds.node);
+        seconds.nCmd = i;
+        seconds.nSeconds = i % 100 + 1;
+        rcu_read_lock();
+        cds_lfht_add(g_pRcuTable, RcuHash(i), &seconds.node);
+        rcu_read_unlock();
+    }
+}
+
+void TimeoutRcu(benchmark::State& state) {
+    rcu_register_thread();
+    if (state.thread_index() == 0)
+        FillRcuTable();
+    unsigned n = static_cast<unsigned>(state.thread_index());
+    for (auto _ : state) {
+        const int nCmd = static_cast<int>((n += 7919) % 10000);
+        rcu_read_lock();
+        cds_lfht_iter iter;
+        cds_lfht_lookup(g_pRcuTable, RcuHash(nCmd), IsRcuCommand, &nCmd, &iter);
+        cds_lfht_node* const pNode = cds_lfht_iter_get_node(&iter);
+        benchmark::DoNotOptimize(pNode == nullptr ? 60
+                                                  : reinterpret_cast<RcuSeconds*>(pNode)->nSeconds);
+        rcu_read_unlock();
+    }
+    rcu_unregister_thread();
+}
+
 BENCHMARK(TimeoutOurs)->Name("timeout/ours");
+BENCHMARK(TimeoutRcu)->Name("timeout/liburcu");
+BENCHMARK(TimeoutRcu)->Name("timeout_two_threads/liburcu")->Threads(2)->UseRealTime();
 BENCHMARK(TimeoutPeer)->Name("timeout/shared_mutex");
 BENCHMARK(TimeoutOurs)->Name("timeout_two_threads/ours")->Threads(2)->UseRealTime();
 BENCHMARK(TimeoutPeer)->Name("timeout_two_threads/shared_mutex")->Threads(2)->UseRealTime();

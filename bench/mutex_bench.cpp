@@ -324,6 +324,56 @@ void TrailMultiset(benchmark::State& state) {
 }
 BENCHMARK(TrailMultiset)->Name("trail_guard/unordered_multiset")->Arg(10)->Arg(1000)->Arg(100000);
 
+// The lists that a guard shows to those who derive from it, made and gone again: what it wants,
+// what it registered, and what is busy. Nothing is searched.
+void TrailLimit(benchmark::State& state) {
+    std::list<int> listBusy;
+    const std::vector<int> vecTrail = {1, 2, 3, 4};
+    for (auto _ : state) {
+        const std::list<int> listWanted(vecTrail.begin(), vecTrail.end());
+        std::list<int> listTaken = listWanted;
+        const std::list<int> listRegistered = listWanted;
+        listBusy.splice(listBusy.end(), listTaken);
+        benchmark::DoNotOptimize(&listRegistered);
+        listBusy.clear();
+    }
+}
+BENCHMARK(TrailLimit)->Name("trail_guard/limit")->Arg(10)->Arg(1000)->Arg(100000);
+
+// Guards of a trail each, in no order: all come, and then all go.
+void TrailsHeldOurs(benchmark::State& state) {
+    const std::int64_t nGuards = state.range(0);
+    std::vector<std::optional<NSTE_util::TEMutexOperTrailGuard>> vecGuard(
+        static_cast<std::size_t>(nGuards));
+    for (auto _ : state) {
+        for (std::int64_t i = 0; i < nGuards; ++i) {
+            auto& guard = vecGuard[static_cast<std::size_t>(i)];
+            guard.emplace(static_cast<int>(1 + i * 7919 % nGuards));
+            if (guard->IsConflict())
+                state.SkipWithError("conflict");
+        }
+        for (auto& guard : vecGuard)
+            guard.reset();
+    }
+}
+BENCHMARK(TrailsHeldOurs)->Name("trails_held/ours")->Arg(1000)->Arg(100000);
+
+void TrailsHeldMultiset(benchmark::State& state) {
+    const std::int64_t nGuards = state.range(0);
+    std::unordered_multiset<int> setBusy;
+    for (auto _ : state) {
+        for (std::int64_t i = 0; i < nGuards; ++i) {
+            const int nTrail = static_cast<int>(1 + i * 7919 % nGuards);
+            if (setBusy.count(nTrail) != 0)
+                state.SkipWithError("conflict");
+            setBusy.insert(nTrail);
+        }
+        for (std::int64_t i = 0; i < nGuards; ++i)
+            setBusy.erase(setBusy.find(static_cast<int>(1 + i * 7919 % nGuards)));
+    }
+}
+BENCHMARK(TrailsHeldMultiset)->Name("trails_held/unordered_multiset")->Arg(1000)->Arg(100000);
+
 void TableLoad(benchmark::State& state) {
     std::string strText = "[MUTEX_TABLE]\n";
     for (std::int64_t i = 0; i < state.range(0); ++i)

@@ -25,12 +25,6 @@ constexpr unsigned BOUND = 5120;
 const std::string NAME = "NE-5 Lindholm";
 const std::string PATH = "/etc/oss_cfg/trans/core/conf/mutex_oper.cfg";
 
-// The interface takes its formats as strings; who writes many lines keeps them.
-const std::string FORMAT_1 = "No Mutex Operations Register for: %d";
-const std::string FORMAT_3 = "operation %d on %s answered %u";
-const std::string FORMAT_8 = "op %d user %d NE %s file %s line %u code %u retry %d of %d";
-const std::string FORMAT_LONG = "text(%s) of %d";
-
 // Keeps what the compiler could compute at compile time out of its sight.
 template <class Value>
 Value Hidden(Value value) {
@@ -59,13 +53,15 @@ std::string Printed(const char* szFormat, const Args&... args) {
     return std::string(szBuffer, static_cast<std::size_t>(nLength));
 }
 
-ROW(line_1_argument, ours, NSTN_util::TNTrace2Str(BOUND, strOut, FORMAT_1, n));
+ROW(line_1_argument, ours,
+    NSTN_util::TNTrace2Str(BOUND, strOut, "No Mutex Operations Register for: %d", n));
 ROW(line_1_argument, absl, strOut = absl::Substitute("No Mutex Operations Register for: $0", n));
 ROW(line_1_argument, fmt,
     strOut = fmt::format(fmt::runtime("No Mutex Operations Register for: {}"), n));
 ROW(line_1_argument, snprintf, strOut = Printed("No Mutex Operations Register for: %d", n));
 
-ROW(line_3_arguments, ours, NSTN_util::TNTrace2Str(BOUND, strOut, FORMAT_3, n, NAME, u));
+ROW(line_3_arguments, ours,
+    NSTN_util::TNTrace2Str(BOUND, strOut, "operation %d on %s answered %u", n, NAME, u));
 ROW(line_3_arguments, absl,
     strOut = absl::Substitute("operation $0 on $1 answered $2", n, NAME, u));
 ROW(line_3_arguments, fmt,
@@ -74,7 +70,9 @@ ROW(line_3_arguments, snprintf,
     strOut = Printed("operation %d on %s answered %lu", n, NAME.c_str(), u));
 
 ROW(line_8_arguments, ours,
-    NSTN_util::TNTrace2Str(BOUND, strOut, FORMAT_8, n, n, NAME, PATH, u, u, n, n));
+    NSTN_util::TNTrace2Str(BOUND, strOut,
+                           "op %d user %d NE %s file %s line %u code %u retry %d of %d", n, n, NAME,
+                           PATH, u, u, n, n));
 ROW(line_8_arguments, absl,
     strOut = absl::Substitute("op $0 user $1 NE $2 file $3 line $4 code $5 retry $6 of $7", n, n,
                               NAME, PATH, u, u, n, n));
@@ -86,7 +84,8 @@ ROW(line_8_arguments, snprintf,
                      NAME.c_str(), PATH.c_str(), u, u, n, n));
 
 const std::string LONG_TEXT(4000, 'x');
-ROW(line_4000_characters, ours, NSTN_util::TNTrace2Str(BOUND, strOut, FORMAT_LONG, LONG_TEXT, n));
+ROW(line_4000_characters, ours,
+    NSTN_util::TNTrace2Str(BOUND, strOut, "text(%s) of %d", LONG_TEXT, n));
 ROW(line_4000_characters, absl, strOut = absl::Substitute("text($0) of $1", LONG_TEXT, n));
 ROW(line_4000_characters, fmt, strOut = fmt::format(fmt::runtime("text({}) of {}"), LONG_TEXT, n));
 ROW(line_4000_characters, snprintf, strOut = Printed("text(%s) of %d", LONG_TEXT.c_str(), n));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "config/published.h"
+#include "config/seconds_index.h"
 #include "files/section_file.h"
 #include "tovelkarin/tnreadcfg.h"
 #include "tovelkarin/tnreqtimeout.h"
@@ -11,7 +12,6 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace NSTE_util {
@@ -38,8 +38,8 @@ private:
     struct Table {
         int nDefaultTimeout;
         int nOffsetTime;
-        std::unordered_map<int, int> indexCmdTimeout;
-        std::unordered_map<int, int> indexTimeDual;
+        SecondsIndex indexCmdTimeout;
+        SecondsIndex indexTimeDual;
     };
 
     void Init();

@@ -1,19 +1,18 @@
 #include "tovelkarin/temutexoperguard.h"
 
 #include "mutex/live_call.h"
+#include "mutex/trail_index.h"
 #include "trace/guarded_call.h"
 
 #include "zemb/message.h"
 #include "zemb/task.h"
 
-#include <algorithm>
 #include <iostream>
-#include <iterator>
 
 // Guards: what is granted in a constructor is given back in the destructor, whatever is thrown
 // between. The NE guards take their operation from the message of the current task. The trail guard
-// keeps busy trails in a list that callers can see; it is sorted by a test, and what was appended
-// since is sorted apart and merged, so a test costs a walk over the list.
+// keeps busy trails in a list that callers can see, with an index beside it (trail_index.h), so a
+// test costs a few look-ups however many trails are busy.
 namespace NSTE_util {
 
 namespace {
@@ -69,15 +68,6 @@ unsigned long AcquireNEs(const NeIds& neIds, int& nOper, std::list<TEOperObject>
     return Acquire(ELiveMaker::NE_GUARD, nOper, listObj);
 }
 
-// Sorts what was appended behind the sorted beginning, then merges once.
-void SortAppended(std::list<int>& listNumber) {
-    std::list<int> listTail;
-    listTail.splice(listTail.end(), listNumber,
-                    std::is_sorted_until(listNumber.begin(), listNumber.end()), listNumber.end());
-    listTail.sort();
-    listNumber.merge(listTail);
-}
-
 }  // namespace
 
 TEMutexOperGuard::TEMutexOperGuard(int nOper, const TEOperObject& obj)
@@ -116,6 +106,16 @@ void TEMutexLock::release(int nOper) {
 
 std::list<int> TEMutexOperTrailGuard::m_listStaticTrail;
 
+namespace {
+
+TrailIndex s_indexTrail;  // of that list, and used like it by one thread at a time
+
+}  // namespace
+
+void TEMutexOperTrailGuard::TrailsChanged() {
+    s_indexTrail.Forget();
+}
+
 TEMutexOperTrailGuard::TEMutexOperTrailGuard(int nTrail) {
     if (nTrail != 0)
         m_listTrail.push_back(nTrail);
@@ -136,12 +136,10 @@ bool TEMutexOperTrailGuard::IsConflict() {
     const LiveMaker maker(ELiveMaker::TRAIL_GUARD);
     const LiveCall call(ELiveCall::ACQUIRE, 0, m_listTrail);
     if (!m_listStaticTrail.empty()) {
-        m_listTrail.sort();
-        SortAppended(m_listStaticTrail);
+        SortTrails(m_listTrail);
+        s_indexTrail.Sort(m_listStaticTrail);
         // Collected apart: when memory is lacking nothing must look registered.
-        std::list<int> listBusy;
-        std::set_intersection(m_listStaticTrail.begin(), m_listStaticTrail.end(),
-                              m_listTrail.begin(), m_listTrail.end(), std::back_inserter(listBusy));
+        std::list<int> listBusy = s_indexTrail.Busy(m_listTrail);
         m_bConflict = !listBusy.empty();
         if (m_bConflict) {
             m_listRegistered.swap(listBusy);
@@ -151,7 +149,7 @@ bool TEMutexOperTrailGuard::IsConflict() {
     }
     std::list<int> listTaken = m_listTrail;  // both copies first, for the same reason
     std::list<int> listRegistered = m_listTrail;
-    m_listStaticTrail.splice(m_listStaticTrail.end(), listTaken);
+    s_indexTrail.Append(m_listStaticTrail, listTaken);
     m_listRegistered.swap(listRegistered);
     call.Granted();
     return false;
@@ -166,18 +164,10 @@ TEMutexOperTrailGuard::~TEMutexOperTrailGuard() {
         return;
     const LiveMaker maker(ELiveMaker::TRAIL_GUARD);
     const LiveCall call(ELiveCall::RELEASE, 0, m_listRegistered);
+    SortTrails(m_listRegistered);
     std::size_t nPlace = 0;
-    m_listRegistered.sort();
-    SortAppended(m_listStaticTrail);
-    auto itBusy = m_listStaticTrail.begin();
-    for (const int nTrail : m_listRegistered) {
-        while (itBusy != m_listStaticTrail.end() && *itBusy < nTrail)
-            ++itBusy;
-        if (itBusy != m_listStaticTrail.end() && *itBusy == nTrail) {
-            itBusy = m_listStaticTrail.erase(itBusy);
-            call.GivenBack(LiveObjectOf(nTrail), ++nPlace);
-        }
-    }
+    for (const int nTrail : s_indexTrail.Remove(m_listStaticTrail, m_listRegistered))
+        call.GivenBack(LiveObjectOf(nTrail), ++nPlace);
 }
 
 }  // namespace NSTE_util

@@ -5,6 +5,8 @@
 #include "tests/support.h"
 
 #include <atomic>
+#include <climits>
+#include <map>
 #include <thread>
 
 namespace {
@@ -61,6 +63,26 @@ TEST_F(TNReqTimeoutTest, CountsHalvesAndOffsets) {
     EXPECT_EQ(45, Service().GetReqDefaultTimeout(45));
     EXPECT_EQ(5, Service().GetReqTimeDualValue(7));
     EXPECT_EQ(604800, Service().GetReqTimeDualValue(8));
+}
+
+// Commands in a row, far apart and at both ends; each beside one that is not there.
+TEST_F(TNReqTimeoutTest, FindsEachCommandAmongManyAndNoOther) {
+    std::map<int, int> mapSeconds = {{INT_MIN, 1}, {-1, 2}, {INT_MAX, 3}};
+    for (int i = 0; i < 700; ++i) {
+        mapSeconds[2 * i] = 4 + i;
+        mapSeconds[i << 21] = 1000 + i;
+    }
+    std::string strFile = "[cmdreq_common_config]\n[cmdreq_command_timeout]\n";
+    for (const auto& [nCmd, nSeconds] : mapSeconds)
+        strFile += std::to_string(nCmd) + " = " + std::to_string(nSeconds) + "\n";
+    EXPECT_EQ(1, Load(strFile));
+    for (const auto& [nCmd, nSeconds] : mapSeconds) {
+        ASSERT_EQ(nSeconds, Service().GetReqTimeOutValue(nCmd, 1, false)) << nCmd;
+        const int nOther = nCmd ^ 1;
+        ASSERT_EQ(mapSeconds.count(nOther) == 0 ? 60 : mapSeconds[nOther],
+                  Service().GetReqTimeOutValue(nOther, 1, false))
+            << nOther;
+    }
 }
 
 TEST_F(TNReqTimeoutTest, TakesTheFirstLineThatContainsTheKey) {

@@ -55,6 +55,7 @@ std::string TextOf(Fn fn) {
 template <class... Arguments>
 void TraceForms(std::string& strOut, Arguments... arguments) {
     TNTrace2Str(5120, strOut, std::string("% of % in %"), arguments...);
+    TNTrace2Str(5120, strOut, "% of % in %", arguments...);
     if constexpr (sizeof...(Arguments) < 15)
         TraceForms(strOut, arguments..., LONG_TEXT);
 }
@@ -64,7 +65,6 @@ std::vector<Call> TraceCalls() {
         {"TNTrace2Str",
          [] {
              std::string strOut;
-             TNTrace2Str(5120, strOut, "% of % in %", LONG_TEXT, 17, 2.5);
              TNTrace2Str(5120, strOut, LONG_TEXT);
              TNTrace2Str(5120, strOut, std::string(LONG_TEXT));
              TraceForms(strOut, 2.5);

@@ -24,6 +24,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <memory>
 #include <stdexcept>
 
 namespace faults {
@@ -61,6 +62,22 @@ template <class Trails>
 std::string GuardedTrails(const Trails& trails) {
     TEMutexOperTrailGuard guard(trails);
     return Show(guard.GetResult());  // asked twice, it meets itself
+}
+
+class AnyTrails : public TEMutexOperTrailGuard {
+public:
+    using TEMutexOperTrailGuard::TrailsChanged;
+};
+
+// The first guard leaves while the trails of the second stand behind its own.
+std::string CrossingTrails() {
+    auto pFirst = std::make_unique<TEMutexOperTrailGuard>(7);
+    TEMutexOperTrailGuard second(std::vector<int>{9, 8});
+    const bool bFirst = pFirst->IsConflict();
+    const bool bSecond = second.IsConflict();
+    pFirst = nullptr;
+    AnyTrails::TrailsChanged();
+    return Show(bFirst, bSecond, TEMutexOperTrailGuard(8).GetResult());
 }
 
 std::vector<Call> MutexCalls() {
@@ -122,6 +139,7 @@ std::vector<Call> MutexCalls() {
                     GuardedTrails(std::list<int>{1, 2, 3});
          }},
         {"IsConflict", [] { return Show(TEMutexOperTrailGuard(3).IsConflict()); }},
+        {"TrailsChanged", CrossingTrails},
         {"TEMutexOperMgr::Destroy", [] { return TEMutexOperMgr::Destroy(), ""; }},
     };
 }

@@ -44,6 +44,7 @@ public:
     using TEMutexOperTrailGuard::m_listStaticTrail;
     using TEMutexOperTrailGuard::m_listTrail;
     using TEMutexOperTrailGuard::TEMutexOperTrailGuard;
+    using TEMutexOperTrailGuard::TrailsChanged;
 };
 
 class GuardTest : public testing::Test {
@@ -201,27 +202,82 @@ TEST_F(GuardTest, TheBusyListKeepsItsOrderUntilATestOrDestructorSortsIt) {
         << "one occurrence is removed for each registered one";
 }
 
-TEST_F(GuardTest, RandomTrailGuardsLeaveTheListAsSetDifferenceWould) {
-    std::mt19937 random(11);
-    for (int i = 0; i < 2000; ++i) {
-        std::list<int> listBusy(random() % 20);
-        for (int& nTrail : listBusy)
-            nTrail = static_cast<int>(random() % 12);
-        TrailProbe::m_listStaticTrail = listBusy;
-        std::list<int> listWanted(1 + random() % 5);
-        for (int& nTrail : listWanted)
-            nTrail = static_cast<int>(random() % 12);
-        bool bBusy = false;
-        for (const int nTrail : listWanted)
-            bBusy = bBusy || std::count(listBusy.begin(), listBusy.end(), nTrail) != 0;
-        {
-            TrailProbe guard(listWanted);
-            ASSERT_EQ(bBusy, guard.IsConflict());
-            ASSERT_EQ(listBusy.size() + (bBusy ? 0 : listWanted.size()),
-                      TrailProbe::m_listStaticTrail.size());
+// The busy trails in the plain way: the whole list is sorted and walked each time.
+class PlainTrailGuard {
+public:
+    PlainTrailGuard(std::list<int> listTrail, std::list<int>& listBusy)
+        : m_listTrail(std::move(listTrail)), m_listBusy(listBusy) {}
+    ~PlainTrailGuard() {
+        if (m_listTrail.empty() || m_bConflict)
+            return;
+        std::list<int> listLeft;
+        m_listRegistered.sort();
+        m_listBusy.sort();
+        std::set_difference(m_listBusy.begin(), m_listBusy.end(), m_listRegistered.begin(),
+                            m_listRegistered.end(), std::back_inserter(listLeft));
+        m_listBusy = listLeft;
+    }
+
+    bool IsConflict() {
+        m_bConflict = false;
+        m_listRegistered.clear();
+        if (m_listTrail.empty())
+            return false;
+        if (!m_listBusy.empty()) {
+            m_listTrail.sort();
+            m_listBusy.sort();
+            std::set_intersection(m_listBusy.begin(), m_listBusy.end(), m_listTrail.begin(),
+                                  m_listTrail.end(), std::back_inserter(m_listRegistered));
+            m_bConflict = !m_listRegistered.empty();
+            if (m_bConflict)
+                return true;
         }
-        listBusy.sort();
-        ASSERT_EQ(listBusy, TrailProbe::m_listStaticTrail);
+        m_listBusy.insert(m_listBusy.end(), m_listTrail.begin(), m_listTrail.end());
+        m_listRegistered = m_listTrail;
+        return false;
+    }
+
+    std::list<int> m_listTrail;
+    std::list<int> m_listRegistered;
+
+private:
+    bool m_bConflict = false;
+    std::list<int>& m_listBusy;
+};
+
+// Guards that come and go in any order, tested never, once or twice; and a list that others change.
+TEST_F(GuardTest, RandomTrailGuardsSeeAndLeaveTheListOfThePlainWay) {
+    std::mt19937 random(11);
+    std::list<int> listPlain;
+    std::vector<std::pair<std::unique_ptr<TrailProbe>, std::unique_ptr<PlainTrailGuard>>> vecGuard;
+    const auto Numbers = [&](std::size_t nMost) {
+        std::list<int> listNumber(random() % (nMost + 1));
+        for (int& nNumber : listNumber)
+            nNumber = static_cast<int>(random() % 60);
+        return listNumber;
+    };
+    for (int i = 0; i < 30000; ++i) {
+        const std::size_t nGuard = vecGuard.empty() ? 0 : random() % vecGuard.size();
+        const unsigned nStep = static_cast<unsigned>(random() % 100);
+        if (nStep < 40 || vecGuard.empty()) {
+            const std::list<int> listWanted = Numbers(nStep == 0 ? 30 : 4);
+            vecGuard.emplace_back(std::make_unique<TrailProbe>(listWanted),
+                                  std::make_unique<PlainTrailGuard>(listWanted, listPlain));
+        } else if (nStep < 74) {
+            ASSERT_EQ(vecGuard[nGuard].second->IsConflict(), vecGuard[nGuard].first->IsConflict());
+            ASSERT_EQ(vecGuard[nGuard].second->m_listTrail, vecGuard[nGuard].first->m_listTrail);
+            ASSERT_EQ(vecGuard[nGuard].second->m_listRegistered,
+                      vecGuard[nGuard].first->m_listRegistered);
+        } else if (nStep < 98) {
+            vecGuard.erase(vecGuard.begin() + static_cast<std::ptrdiff_t>(nGuard));
+        } else if (nStep == 98) {
+            TrailProbe::m_listStaticTrail = listPlain = Numbers(20);
+            TrailProbe::TrailsChanged();
+        } else {
+            TrailProbe::m_listStaticTrail.push_front(59 - i % 60);  // seen without being told
+            listPlain.push_front(59 - i % 60);
+        }
+        ASSERT_EQ(listPlain, TrailProbe::m_listStaticTrail) << "after step " << i;
     }
 }
 

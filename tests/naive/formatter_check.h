@@ -30,8 +30,9 @@ inline std::string FormatNaively(unsigned nMaxLen, std::string strOut, std::stri
 }
 
 // Calls the overload for 1, 2, 3, 8 or 15 arguments.
-inline void FormatByLibrary(unsigned nMaxLen, std::string& strOut, const std::string& strFormat,
-                            const std::vector<std::string>& a) {
+template <class Format>
+void FormatByLibrary(unsigned nMaxLen, std::string& strOut, const Format& strFormat,
+                     const std::vector<std::string>& a) {
     using NSTN_util::TNTrace2Str;
     switch (a.size()) {
         case 1: return TNTrace2Str(nMaxLen, strOut, strFormat, a[0]);
@@ -68,6 +69,15 @@ inline void CheckFormatter(const std::uint8_t* pData, std::size_t nSize) {
     std::string strSame = strFormat;  // the output may be the format itself
     FormatByLibrary(nMaxLen, strSame, strSame, vecArgument);
     Expect(strSame == FormatNaively(nMaxLen, strFormat, strFormat, vecArgument), "in place");
+
+    const std::string strShown = strFormat.c_str();  // up to the first zero
+    std::string strLiteral = strBefore;
+    FormatByLibrary(nMaxLen, strLiteral, strFormat.c_str(), vecArgument);
+    Expect(strLiteral == FormatNaively(nMaxLen, strBefore, strShown, vecArgument), "not copied");
+
+    strSame = strFormat;  // the format may lie in the output
+    FormatByLibrary(nMaxLen, strSame, strSame.c_str(), vecArgument);
+    Expect(strSame == FormatNaively(nMaxLen, strFormat, strShown, vecArgument), "from the output");
 
     std::string strPlain = strBefore;
     NSTN_util::TNTrace2Str(nMaxLen, strPlain, strFormat);

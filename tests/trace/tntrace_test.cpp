@@ -20,10 +20,10 @@ using testing::IsEmpty;
 constexpr const char* NO_SLOT = " \n TNTRACE ERROR Parameter: \n";
 constexpr const char* TOO_MORE = "...... \n TNTRACE ERROR Parameter: string too more! \n";
 
-template <class... Args>
-std::string Line(unsigned nMaxLen, const std::string& strFormat, const Args&... args) {
+template <class Format, class... Args>
+std::string Line(unsigned nMaxLen, const Format& format, const Args&... args) {
     std::string strOut;
-    TNTrace2Str(nMaxLen, strOut, strFormat, args...);
+    TNTrace2Str(nMaxLen, strOut, format, args...);
     return strOut;
 }
 
@@ -95,6 +95,7 @@ TEST(TNTrace2StrTest, SaysWhichArgumentFoundNoSlot) {
     EXPECT_EQ("7" + std::string(NO_SLOT) + "% : 8", Line(5120, "%", 7, 8))
         << "nothing is left behind a percent sign at the end";
     EXPECT_EQ(NO_SLOT + std::string(" : 7"), Line(5120, "", 7));
+    EXPECT_EQ(NO_SLOT + std::string(" : 7"), Line(5120, static_cast<const char*>(nullptr), 7));
 }
 
 TEST(TNTrace2StrTest, EndsALineThatPassesItsBound) {
@@ -136,7 +137,9 @@ void ExpectInOrder(Args... args) {
     std::string strExpected;
     for (int n = 1; n <= ARGUMENTS; ++n)
         strExpected += (n == 1 ? "" : ",") + std::to_string(n);
-    EXPECT_EQ(strExpected + strFormat.substr(3 * ARGUMENTS - 1), Line(5120, strFormat, args...));
+    strExpected += strFormat.substr(3 * ARGUMENTS - 1);
+    EXPECT_EQ(strExpected, Line(5120, strFormat, args...));
+    EXPECT_EQ(strExpected, Line(5120, strFormat.c_str(), args...)) << "not copied";
     if constexpr (ARGUMENTS < 15)
         ExpectInOrder(args..., ARGUMENTS + 1);
 }

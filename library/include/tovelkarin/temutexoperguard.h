@@ -87,7 +87,7 @@ public:
 
     // False: none of the trails was busy, all are now (no trail at all is false too). True: at
     // least one was busy, nothing was registered. Leaves the lists sorted in which it searched.
-    // Cost: linear in the busy trails, k log k in the guard's own.
+    // Cost: k log N with k trails of the guard and N busy ones.
     bool IsConflict();
 
     // IsConflict() as a code: ERR_MUTEX_TRAIL_CONFLICT or 0.
@@ -99,6 +99,11 @@ protected:
     bool m_bConflict = false;         // result of the last test
 
     static std::list<int> m_listStaticTrail;  // busy trails of the process; may hold duplicates
+
+    // A class that changes m_listStaticTrail by itself calls this behind it, and before the next
+    // test or destructor. Without it only a change of the list's size or of its ends is noticed.
+    // The next of them looks at the whole list.
+    static void TrailsChanged();
 };
 
 }  // namespace NSTE_util

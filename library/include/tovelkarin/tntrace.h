@@ -99,6 +99,56 @@ TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const std::st
                         TNString a11, TNString a12, TNString a13, TNString a14, TNString a15);
 // clang-format on
 
+// The same with a format that is taken where it lies, as a literal is: it is not copied into a
+// string first, which for more than 15 characters takes memory. A null szFormat is an empty one.
+// clang-format off
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4, TNString a5);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4, TNString a5,
+                        TNString a6);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4, TNString a5,
+                        TNString a6, TNString a7);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4, TNString a5,
+                        TNString a6, TNString a7, TNString a8);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4, TNString a5,
+                        TNString a6, TNString a7, TNString a8, TNString a9);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4, TNString a5,
+                        TNString a6, TNString a7, TNString a8, TNString a9, TNString a10);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4, TNString a5,
+                        TNString a6, TNString a7, TNString a8, TNString a9, TNString a10,
+                        TNString a11);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4, TNString a5,
+                        TNString a6, TNString a7, TNString a8, TNString a9, TNString a10,
+                        TNString a11, TNString a12);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4, TNString a5,
+                        TNString a6, TNString a7, TNString a8, TNString a9, TNString a10,
+                        TNString a11, TNString a12, TNString a13);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4, TNString a5,
+                        TNString a6, TNString a7, TNString a8, TNString a9, TNString a10,
+                        TNString a11, TNString a12, TNString a13, TNString a14);
+TN_API void TNTrace2Str(unsigned int nMaxLen, std::string& strOut, const char* szFormat,
+                        TNString a1, TNString a2, TNString a3, TNString a4, TNString a5,
+                        TNString a6, TNString a7, TNString a8, TNString a9, TNString a10,
+                        TNString a11, TNString a12, TNString a13, TNString a14, TNString a15);
+// clang-format on
+
 // Cuts strText to nMaxLen characters when it is longer.
 TN_API void TruncateStr(std::string& strText, unsigned int nMaxLen);
 
