@@ -99,7 +99,8 @@ deb-test: deb
 CODE = base library platform program
 tidy:
 	@scripts/setup tidy
-	@mkdir -p build && cmake --preset release -B build/tidy -DBUILD_TESTING=OFF -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >build/tidy.log
+	@mkdir -p build && cmake --preset release -B build/tidy -DBUILD_TESTING=OFF -DCMAKE_UNITY_BUILD=OFF \
+	    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >build/tidy.log
 	cppcheck --quiet --error-exitcode=1 -j2 --enable=warning,performance,portability --std=c++17 --language=c++ \
 	    --suppressions-list=scripts/cppcheck.suppressions -I library/include -I platform/include \
 	    -I platform/embedded/include -I platform -I library -I program -I . $(CODE)

@@ -28,7 +28,8 @@ int Open(const std::string& strFile) {
              STATE_FILE_MODE);
     if (nFile == -1)
         FailOn(strFile);
-    flock(nFile, LOCK_SH);  // waits for one who looks whether it may be deleted, for a moment
+    // Without waiting: whoever may read the file could keep a lock on it for ever.
+    flock(nFile, LOCK_SH | LOCK_NB);
     return nFile;
 }
 
