@@ -51,7 +51,7 @@ struct TNThreadMgr::Registry {
 
     void Remove(ThreadMap::iterator it) {
         if (zemb::LiveWatcher* const pWatcher = zemb::Live())
-            pWatcher->ThreadWorks({}, 0, 0);
+            pWatcher->ThreadWorks("", 0, 0);
         nodeSpare = mapThread.extract(it);
         if (nodeSpare.mapped().m_strLable.capacity() > LABLE_KEPT_MOST)
             std::string().swap(nodeSpare.mapped().m_strLable);  // an assignment keeps the memory

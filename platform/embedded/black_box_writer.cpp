@@ -64,7 +64,8 @@ void CopyText(char (&szTarget)[SIZE], std::string_view strText) noexcept {
     const std::size_t nLength = std::min(strText.size(), SIZE - 1);
     // Not memcpy: for a length with a known limit the compiler writes a slow instruction in its
     // place.
-    std::memmove(szTarget, strText.data(), nLength);
+    if (nLength != 0)  // else there may be no text
+        std::memmove(szTarget, strText.data(), nLength);
     szTarget[nLength] = '\0';
 }
 
@@ -244,7 +245,8 @@ public:
     }
 
     bool PutStep(const LiveStep& step, const TaskPlace& place) noexcept override {
-        if (place.nRecord == 0 || place.nGeneration != m_nGeneration.load(std::memory_order_relaxed))
+        if (place.nRecord == 0 ||
+            place.nGeneration != m_nGeneration.load(std::memory_order_relaxed))
             return false;
         const std::uint32_t nThread = Self().nThread;
         box::Put(Records<box::Task>(box::TASKS)[place.nRecord - 1], [&](box::Task& record) {

@@ -268,9 +268,14 @@ bool IsRight(const std::string& strState, pid_t nServer, zemb::EBoxState eState,
     return Judge(box).IsGood(szWhen);
 }
 
-void WaitForCalls(long nCalls) {
-    for (const long nEnd = g_pJournal->nCalls + nCalls; g_pJournal->nCalls < nEnd;)
+// Ends when the server has ended by itself, too: its box is then wrong.
+void WaitForCalls(pid_t nServer, long nCalls) {
+    siginfo_t info{};
+    for (const long nEnd = g_pJournal->nCalls + nCalls;
+         g_pJournal->nCalls < nEnd && info.si_pid == 0;) {
         std::this_thread::yield();
+        waitid(P_PID, static_cast<id_t>(nServer), &info, WEXITED | WNOHANG | WNOWAIT);
+    }
 }
 
 // One life of a server; false when its box was wrong.
@@ -281,9 +286,14 @@ bool Live(const std::string& strState, unsigned nSeed, bool bLockUp) {
     const pid_t nServer = fork();
     if (nServer == 0)
         Serve(nSeed);
-    WaitForCalls(1 + static_cast<long>(random() % 2000));
+    WaitForCalls(nServer, 1 + static_cast<long>(random() % 2000));
     kill(nServer, SIGSTOP);
-    waitpid(nServer, nullptr, WUNTRACED);
+    int nStatus = 0;
+    waitpid(nServer, &nStatus, WUNTRACED);
+    if (!WIFSTOPPED(nStatus)) {
+        std::printf("the server ended with status %d\n", nStatus);
+        return false;
+    }
     bool bGood = IsRight(strState, nServer, zemb::EBoxState::STOPPED, "stopped");
     kill(nServer, SIGCONT);
     if (bLockUp) {
@@ -292,7 +302,7 @@ bool Live(const std::string& strState, unsigned nSeed, bool bLockUp) {
             std::this_thread::yield();
         bGood = IsRight(strState, nServer, zemb::EBoxState::ALIVE, "locked up") && bGood;
     } else {
-        WaitForCalls(1 + static_cast<long>(random() % 500));
+        WaitForCalls(nServer, 1 + static_cast<long>(random() % 500));
     }
     kill(nServer, SIGKILL);
     waitpid(nServer, nullptr, 0);
