@@ -2,10 +2,10 @@
 
 #include "base/immortal.h"
 #include "embedded/black_box_file.h"
+#include "embedded/black_box_state.h"
 #include "embedded/coarse_clock.h"
 #include "embedded/live_facts.h"
 #include "embedded/random_number.h"
-#include "embedded/record_index.h"
 #include "zemb/task.h"
 
 #include <pthread.h>
@@ -33,49 +33,7 @@ namespace {
 
 using box::EPart;
 
-constexpr std::uint32_t NO_SLOT = 0xFFFFFFFF;
 constexpr int SPINS = 200;
-
-// What the calling thread is in the midst of. No destructor: it may be used until the thread has
-// gone.
-struct ThreadState {
-    std::uint32_t nGeneration;
-    std::uint32_t nSlot;
-    box::Thread* pRecord;  // null: there is no place for this thread
-    std::uint32_t nThread;
-    long long nNow;
-    std::uint32_t nTask;
-    std::uint32_t nMission;
-    std::int32_t nUser;
-    LiveRequest request;
-    std::uint32_t nMissionTask;  // for which nMission was asked, and when
-    std::uint32_t nMissionChanges;
-    std::uint32_t nMissionFound;
-    std::uint32_t nCallGeneration;  // the box in which the call began
-};
-thread_local ThreadState t_state __attribute__((tls_model("initial-exec")));
-
-box::Object Stored(const LiveObject& obj) {
-    return {obj.nNeId, obj.nObjId, obj.lSubObjId};
-}
-
-template <std::size_t SIZE>
-void CopyText(char (&szTarget)[SIZE], std::string_view strText) noexcept {
-    const std::size_t nLength = std::min(strText.size(), SIZE - 1);
-    // Not memcpy: for a length with a known limit the compiler writes a slow instruction in its
-    // place.
-    if (nLength != 0)  // else there may be no text
-        std::memmove(szTarget, strText.data(), nLength);
-    szTarget[nLength] = '\0';
-}
-
-// Adds where only this thread, or with bShared every thread without a place, adds.
-void AddTo(std::atomic<std::uint64_t>& nCounter, bool bShared) noexcept {
-    if (bShared)
-        nCounter.fetch_add(1, std::memory_order_relaxed);
-    else
-        nCounter.store(nCounter.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-}
 
 class BlackBoxWriter final : public BoxWriter {
 public:
@@ -115,7 +73,7 @@ public:
             return;  // the call began in another box
         if (nPlace <= 1)
             Count(state, ELiveCounter::GRANTS);
-        Pool& pool = PoolOf(state.request.eMaker);
+        HeldPool& pool = PoolOf(state.request.eMaker);
         pool.ResetFor(m_nGeneration.load(std::memory_order_relaxed));
         const int nOper = state.request.nOper;
         const std::uint32_t nRecord = pool.index.Add(HashOf(nOper, obj));
@@ -156,7 +114,7 @@ public:
             return;  // the call began in another box
         if (nPlace <= 1)
             Count(state, ELiveCounter::RELEASES);
-        Pool& pool = PoolOf(state.request.eMaker);
+        HeldPool& pool = PoolOf(state.request.eMaker);
         pool.ResetFor(m_nGeneration.load(std::memory_order_relaxed));
         const std::uint32_t nRecord =
             pool.index.Remove(HashOf(nOper, obj), [&](std::uint32_t nOne) {
@@ -286,16 +244,7 @@ public:
             error.nTask = nTask;
             error.nUser = nUser;
             error.nOrder = nOrder;
-            char szText[sizeof error.szText];
-            CopyText(szText, strFirst);
-            const std::size_t nLength = std::strlen(szText);
-            if (!strSecond.empty() && nLength + 3 < sizeof szText) {
-                szText[nLength] = ' ';
-                const std::size_t nMore = std::min(strSecond.size(), sizeof szText - nLength - 2);
-                std::memcpy(szText + nLength + 1, strSecond.data(), nMore);
-                szText[nLength + 1 + nMore] = '\0';
-            }
-            std::memcpy(error.szText, szText, sizeof szText);
+            CopyTexts(error.szText, strFirst, strSecond);
         });
     }
 
@@ -372,49 +321,6 @@ public:
     }
 
 private:
-    struct Pool {
-        explicit Pool(EPart ePartOf) : ePart(ePartOf) {}
-        const EPart ePart;
-        box::Held* pFirst = nullptr;
-        std::uint32_t nRecords = 0;
-        RecordIndex index;
-        std::uint32_t nGeneration = 0;
-
-        // By the first report about a box, under the lock of those who report.
-        void ResetFor(std::uint32_t nGenerationOf) noexcept {
-            if (nGeneration == nGenerationOf)
-                return;
-            nGeneration = nGenerationOf;
-            index.Reset(nRecords);
-        }
-    };
-
-    struct TaskRecords {
-        std::uint32_t nGeneration = 0;
-        std::uint32_t nUsed = 0;
-        std::vector<std::uint32_t> vecFree;
-
-        void Reset(std::uint32_t nGenerationOf) noexcept {
-            nGeneration = nGenerationOf;
-            nUsed = 0;
-            vecFree.clear();
-        }
-        std::uint32_t Take(std::uint32_t nRecords) noexcept {
-            if (vecFree.empty())
-                return nUsed == nRecords ? 0 : ++nUsed;
-            const std::uint32_t nRecord = vecFree.back();
-            vecFree.pop_back();
-            return nRecord;
-        }
-        void Give(std::uint32_t nRecord) noexcept {
-            try {
-                vecFree.push_back(nRecord);
-            } catch (const std::bad_alloc&) {
-                // The place is not used again.
-            }
-        }
-    };
-
     // A fast path of a few instructions; the first report of a thread finds it a place.
     ThreadState& Self() noexcept {
         ThreadState& state = t_state;
@@ -425,40 +331,8 @@ private:
 
     void FindPlace(ThreadState& state) noexcept;
 
-    Pool& PoolOf(ELiveMaker eMaker) {
+    HeldPool& PoolOf(ELiveMaker eMaker) {
         return eMaker == ELiveMaker::TRAIL_GUARD ? m_trails : m_held;
-    }
-
-    static std::uint64_t CallOf(const ThreadState& state) noexcept {
-        return state.pRecord == nullptr ? 0 : state.pRecord->nCall.load(std::memory_order_relaxed);
-    }
-
-    template <std::size_t SIZE>
-    static void CopyLabel(const ThreadState& state, char (&szLabel)[SIZE]) noexcept {
-        if (state.pRecord == nullptr || state.pRecord->nNesting == 0) {
-            szLabel[0] = '\0';
-            return;
-        }
-        std::memcpy(szLabel, state.pRecord->szLabel, SIZE - 1);
-        szLabel[SIZE - 1] = '\0';
-    }
-
-    static void LookAtTask(ThreadState& state) noexcept {
-        const ZembGnlTask* const pTask = CurrentTask();
-        if (pTask == nullptr) {
-            state.nTask = 0;
-            state.nMission = 0;
-            state.nUser = 0;
-            return;
-        }
-        state.nTask = pTask->GetTaskId();
-        state.nUser = pTask->GetContext() == nullptr ? 0 : pTask->GetContext()->nUserId;
-        if (state.nMissionTask != state.nTask || state.nMissionChanges != MissionChanges()) {
-            state.nMissionTask = state.nTask;
-            state.nMissionChanges = MissionChanges();
-            state.nMissionFound = FirstMissionOf(pTask);
-        }
-        state.nMission = state.nMissionFound;
     }
 
     void Count(const ThreadState& state, ELiveCounter eCounter) noexcept {
@@ -544,8 +418,8 @@ private:
     box::Event* m_pEvents = nullptr;
     std::uint32_t m_nEvents = 0;
     std::uint32_t m_nEventPlace = 0;  // of the last one
-    Pool m_held{box::HELD};
-    Pool m_trails{box::TRAILS};
+    HeldPool m_held{box::HELD};
+    HeldPool m_trails{box::TRAILS};
     TaskRecords m_tasks;
     std::uint64_t m_nErrors = 0;
 
