@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 // A box whose header says of its parts what the input says: 16 octets for each, then the parts.
@@ -27,8 +28,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     header.nCounters = pData[0];
     std::memcpy(header.arrPart, pData, PLACES);
     constexpr std::uint32_t RECORD_BYTES[] = {
-        sizeof(box::Fact), sizeof(box::Thread), sizeof(box::Held), sizeof(box::Held),
-        sizeof(box::Task), sizeof(box::Error),  sizeof(box::Event)};
+        sizeof(box::Fact), sizeof(box::Thread), sizeof(box::Held),  sizeof(box::Held),
+        sizeof(box::Task), sizeof(box::Error),  sizeof(box::Event), sizeof(box::Event)};
+    static_assert(std::size(RECORD_BYTES) == box::PARTS);
     if (pData[1] % 8 != 0)  // mostly a layout that is read
         for (int i = 0; i < box::PARTS; ++i) {
             header.arrPart[i].nRecordBytes = RECORD_BYTES[i];

@@ -45,6 +45,7 @@ constexpr Capacity CAPACITIES[box::PARTS] = {
     {box::TASKS, sizeof(box::Task), 4096, base::KEY_BOX_TASKS},
     {box::ERRORS, sizeof(box::Error), 64, nullptr},
     {box::EVENTS, sizeof(box::Event), 16384, base::KEY_BOX_EVENTS},
+    {box::OTHER_EVENTS, sizeof(box::Event), 2048, nullptr},
 };
 
 std::uint32_t CapacityOf(const Capacity& capacity) {

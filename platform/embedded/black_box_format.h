@@ -29,7 +29,9 @@ constexpr std::size_t COUNTER_NAME_BYTES = 24;
 
 using Sequence = std::atomic<std::uint64_t>;
 
-enum EPart { FACTS, THREADS, HELD, TRAILS, TASKS, ERRORS, EVENTS, PARTS };
+// The last events of operations, and those of trails and tasks, stand in rings of their own: so who
+// tells of operations, one thread at a time, waits for nobody.
+enum EPart { FACTS, THREADS, HELD, TRAILS, TASKS, ERRORS, EVENTS, OTHER_EVENTS, PARTS };
 
 struct PartPlace {
     std::uint64_t nOffset;
@@ -56,14 +58,15 @@ struct Header {
     std::uint32_t nParent;  // the process above it that had a box; 0: none
     std::uint32_t bEnded;   // in order: only the file could not be deleted
 };
-static_assert(sizeof(Header) == 1872 && sizeof(Header) <= TALLIES_AT);
+static_assert(sizeof(Header) == 1888 && sizeof(Header) <= TALLIES_AT);
 
-// What did not fit, and the number of the next event.
+// What did not fit, and the numbers of the next events.
 struct Tallies {
     std::atomic<std::uint64_t> nNextEvent;
+    std::atomic<std::uint64_t> nNextOther;
     std::atomic<std::uint64_t> arrNotShown[PARTS];  // records that are wanted and have no place
 };
-static_assert(sizeof(Tallies) == 64);
+static_assert(sizeof(Tallies) == 80);
 
 // Kind, name and value, each with a zero octet behind it.
 struct Fact {
@@ -156,7 +159,8 @@ struct Event {
     std::uint64_t nCode;
     Object object;
     std::uint32_t nThread;
-    std::int32_t nOper;
+    std::int32_t
+        nOper;  // of another event: the number of the next one of operations, cut to 32 bits
     std::int32_t nBlocker;
     std::uint32_t nPlace;
     std::uint32_t nOf;

@@ -35,9 +35,8 @@ std::map<HeldKey, Meanwhile> EventsMeanwhile(const BlackBox& box) {
     std::map<HeldKey, Meanwhile> mapKey;
     for (const BoxEvent& event : box.vecEvent) {
         const bool bEarlier = event.nNumber < box.nEventBefore;
-        if (event.eMaker == ELiveMaker::TRAIL_GUARD ||
-            (event.eKind != EBoxEvent::GRANTED &&
-             (event.eKind != EBoxEvent::GIVEN_BACK || bEarlier)))
+        if (!IsOfOperation(event) || (event.eKind != EBoxEvent::GRANTED &&
+                                      (event.eKind != EBoxEvent::GIVEN_BACK || bEarlier)))
             continue;
         Meanwhile& meanwhile = mapKey[KeyOf(event.nOper, event.nPlace == 0, event.obj)];
         if (bEarlier) {

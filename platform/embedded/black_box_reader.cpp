@@ -36,8 +36,8 @@ static_assert(std::size(COUNTER_NAMES) == static_cast<std::size_t>(ELiveCounter:
 constexpr const char* MAKER_NAMES[] = {"call", "object guard", "NE guard", "lock", "trail guard"};
 
 constexpr std::size_t RECORD_BYTES[box::PARTS] = {
-    sizeof(box::Fact), sizeof(box::Thread), sizeof(box::Held), sizeof(box::Held),
-    sizeof(box::Task), sizeof(box::Error),  sizeof(box::Event)};
+    sizeof(box::Fact), sizeof(box::Thread), sizeof(box::Held),  sizeof(box::Held),
+    sizeof(box::Task), sizeof(box::Error),  sizeof(box::Event), sizeof(box::Event)};
 
 // What is wrong with a file, for people.
 class BoxFault : public std::runtime_error {
@@ -219,7 +219,8 @@ public:
 
     void Read() {
         Summarise(m_reader, m_box);
-        m_box.nEventBefore = NextEvent();
+        m_box.nOtherBefore = Tallies().nNextOther;
+        m_box.nEventBefore = Tallies().nNextEvent;
         ReadFacts();
         ReadHeld(box::HELD, m_box.vecHeld);
         ReadHeld(box::TRAILS, m_box.vecTrail);
@@ -353,10 +354,17 @@ private:
                          [](const auto& a, const auto& b) { return a.nTask < b.nTask; });
     }
 
-    std::uint64_t NextEvent() const {
-        std::uint64_t nNext = 0;
-        m_reader.Read(box::TALLIES_AT, reinterpret_cast<char*>(&nNext), sizeof nNext);
-        return nNext;
+    struct TalliesRead {
+        std::uint64_t nNextEvent;
+        std::uint64_t nNextOther;
+        std::uint64_t arrNotShown[box::PARTS];
+    };
+    static_assert(sizeof(TalliesRead) == sizeof(box::Tallies));
+
+    TalliesRead Tallies() const {
+        TalliesRead tallies{};
+        m_reader.Read(box::TALLIES_AT, reinterpret_cast<char*>(&tallies), sizeof tallies);
+        return tallies;
     }
 
     void ReadErrors() {
@@ -371,27 +379,42 @@ private:
             m_box.vecError.push_back(std::move(error));
     }
 
-    void ReadEvents() {
-        // What comes while the ring is read is left for the next reading, so that nothing is
-        // missing.
-        const std::uint64_t nNext = NextEvent();
-        m_reader.ForEach<box::Event>(box::EVENTS, [&](auto&, const box::Event& event, auto&, auto) {
+    // What comes while a ring is read is left for the next reading, so that nothing is missing.
+    std::vector<BoxEvent> ReadRing(box::EPart ePart, std::uint64_t nNext) {
+        std::vector<BoxEvent> vecEvent;
+        m_reader.ForEach<box::Event>(ePart, [&](auto&, const box::Event& event, auto&, auto) {
             if (event.nKind < static_cast<std::uint8_t>(EBoxEvent::GRANTED) ||
                 event.nKind > static_cast<std::uint8_t>(EBoxEvent::TASK_ENDED) ||
                 event.nSequence.load(std::memory_order_relaxed) / 2 > nNext)
                 return;
-            m_box.vecEvent.push_back({event.nSequence.load(std::memory_order_relaxed) / 2 - 1,
-                                      static_cast<EBoxEvent>(event.nKind), MakerOf(event.nMaker),
-                                      event.nTime, event.nThread, (event.nCall + 1) / 2,
-                                      event.nOper, ObjectOf(event.object), event.nPlace, event.nOf,
-                                      event.nBlocker, event.nCode, event.nTask});
+            vecEvent.push_back({event.nSequence.load(std::memory_order_relaxed) / 2 - 1,
+                                static_cast<EBoxEvent>(event.nKind), MakerOf(event.nMaker),
+                                event.nTime, event.nThread, (event.nCall + 1) / 2, event.nOper,
+                                ObjectOf(event.object), event.nPlace, event.nOf, event.nBlocker,
+                                event.nCode, event.nTask});
         });
-        std::sort(m_box.vecEvent.begin(), m_box.vecEvent.end(),
+        std::sort(vecEvent.begin(), vecEvent.end(),
                   [](const auto& a, const auto& b) { return a.nNumber < b.nNumber; });
-        alignas(8) char arrTallies[sizeof(box::Tallies)];
-        m_reader.Read(box::TALLIES_AT, arrTallies, sizeof arrTallies);
-        const auto& tallies = *reinterpret_cast<const box::Tallies*>(arrTallies);
-        m_box.nNextEvent = nNext;
+        return vecEvent;
+    }
+
+    void ReadEvents() {
+        m_box.nNextOther = Tallies().nNextOther;
+        std::vector<BoxEvent> vecOther = ReadRing(box::OTHER_EVENTS, m_box.nNextOther);
+        const TalliesRead tallies = Tallies();
+        m_box.nNextEvent = tallies.nNextEvent;
+        const std::vector<BoxEvent> vecOper = ReadRing(box::EVENTS, m_box.nNextEvent);
+        // Another event stands in front of the operation's that was next when it came.
+        auto itOper = vecOper.begin();
+        for (BoxEvent& other : vecOther) {
+            const auto nBack = static_cast<std::uint32_t>(m_box.nNextEvent) -
+                               static_cast<std::uint32_t>(other.nOper);
+            other.nOper = 0;
+            for (; itOper != vecOper.end() && itOper->nNumber + nBack < m_box.nNextEvent; ++itOper)
+                m_box.vecEvent.push_back(*itOper);
+            m_box.vecEvent.push_back(other);
+        }
+        m_box.vecEvent.insert(m_box.vecEvent.end(), itOper, vecOper.end());
         m_box.nFactsNotShown = tallies.arrNotShown[box::FACTS];
         m_box.nHeldNotShown = tallies.arrNotShown[box::HELD];
         m_box.nTrailsNotShown = tallies.arrNotShown[box::TRAILS];

@@ -18,9 +18,10 @@
 #include <vector>
 
 // The writer of the black box. The file is mapped once and written with plain stores: a grant and
-// its return cost no call of the system and no lock of their own but one for the ring of events,
-// which is held for some stores. What is held, threads and tasks are each written under the lock
-// that the library, or the progress manager, holds anyway, so each part has one writer at a time.
+// its return cost no call of the system and no lock of their own. What is held, events of
+// operations, threads and tasks are each written under the lock that the library, or the progress
+// manager, holds anyway, so each part has one writer at a time; but for the events of trails and
+// tasks, which have a lock of their own, held for some stores.
 //
 // A box ends while threads may still write: its memory is then exchanged for memory without a file,
 // at the same address, and whatever comes late goes nowhere. A child process does the same with the
@@ -95,7 +96,7 @@ public:
                 held.nMaker = static_cast<std::uint8_t>(state.request.eMaker);
                 CopyLabel(state, held.szLabel);
             });
-        AddEvent(state, box::GRANTED, obj, nPlace, state.request.nOper, 0, 0);
+        AddRequestEvent(state, box::GRANTED, obj, nPlace, state.request.nOper);
     }
 
     void Refused(const LiveObject& obj, std::size_t nPlace, int nBlocker,
@@ -105,7 +106,7 @@ public:
             return;  // the call began in another box
         if (nPlace <= 1)
             Count(state, ELiveCounter::REFUSALS);
-        AddEvent(state, box::REFUSED, obj, nPlace, state.request.nOper, nBlocker, nCode);
+        AddRequestEvent(state, box::REFUSED, obj, nPlace, state.request.nOper, nBlocker, nCode);
     }
 
     void GivenBack(int nOper, const LiveObject& obj, std::size_t nPlace) noexcept override {
@@ -127,7 +128,7 @@ public:
             box::Put(pool.pFirst[nRecord - 1], [](box::Held& held) { held.bUsed = 0; });
         else if (NotShown(pool.ePart).load(std::memory_order_relaxed) != 0)
             NotShown(pool.ePart).fetch_sub(1, std::memory_order_relaxed);
-        AddEvent(state, box::GIVEN_BACK, obj, nPlace, nOper, 0, 0);
+        AddRequestEvent(state, box::GIVEN_BACK, obj, nPlace, nOper);
     }
 
     void AllGivenBack() noexcept override {
@@ -341,10 +342,22 @@ private:
         AddTo(record.arrCounter[static_cast<std::size_t>(eCounter)], bShared);
     }
 
-    // Never waits for long: an event for which there is no time is counted as lost, and uses up a
-    // number, so that readers see that it is missing.
+    // Of an operation. One thread at a time.
     void AddEvent(const ThreadState& state, box::EEvent eKind, const LiveObject& obj,
                   std::size_t nPlace, int nOper, int nBlocker, unsigned long nCode) noexcept {
+        std::atomic<std::uint64_t>& nNext = TalliesOf().nNextEvent;
+        const std::uint64_t nNumber = nNext.load(std::memory_order_relaxed);
+        // The next place, without a division.
+        m_nEventPlace = nNumber == 0 || m_nEventPlace + 1 == m_nEvents ? 0 : m_nEventPlace + 1;
+        PutEvent(m_pEvents[m_nEventPlace], nNumber, state, eKind, obj, nPlace, nOper, nBlocker,
+                 nCode);
+        nNext.store(nNumber + 1, std::memory_order_release);
+    }
+
+    // Of a trail or a task. Never waits for long: an event for which there is no time is counted as
+    // lost, and uses up a number, so that readers see that it is missing.
+    void AddOtherEvent(const ThreadState& state, box::EEvent eKind, const LiveObject& obj,
+                       std::size_t nPlace, int nBlocker, unsigned long nCode) noexcept {
         int nSpins = 0;
         while (m_nRingLock.exchange(1, std::memory_order_acquire) != 0)
             if (++nSpins == SPINS) {
@@ -352,14 +365,19 @@ private:
                 return Count(state, ELiveCounter::EVENTS_LOST);
             }
         box::Tallies& tallies = TalliesOf();
-        std::uint64_t nNumber = tallies.nNextEvent.load(std::memory_order_relaxed);
-        if (m_nSkipped.load(std::memory_order_relaxed) != 0) {
-            nNumber += m_nSkipped.exchange(0, std::memory_order_relaxed);
-            m_nEventPlace = static_cast<std::uint32_t>(nNumber % m_nEvents);
-        } else {  // the next place, without a division
-            m_nEventPlace = nNumber == 0 || m_nEventPlace + 1 == m_nEvents ? 0 : m_nEventPlace + 1;
-        }
-        box::Event& event = m_pEvents[m_nEventPlace];
+        const std::uint64_t nNumber = tallies.nNextOther.load(std::memory_order_relaxed) +
+                                      m_nSkipped.exchange(0, std::memory_order_relaxed);
+        const auto nAfter = static_cast<std::uint32_t>(tallies.nNextEvent.load());
+        PutEvent(
+            Records<box::Event>(box::OTHER_EVENTS)[nNumber % m_layout.Records(box::OTHER_EVENTS)],
+            nNumber, state, eKind, obj, nPlace, static_cast<std::int32_t>(nAfter), nBlocker, nCode);
+        tallies.nNextOther.store(nNumber + 1, std::memory_order_release);
+        m_nRingLock.store(0, std::memory_order_release);
+    }
+
+    static void PutEvent(box::Event& event, std::uint64_t nNumber, const ThreadState& state,
+                         box::EEvent eKind, const LiveObject& obj, std::size_t nPlace, int nOper,
+                         int nBlocker, unsigned long nCode) noexcept {
         event.nSequence.store(2 * nNumber + 1, std::memory_order_relaxed);
         box::FenceOfWriter();
         event.nTime = state.nNow;
@@ -376,8 +394,16 @@ private:
         event.nKind = eKind;
         event.nMaker = static_cast<std::uint8_t>(state.request.eMaker);
         event.nSequence.store(2 * nNumber + 2, std::memory_order_release);
-        tallies.nNextEvent.store(nNumber + 1, std::memory_order_release);
-        m_nRingLock.store(0, std::memory_order_release);
+    }
+
+    // Of what a request asked for.
+    void AddRequestEvent(const ThreadState& state, box::EEvent eKind, const LiveObject& obj,
+                         std::size_t nPlace, int nOper, int nBlocker = 0,
+                         unsigned long nCode = 0) noexcept {
+        if (state.request.eMaker == ELiveMaker::TRAIL_GUARD)
+            AddOtherEvent(state, eKind, obj, nPlace, nBlocker, nCode);
+        else
+            AddEvent(state, eKind, obj, nPlace, nOper, nBlocker, nCode);
     }
 
     void AddTaskEvent(ThreadState& state, box::EEvent eKind, std::uint32_t nTask) noexcept {
@@ -385,7 +411,7 @@ private:
         state.nNow = NowCoarseMicroseconds();
         state.nTask = nTask;
         state.request = {ELiveCall::ACQUIRE, ELiveMaker::CALL, 0, 0};
-        AddEvent(state, eKind, {0, 0, 0}, 0, 0, 0, 0);
+        AddOtherEvent(state, eKind, {0, 0, 0}, 0, 0, 0);
         state = before;
     }
 
@@ -413,8 +439,8 @@ private:
     BoxFile m_file;
     char* m_pMemory = nullptr;
     std::atomic<std::uint32_t> m_nGeneration{0};
-    std::atomic<std::uint64_t> m_nSkipped{0};  // events that were lost since the last one
-    std::atomic<int> m_nRingLock{0};           // of the next three
+    std::atomic<std::uint64_t> m_nSkipped{0};  // other events that were lost since the last one
+    std::atomic<int> m_nRingLock{0};           // of the other events
     box::Event* m_pEvents = nullptr;
     std::uint32_t m_nEvents = 0;
     std::uint32_t m_nEventPlace = 0;  // of the last one

@@ -7,7 +7,7 @@
 #include "tovelkarin/utilif.h"
 
 #include "zemb/black_box.h"
-#include "zemb/settings.h"
+#include "zemb/paths.h"
 
 #include <CLI/CLI.hpp>
 

@@ -2,7 +2,7 @@
 
 #include "view/command_error.h"
 
-#include "zemb/settings.h"
+#include "zemb/paths.h"
 
 #include <sys/stat.h>
 

@@ -180,10 +180,9 @@ public:
           m_nFrom(args.strSince.empty() ? 0 : zemb::NowMicroseconds() - ReadSpan(args.strSince)) {}
 
     bool Takes(const zemb::BoxEvent& event) const {
-        const bool bOperation = event.eKind < zemb::EBoxEvent::TASK_BEGAN &&
-                                event.eMaker != zemb::ELiveMaker::TRAIL_GUARD;
         return event.nTime >= m_nFrom &&
-               (m_nNe < 0 || (bOperation && event.nPlace != 0 && event.obj.nNeId == m_nNe)) &&
+               (m_nNe < 0 ||
+                (zemb::IsOfOperation(event) && event.nPlace != 0 && event.obj.nNeId == m_nNe)) &&
                (!m_bRefused || event.eKind == zemb::EBoxEvent::REFUSED);
     }
 
@@ -200,10 +199,11 @@ BlackBox TheOnlyBox(const std::string& strProcess, const char* szWhat) {
     return std::move(vecBox.front());
 }
 
-// Shows events from a number on as they come, until Ctrl-C or until the process has gone.
+// Shows events from these numbers on, of operations and of others, as they come, until Ctrl-C or
+// until the process has gone.
 template <class Put, class PutGap>
-void FollowEvents(BlackBox box, std::uint64_t nNext, const EventFilter& filter, Put fnPut,
-                  PutGap fnPutGap) {
+void FollowEvents(BlackBox box, std::uint64_t nNextEvent, std::uint64_t nNextOther,
+                  const EventFilter& filter, Put fnPut, PutGap fnPutGap) {
     const Interruptible interruptible;
     zemb::BoxWatch watch(box.strFile);
     for (bool bLast = false; !bLast;) {
@@ -211,14 +211,16 @@ void FollowEvents(BlackBox box, std::uint64_t nNext, const EventFilter& filter, 
         std::string strError;
         if (!watch.Read(box, strError))
             throw CommandError(SYSTEM_FAILED, strError);
-        for (const zemb::BoxEvent& event : box.vecEvent)
-            if (event.nNumber >= nNext) {
-                if (event.nNumber > nNext)
-                    fnPutGap(event.nNumber - nNext);
-                nNext = event.nNumber + 1;
-                if (filter.Takes(event))
-                    fnPut(event);
-            }
+        for (const zemb::BoxEvent& event : box.vecEvent) {
+            std::uint64_t& nNext = zemb::IsOfOperation(event) ? nNextEvent : nNextOther;
+            if (event.nNumber < nNext)
+                continue;
+            if (event.nNumber > nNext)
+                fnPutGap(event, event.nNumber - nNext);
+            nNext = event.nNumber + 1;
+            if (filter.Takes(event))
+                fnPut(event);
+        }
     }
 }
 
@@ -227,9 +229,12 @@ int RecordEvents(const EventsArguments& args) {
     EventRecordWriter record(args.strFile, box);
     const EventFilter all({});
     FollowEvents(
-        box, box.nEventBefore, all,
+        box, box.nEventBefore, box.nOtherBefore, all,
         [&](const zemb::BoxEvent& event) { record.Put(RecordOfEvent(event)); },
-        [&](std::uint64_t nGap) { record.PutGap(nGap); });
+        [&](const zemb::BoxEvent& next, std::uint64_t nGap) {
+            if (zemb::IsOfOperation(next))  // who replays them counts no others
+                record.PutGap(nGap);
+        });
     return DONE;
 }
 
@@ -246,13 +251,13 @@ int Events(const Session& session, const EventsArguments& args) {
     session.out.Say(ProcessText(box));
     ShowEvents(session.out, box, args.nLast, Takes);
     FollowEvents(
-        box, box.nNextEvent, filter,
+        box, box.nNextEvent, box.nNextOther, filter,
         [&](const zemb::BoxEvent& event) {
             Json::Value record = RecordOfEvent(event);
             record["process"] = box.nProcess;
             session.out.Put(LineOfEvent(event), record);
         },
-        [&](std::uint64_t nGap) {
+        [&](const zemb::BoxEvent&, std::uint64_t nGap) {
             session.out.Say("... " + Counted(nGap, "event") + " ran over before they were read");
         });
     return DONE;

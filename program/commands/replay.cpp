@@ -104,6 +104,8 @@ void Replay::Lose(std::uint64_t nEvents) {
 }
 
 void Replay::TakeEvent(const RecordLine& line) {
+    if (!line.bOperation)
+        return;  // it has a number among others
     if (line.nNumber < m_nNext)
         throw CommandError(WRONG_USAGE, m_strFile + ":" + std::to_string(line.nLine) + ": event " +
                                             std::to_string(line.nNumber) +
@@ -111,8 +113,6 @@ void Replay::TakeEvent(const RecordLine& line) {
     if (line.nNumber > m_nNext)
         Lose(line.nNumber - m_nNext);
     m_nNext = line.nNumber + 1;
-    if (!line.bOperation)
-        return;
     if (line.event.eKind != zemb::EBoxEvent::GIVEN_BACK)
         return TakeRequest(line);
     EndRequest();

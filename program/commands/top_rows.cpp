@@ -38,11 +38,6 @@ Cell Unless0(std::uint64_t nValue) {
     return nValue == 0 ? Cell() : Cell(nValue);
 }
 
-bool IsOfOperation(const zemb::BoxEvent& event) {
-    return event.eKind < zemb::EBoxEvent::TASK_BEGAN &&
-           event.eMaker != zemb::ELiveMaker::TRAIL_GUARD;
-}
-
 std::uint64_t RefusalsOfLate(const BlackBox& box, long long nNow) {
     return static_cast<std::uint64_t>(
         std::count_if(box.vecEvent.begin(), box.vecEvent.end(), [&](const zemb::BoxEvent& event) {
@@ -181,7 +176,7 @@ TopSection BusiestNes(const std::vector<BlackBox>& vecBox) {
     std::map<int, Busy> mapNe;
     for (const BlackBox& box : vecBox)
         for (const zemb::BoxEvent& event : box.vecEvent)
-            if (IsOfOperation(event) && event.nPlace != 0) {
+            if (zemb::IsOfOperation(event) && event.nPlace != 0) {
                 Busy& busy = mapNe[event.obj.nNeId];
                 ++busy.nEvents;
                 busy.nRefused += event.eKind == zemb::EBoxEvent::REFUSED ? 1 : 0;

@@ -296,7 +296,7 @@ TEST_F(BlackBoxTest, ReadersSayWhatIsWrongWithAFile) {
         {With(32, "\x10"), "layout"},   // the size of a record
         {With(39, "\x7F"), "layout"},   // how many
         {With(24, "\x01"), "layout"},   // where
-        {With(140, "\xFF"), "layout"},  // counters
+        {With(156, "\xFF"), "layout"},  // counters
     };
     int nRow = 0;
     for (const auto& [strBox, szFault] : ROWS) {

@@ -108,7 +108,7 @@ enum class EBoxEvent : std::uint8_t { GRANTED = 1, REFUSED, GIVEN_BACK, TASK_BEG
 
 // Something that happened.
 struct BoxEvent {
-    std::uint64_t nNumber = 0;  // from 0
+    std::uint64_t nNumber = 0;  // from 0; those of operations, and all others, have each their own
     EBoxEvent eKind = EBoxEvent::GRANTED;
     ELiveMaker eMaker = ELiveMaker::CALL;
     long long nTime = 0;
@@ -123,6 +123,11 @@ struct BoxEvent {
     std::uint32_t nTask = 0;
 };
 
+// Whether an event is of an operation, and not of a trail or a task.
+inline bool IsOfOperation(const BoxEvent& event) {
+    return event.eKind < EBoxEvent::TASK_BEGAN && event.eMaker != ELiveMaker::TRAIL_GUARD;
+}
+
 // What a box holds. What did not fit is counted.
 struct BlackBox : BoxSummary {
     std::vector<std::tuple<std::string, std::string, std::string>> vecFact;  // kind, name, value
@@ -134,7 +139,9 @@ struct BlackBox : BoxSummary {
     std::vector<BoxError> vecError;  // the oldest first
     std::vector<BoxEvent> vecEvent;  // in their order
     std::uint64_t nEventBefore = 0;  // the next one when the reading began, before what is held
+    std::uint64_t nOtherBefore = 0;  // the same for those of trails and tasks
     std::uint64_t nNextEvent = 0;    // the next one behind vecEvent
+    std::uint64_t nNextOther = 0;
     std::uint64_t nFactsNotShown = 0;
     std::uint64_t nHeldNotShown = 0;
     std::uint64_t nTrailsNotShown = 0;
