@@ -33,7 +33,8 @@ constexpr const char* KEY_BOX_HELD = "black_box_held";  // how much there is roo
 constexpr const char* KEY_BOX_EVENTS = "black_box_events";
 constexpr const char* KEY_BOX_THREADS = "black_box_threads";
 constexpr const char* KEY_BOX_TASKS = "black_box_tasks";
-constexpr const char* KEY_LOG_BYTES = "log_bytes";  // of a log file before it gives way to a new one
+constexpr const char* KEY_LOG_BYTES =
+    "log_bytes";  // of a log file before it gives way to a new one
 constexpr const char* KEY_LOG_FILES = "log_files";  // so many older ones are kept
 
 // Of common.cfg.

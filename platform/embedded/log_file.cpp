@@ -85,8 +85,8 @@ private:
 // Whether nobody has the file open to write into it any more; then it is gone.
 bool DeleteUnused(const std::string& strFile) {
     const int nFile = open(strFile.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (nFile == -1)
-        return errno == ENOENT || unlink(strFile.c_str()) == 0;
+    if (nFile == -1)  // of a file that cannot be opened nobody knows; a link holds no lines
+        return errno == ENOENT || (errno == ELOOP && unlink(strFile.c_str()) == 0);
     const bool bUnused = flock(nFile, LOCK_EX | LOCK_NB) == 0 && unlink(strFile.c_str()) == 0;
     close(nFile);
     return bUnused;
