@@ -1,6 +1,7 @@
 #include "embedded/black_box_file.h"
 
 #include "base/root_files.h"
+#include "embedded/descriptor.h"
 #include "embedded/item_line.h"
 #include "embedded/process_mark.h"
 #include "embedded/state_folder.h"
@@ -53,21 +54,6 @@ std::uint32_t CapacityOf(const Capacity& capacity) {
         return capacity.nUsual;
     return NumberUnderRoot(capacity.szKey, capacity.nUsual, 2, box::RECORDS_MOST);
 }
-
-class Descriptor {
-public:
-    explicit Descriptor(int nFile) : m_nFile(nFile) {}
-    ~Descriptor() {
-        if (m_nFile != -1)
-            close(m_nFile);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int Get() const { return m_nFile; }
-
-private:
-    const int m_nFile;
-};
 
 // A box that a process of this number left gets another name. Even the same process may have left
 // it, when it began another program: then its start would speak for the old box.

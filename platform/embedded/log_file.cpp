@@ -3,6 +3,7 @@
 #include "base/escape.h"
 #include "base/number_text.h"
 #include "base/root_files.h"
+#include "embedded/descriptor.h"
 #include "embedded/fork_gate.h"
 #include "embedded/item_line.h"
 #include "embedded/line_file.h"
@@ -84,12 +85,10 @@ private:
 
 // Whether nobody has the file open to write into it any more; then it is gone.
 bool DeleteUnused(const std::string& strFile) {
-    const int nFile = open(strFile.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (nFile == -1)  // of a file that cannot be opened nobody knows; a link holds no lines
+    const Descriptor file(open(strFile.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (file.Get() == -1)  // of a file that cannot be opened nobody knows; a link holds no lines
         return errno == ENOENT || (errno == ELOOP && unlink(strFile.c_str()) == 0);
-    const bool bUnused = flock(nFile, LOCK_EX | LOCK_NB) == 0 && unlink(strFile.c_str()) == 0;
-    close(nFile);
-    return bUnused;
+    return flock(file.Get(), LOCK_EX | LOCK_NB) == 0 && unlink(strFile.c_str()) == 0;
 }
 
 // One process at a time rotates the logs of a folder. Whoever does not get the lock goes on with
@@ -97,19 +96,13 @@ bool DeleteUnused(const std::string& strFile) {
 class RotationLock {
 public:
     explicit RotationLock(const std::string& strFile)
-        : m_nFolder(open(strFile.substr(0, strFile.rfind('/')).c_str(),
-                         O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
-          m_bHeld(m_nFolder != -1 && flock(m_nFolder, LOCK_EX | LOCK_NB) == 0) {}
-    ~RotationLock() {
-        if (m_nFolder != -1)
-            close(m_nFolder);
-    }
-    RotationLock(const RotationLock&) = delete;
-    RotationLock& operator=(const RotationLock&) = delete;
+        : m_folder(open(strFile.substr(0, strFile.rfind('/')).c_str(),
+                        O_RDONLY | O_DIRECTORY | O_CLOEXEC)),
+          m_bHeld(m_folder.Get() != -1 && flock(m_folder.Get(), LOCK_EX | LOCK_NB) == 0) {}
     bool IsHeld() const { return m_bHeld; }
 
 private:
-    const int m_nFolder;
+    const Descriptor m_folder;
     const bool m_bHeld;
 };
 
